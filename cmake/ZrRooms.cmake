@@ -1,0 +1,51 @@
+# What every target of the house shares: warnings, sanitizers, and the shape of a room.
+include_guard()
+
+add_library(zr_warnings INTERFACE)
+target_compile_options(zr_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
+  -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual -Wnull-dereference -Wformat=2 -Wundef -Werror
+  $<$<CXX_COMPILER_ID:GNU>:-Wduplicated-cond -Wduplicated-branches -Wlogical-op -Wuseless-cast>
+  $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety -Wthread-safety-beta>)
+
+if(ZR_SANITIZE)
+  add_compile_options(-fsanitize=${ZR_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${ZR_SANITIZE})
+  # The optimiser sees null paths through instrumented code that don't exist.
+  target_compile_options(zr_warnings INTERFACE
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-null-dereference -Wno-maybe-uninitialized>)
+endif()
+
+# zr_room(NAME [LOWER room...] [LIBRARIES third-party target...])
+#
+# The room of this folder: a static library `zr_NAME` of every source in it (folders below
+# included), that sees the headers of motor/ and links the lower rooms that it may call.
+# Third-party libraries are linked privately: no header of a room names them.
+function(zr_room name)
+  cmake_parse_arguments(ROOM "" "" "LOWER;LIBRARIES" ${ARGN})
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  add_library(zr_${name} STATIC ${sources})
+  target_include_directories(zr_${name} PUBLIC ${CMAKE_SOURCE_DIR}/motor)
+  list(TRANSFORM ROOM_LOWER PREPEND zr_)
+  target_link_libraries(zr_${name} PUBLIC ${ROOM_LOWER} PRIVATE zr_warnings ${ROOM_LIBRARIES})
+endfunction()
+
+# zr_test(NAME [LABEL label] [LINK target...])
+#
+# One test program of every *_test.cpp in this folder.
+function(zr_test name)
+  cmake_parse_arguments(TEST "" "LABEL;TIMEOUT" "LINK" ${ARGN})
+  if(NOT TEST_LABEL)
+    set(TEST_LABEL unit)
+  endif()
+  if(NOT TEST_TIMEOUT)
+    set(TEST_TIMEOUT 60)
+  endif()
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*_test.cpp)
+  add_executable(${name} ${sources})
+  target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
+  target_compile_definitions(${name} PRIVATE ZR_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
+  target_link_libraries(${name} PRIVATE zr_warnings ${TEST_LINK} GTest::gtest GTest::gmock GTest::gtest_main)
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
+                       PROPERTIES TIMEOUT ${TEST_TIMEOUT} LABELS ${TEST_LABEL})
+endfunction()
