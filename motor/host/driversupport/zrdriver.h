@@ -1,0 +1,79 @@
+// Drivers: devices, and the facts of this machine, as sets of live variables.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <vector>
+
+#include "host/driversupport/zrlivevalue.h"
+#include "host/tools/xmldocument.h"
+#include "host/tools/zrbasicstring.h"
+#include "host/tools/zruuid.h"
+
+// Wide text by wide text, in the order of ZRWideChar::Compare.
+using ZRWideMap = std::map<ZRWString, ZRWString>;
+
+// One device. The host makes and registers drivers, starts and stops them; the engine finds them
+// through the static operations.
+//
+// Threads   Start and Stop on the host's thread, while nothing looks drivers up; everything else
+//           on any.
+class ZRDriver {
+ public:
+  ZRDriver(const ZRWString& id, const ZRWString& name);
+  virtual ~ZRDriver();
+  ZRDriver(const ZRDriver&) = delete;
+  ZRDriver& operator=(const ZRDriver&) = delete;
+
+  // --- the list of all drivers, in the order of Register ---
+
+  using tagDrivers = std::vector<std::unique_ptr<ZRDriver>>;
+  class const_iterator;  // walks as ZRDriver*
+
+  static ZRDriver* Register(std::unique_ptr<ZRDriver> driver);  // takes it over
+  static void UnregisterAll();                                  // destroys them, the last first
+  [[nodiscard]] static const_iterator DriversBegin();
+  [[nodiscard]] static const_iterator DriversEnd();
+  // The driver with that id, or null. Nothing has to be unlocked. The second argument is
+  // reserved (null).
+  [[nodiscard]] static ZRDriver* LockDriver(const wchar_t* id, const void* reserved);
+
+  // --- identity ---
+
+  [[nodiscard]] const ZRWString& Id() const { return id; }
+  [[nodiscard]] const ZRWString& Name() const { return name; }  // as in [name.variable]
+
+  // --- life; the base does nothing and succeeds ---
+
+  [[nodiscard]] virtual bool Start() { return true; }
+  virtual void Stop() {}
+  [[nodiscard]] virtual bool IsOnline() const { return true; }
+
+  // --- variables ---
+
+  // Writes a variable by its number. An unknown number is passed over. Quick, from any thread.
+  virtual void SetVariableValue(std::int64_t variable, double value);
+  // Forces the variable `variable` ("name" is how the caller calls it). False if the driver has
+  // no such variable or it can't be written.
+  [[nodiscard]] virtual bool ForceValue(const ZRWString& variable, double value,
+                                        const ZRWString& caller);
+
+  // Lets the driver generate events and groups: writes an element `events` into the first root
+  // and elements below `eventsGroups` into the second. `screens` tells which screen shows a
+  // sensor. The base writes nothing.
+  virtual void CreateEventsXml(XmlDocument::XmlNode* events, XmlDocument::XmlNode* groups,
+                               const ZRWideMap& screens);
+
+ protected:
+  // Makes a variable of this driver known as Name() + "." + `variable`, unavailable until it is
+  // written. Its number is its index. Called in the constructor or in Start.
+  std::int64_t AddVariable(const ZRWString& variable);
+  [[nodiscard]] ZRLiveValue& Variable(std::int64_t number);
+  [[nodiscard]] std::int64_t VariableNumber(const ZRWString& variable) const;  // -1 if none
+
+ private:
+  const ZRWString id;
+  const ZRWString name;
+  // The driver support room completes the representation.
+};

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "host/base/zrvalue.h"
+#include "host/driversupport/zrlivevalue.h"
+
+// A variable looked up by its full name.
+class ZRVariable {
+ public:
+  void Setup(const ZRWString& toFind) { fullName = toFind; }
+  [[nodiscard]] const ZRWString& FullName() const { return fullName; }
+
+ private:
+  ZRWString fullName;
+};
+
+// A variable of a driver, held while it is read or written.
+//
+// Threads   an object stays on one thread; the variable is anybody's.
+// Owns      a reference to the live value, from a Lock that succeeded to the end.
+class ZRDriverVariable : public ZRVariable {
+ public:
+  ZRDriverVariable() = default;
+  ~ZRDriverVariable();
+  ZRDriverVariable(const ZRDriverVariable&) = delete;
+  ZRDriverVariable& operator=(const ZRDriverVariable&) = delete;
+
+  // Finds the variable. False if no driver has it. The flag is reserved (false).
+  [[nodiscard]] bool Lock(bool reserved);
+  void SetValue(const ZRValue& value);  // after Lock
+  [[nodiscard]] bool Value(ZRValue& value) const;
+
+ private:
+  ZRLiveValue* held = nullptr;
+};

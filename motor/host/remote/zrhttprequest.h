@@ -1,0 +1,14 @@
+#pragma once
+
+#include "host/tools/zrbasicstring.h"
+
+// One request to the web server. Lives as long as its handling; stays on its thread.
+class ZRHttpRequest {
+ public:
+  virtual ~ZRHttpRequest() = default;
+
+  // The client takes a compressed body (deflate or gzip).
+  [[nodiscard]] virtual bool AcceptDeflate() const = 0;
+  // The content of the Authorization header; empty without one.
+  [[nodiscard]] virtual const ZRString& Authorization() const = 0;
+};

@@ -1,0 +1,106 @@
+// Instants and spans.
+#pragma once
+
+#include <cstdint>
+
+#include "host/tools/zrbasicstring.h"
+
+// A length of time, in milliseconds inside.
+class ZRDateTimeSpan {
+ public:
+  ZRDateTimeSpan() = default;
+  explicit ZRDateTimeSpan(std::int64_t toHold) : milliseconds(toHold) {}
+
+  // Whole seconds, truncated toward zero; clamped to the range of an int.
+  [[nodiscard]] int TotalSeconds() const;
+  [[nodiscard]] std::int64_t TotalMilliseconds() const { return milliseconds; }
+
+ private:
+  std::int64_t milliseconds = 0;
+};
+
+// A date and time of day with millisecond grain, either in UTC or in the installation's local
+// time, or invalid. Years 1 to 9999, proleptic Gregorian.
+//
+// What the fields show (Year() ... Second()) is the wall clock's reading. A local time remembers
+// its own offset from UTC, so that differences, comparisons and LTC2UTC are those of the instant,
+// also across a change of the clock. A date made from fields or from a double has no offset: it
+// counts as UTC, until LTC2UTC reads it as a local time (of two equal readings the first; a
+// reading that is skipped takes the offset in force before it).
+//
+// Clock and zone: ZRPlatform::Get().UtcMilliseconds(), and the zone of SetLocalZone.
+class ZRDateTime {
+ public:
+  ZRDateTime() = default;  // invalid
+  // Days since 1899-12-30T00:00:00, the fraction being the time of day. NaN and values outside
+  // of the range of years give an invalid date. A date that was turned into a double and back is
+  // the same to the millisecond.
+  explicit ZRDateTime(double days);
+  explicit operator double() const;  // 0 for an invalid date
+
+  [[nodiscard]] static ZRDateTime UTC();
+  [[nodiscard]] static ZRDateTime LTC();
+  [[nodiscard]] static ZRDateTime FromUtcMilliseconds(std::int64_t since1970);
+  [[nodiscard]] std::int64_t UtcMilliseconds() const;  // 0 for an invalid date
+
+  // Sets the installation's time zone by its name in the zone database ("Europe/Madrid"); empty
+  // for the machine's own. False if there is none of that name, and then nothing changes. Called
+  // before any other thread uses local time.
+  [[nodiscard]] static bool SetLocalZone(const ZRString& name);
+
+  [[nodiscard]] ZRDateTime LTC2UTC() const;
+  [[nodiscard]] ZRDateTime UTC2LTC() const;
+
+  // Each is 0 for an invalid date. DayOfWeek: 0 for Sunday to 6 for Saturday.
+  [[nodiscard]] int Year() const;
+  [[nodiscard]] int Month() const;  // 1 to 12
+  [[nodiscard]] int Day() const;    // 1 to 31
+  [[nodiscard]] int Hour() const;
+  [[nodiscard]] int Minute() const;
+  [[nodiscard]] int Second() const;
+  [[nodiscard]] int Millisecond() const;
+  [[nodiscard]] int DayOfWeek() const;
+
+  // At 00:00:00. A date that doesn't exist invalidates.
+  void SetDate(int year, int month, int day);
+  // The last two are milliseconds and reserved (0). Invalid fields invalidate.
+  void SetDateTime(int year, int month, int day, int hour, int minute, int second, int millisecond,
+                   int reserved);
+
+  [[nodiscard]] bool Valid() const { return valid; }
+  [[nodiscard]] bool isValidDate() const { return valid; }
+  void Invalidate() { *this = ZRDateTime(); }
+
+  // Of instants. An invalid date is earlier than every valid one, and equal to another.
+  friend bool operator<(const ZRDateTime& a, const ZRDateTime& b) { return a.Key() < b.Key(); }
+  friend bool operator>(const ZRDateTime& a, const ZRDateTime& b) { return b < a; }
+  friend bool operator<=(const ZRDateTime& a, const ZRDateTime& b) { return !(b < a); }
+  friend bool operator>=(const ZRDateTime& a, const ZRDateTime& b) { return !(a < b); }
+  friend bool operator==(const ZRDateTime& a, const ZRDateTime& b) { return a.Key() == b.Key(); }
+
+  // Zero if either is invalid.
+  friend ZRDateTimeSpan operator-(const ZRDateTime& a, const ZRDateTime& b) {
+    return ZRDateTimeSpan(a.valid && b.valid ? a.UtcMilliseconds() - b.UtcMilliseconds() : 0);
+  }
+
+  // "2026-11-21T08:05:09.250Z", with "+01:00" in place of the "Z" for a local time; empty for an
+  // invalid date.
+  [[nodiscard]] ZRWString ToCompleteWString() const;
+
+ private:
+  [[nodiscard]] std::int64_t Key() const;
+
+  std::int64_t reading = 0;        // milliseconds since 1970-01-01T00:00:00 by the wall clock
+  std::int32_t offsetSeconds = 0;  // what to take away from the reading for UTC
+  bool valid = false;
+  bool local = false;
+};
+
+// The system's text form: "2026-11-21 08:05:09", the reading without zone. False for an invalid
+// date, and then the text is empty. Both flags are reserved (false).
+[[nodiscard]] bool DateTime2String(ZRString& text, const ZRDateTime& date, bool, bool);
+[[nodiscard]] bool DateTime2String(ZRWString& text, const ZRDateTime& date, bool, bool);
+
+// "Sat, 21 Nov 2026 08:05:09 GMT" (RFC 822 as amended by RFC 1123), by UTC; with the flag true
+// the local reading and its offset ("+0100"). Empty for an invalid date.
+[[nodiscard]] ZRString DateTime2RFC822(const ZRDateTime& date, bool local);
