@@ -5,6 +5,8 @@
 #include <compare>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <functional>
 
 #include "host/tools/zrbasicstring.h"
 
@@ -20,6 +22,8 @@ struct uuid {
   [[nodiscard]] ZRWString toWString() const;
 };
 
+inline constexpr uuid uuid::null{};
+
 inline constexpr std::size_t kUuidTextLength = 36;
 
 // Draws a new random one (RFC 9562, version 4). Safe from any thread; never gives uuid::null.
@@ -34,3 +38,14 @@ void NewGUID(uuid* id);
 // it gets an empty text (nothing at all if `size` is 0).
 void guidtow(const uuid& id, wchar_t* buffer, std::size_t size);
 void guidtoc(const uuid& id, char* buffer);  // 37 characters
+
+// For unordered containers.
+template <>
+struct std::hash<uuid> {
+  std::size_t operator()(const uuid& id) const noexcept {
+    std::uint64_t halves[2];
+    std::memcpy(halves, id.bytes.data(), sizeof halves);
+    const std::uint64_t mixed = (halves[0] * 0x9E3779B97F4A7C15u) ^ halves[1];
+    return mixed ^ (mixed >> 32);
+  }
+};
