@@ -10,8 +10,8 @@ class ZRValue {
   void SetString(const ZRWString& toHold);
   [[nodiscard]] bool IsNumeric() const { return kind == tagKind::kNumber; }
   [[nodiscard]] bool IsString() const { return kind == tagKind::kText; }
-  [[nodiscard]] double Numeric() const { return number; }  // 0 unless IsNumeric
-  [[nodiscard]] const ZRWString& String() const { return text; }
+  [[nodiscard]] double Numeric() const { return number; }         // 0 unless IsNumeric
+  [[nodiscard]] const ZRWString& String() const { return text; }  // empty unless IsString
 
  private:
   enum class tagKind { kNothing, kNumber, kText };

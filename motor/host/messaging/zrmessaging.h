@@ -6,35 +6,37 @@
 
 namespace Domain::EventsNS::EngineEventsNS {
 
-// Sends one JSON text. Called from several threads, under an event's lock: quick, or queueing.
+// Sends one JSON text; false if it couldn't be sent. Called from several threads, under an event's
+// lock: quick, or queueing.
 class EventCreationPublisher {
  public:
-  virtual ~EventCreationPublisher() = default;
   virtual bool Publish(const std::wstring& json) = 0;
+  virtual ~EventCreationPublisher() = default;
 };
 class EventTriggeredPublisher {
  public:
-  virtual ~EventTriggeredPublisher() = default;
   virtual bool Publish(const std::wstring& json) = 0;
+  virtual ~EventTriggeredPublisher() = default;
 };
 
 class EventCreationPublisherFactory {
  public:
-  virtual ~EventCreationPublisherFactory() = default;
   virtual std::shared_ptr<EventCreationPublisher> Create() = 0;  // may be empty
+  virtual ~EventCreationPublisherFactory() = default;
 };
 class EventTriggeredPublisherFactory {
  public:
-  virtual ~EventTriggeredPublisherFactory() = default;
   virtual std::shared_ptr<EventTriggeredPublisher> Create() = 0;  // may be empty
+  virtual ~EventTriggeredPublisherFactory() = default;
 };
 
 }  // namespace Domain::EventsNS::EngineEventsNS
 
-// Each holds the factory that the host has set; none at first. Safe from any thread.
+// Each holds what the host has set: no factory and an empty text at first. Safe from any thread.
 class EventCreationPublisherManager {
  public:
-  using tagFactory = std::shared_ptr<Domain::EventsNS::EngineEventsNS::EventCreationPublisherFactory>;
+  using tagFactory =
+      std::shared_ptr<Domain::EventsNS::EngineEventsNS::EventCreationPublisherFactory>;
   [[nodiscard]] static tagFactory GetEventCreationPublisherFactory();
   static void SetEventCreationPublisherFactory(tagFactory factory);
 };
@@ -51,8 +53,9 @@ class EngineCreationPublisherManager {
   static void SetEngineUuid(const std::wstring& uuid);
 };
 
-// The messages, as one line of JSON in UTF-16 units (RFC 8259; everything but ASCII and all
-// controls escaped): {"type":"eventCreated","engine":…,"id":…,"name":…,"description":…} and
+// The messages, as one line of JSON (RFC 8259) in plain ASCII: controls and whatever isn't ASCII
+// are written as \uXXXX, one for each UTF-16 unit, single surrogates included:
+// {"type":"eventCreated","engine":…,"id":…,"name":…,"description":…} and
 // {"type":"eventTriggered","engine":…,"time":…,"id":…,"transition":…,"annotation":…}.
 [[nodiscard]] std::wstring GetPublishThatANewEventHasBeenCreatedJSON(
     const std::wstring& engine, const std::wstring& eventId, const std::wstring& name,

@@ -16,9 +16,12 @@ inline constexpr int kResourceRemoteNotified = 18;
 
 // True if the caller of `request` may use the resource: always, as long as no users are defined.
 // `bodyDigest` is the digest of the request's body, empty for a request without one.
-// The rule in force can be replaced by a test; null brings the default back.
+// Safe from any thread.
 [[nodiscard]] bool CanAccessResourcesFromEngine(int resourceType, const wchar_t* resourceId,
                                                 ZRHttpRequest& request, const char* bodyDigest);
+
+// Replaces the rule in force; null brings the default back. The rule is called without a lock, by
+// several threads at once, and possibly once more just after it has been replaced.
 using ZRAccessRule = bool (*)(void* context, int resourceType, const wchar_t* resourceId,
                               ZRHttpRequest& request, const char* bodyDigest);
 void SetAccessRule(ZRAccessRule rule, void* context);
