@@ -2,10 +2,12 @@
 // There are no attributes: the value `key` of a node is the text of its child element `key`.
 #pragma once
 
+#include <cstdarg>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <iterator>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -14,49 +16,64 @@
 // A plain value without a lock: whoever shares one states its lock. Reading from several threads
 // at once is safe while nobody writes.
 //
-// Texts are kept in UTF-8 and converted when read as wide text; a single surrogate or a NUL in a
-// text that is set becomes U+FFFD when written out.
+// Texts are kept in UTF-8 and converted when read as wide text. What can't be converted when a
+// text is set (a single surrogate, bad UTF-8) becomes U+FFFD.
 //
 // In: attributes, comments and processing instructions are passed over, text and CDATA joined. A
-// leaf's text is kept to the letter; in an element with children, text of white space alone is
-// dropped. A byte order mark is accepted, UTF-8 and UTF-16 too; a DOCTYPE is refused, and so is a
-// depth above 256, a size above the limit, and whatever else isn't well-formed.
-// Destruction and copying need no stack for the depth.
+// leaf's text is kept to the letter (with XML's own rule that a line ends in LF); in an element
+// with children, text of white space alone is dropped. UTF-8 and UTF-16, with or without a byte
+// order mark, and ISO-8859-1 and US-ASCII if declared. A DOCTYPE is refused, and so is a depth
+// above 256, a size above the limit, and whatever else isn't well-formed. Tags with a ":" are kept
+// as they are.
+//
+// Out: UTF-8 without any white space between the elements; an element without text and children
+// is "<tag></tag>", one with both has its text in front. & < > and a CR are written as &amp; &lt;
+// &gt; &#13;, a character that XML 1.0 forbids as U+FFFD, and an ASCII character that can't stand
+// in a tag as "_" (with one more in front where it can't begin one). So what was written can be
+// read again.
+//
+// Destruction, copying and writing need no stack for the depth. A document that is changed for
+// ever holds no more than what it was read from and the most that it ever had.
+//
+// Allocation failures and texts above kMaximumText are exceptions of the standard library.
 class XmlDocument {
  public:
   class XmlNode;
 
-  static constexpr int kMaximumDepth = 256;
+  static constexpr int kMaximumDepth = 256;                            // elements, with the root
   static constexpr std::size_t kMaximumFileSize = 256u * 1024 * 1024;  // bytes
+  static constexpr std::size_t kMaximumText = (1u << 30) - 1;  // bytes of one element's text
 
-  // Where and why a text was refused. Lines and columns count from 1, columns in bytes; both are
-  // 0 where no place is to blame (a missing file, a size).
+  // Where and why a text was refused. Lines and columns count from 1, columns in characters; both
+  // are 0 where no place is to blame (a missing file, a size).
   struct tagRefusal {
     std::uint64_t line = 0;
     std::uint64_t column = 0;
     std::string reason;
   };
 
-  XmlDocument() = default;
+  XmlDocument();
   XmlDocument(const XmlDocument&) = delete;
   XmlDocument& operator=(const XmlDocument&) = delete;
   virtual ~XmlDocument();
 
-  // Replaces the content by a root with that tag.
+  // Replaces the content by a root with that tag. The path of the last Load stays.
   void Create(const wchar_t* rootTag);
 
   // Read a file of at most kMaximumFileSize bytes, and a zero-terminated text. False if that
   // fails: the document is then empty, and `refusal`, if given, says why.
   virtual bool Load(const wchar_t* path) { return Load(path, nullptr); }
   bool Load(const wchar_t* path, tagRefusal* refusal);
-  bool Parse(const char* text) { return Parse(std::string_view(text), SIZE_MAX, nullptr); }
+  bool Parse(const char* text);
+  // The same with a text of at most `limit` bytes.
   bool Parse(std::string_view text, std::size_t limit, tagRefusal* refusal);
 
-  // Empties the document.
+  // Empties the document. The path of the last Load stays.
   virtual void Reset();
 
-  // Writes the document to the path of the last Load, replacing the file as a whole. False if
-  // there is none or the file can't be written; the old one is then as it was.
+  // Writes the document, with its header, to the path of the last Load, one that failed included,
+  // replacing the file as a whole. False if there is no such path, no root, or the file can't be
+  // written; the old one is then as it was.
   virtual bool Save();
 
   [[nodiscard]] bool IsOK() const { return root != nullptr; }
@@ -64,14 +81,22 @@ class XmlDocument {
   [[nodiscard]] const XmlNode* Root() const { return root; }
 
   // Appends the document as UTF-8: the header <?xml version="1.0" encoding="UTF-8"
-  // standalone="yes"?> if `header`, then the elements without any white space between them;
-  // an element without text and children is "<tag></tag>". Characters that XML 1.0 forbids are
-  // written as U+FFFD. Nothing for an empty document.
+  // standalone="yes"?> if `header`, then the elements. Nothing for an empty document.
   void CreateXmlCode(ZRBasicString<char>& out, bool header) const;
 
  private:
+  class CStore;   // owns the nodes, their texts and tags
+  class CParser;  // builds the nodes of a text
+  class CWriter;  // makes the text of nodes
+  struct tagSTag;
+
+  void Discard();
+  bool Read(std::FILE* file, tagRefusal* refusal);
+  bool Take(std::unique_ptr<CStore> filled, CParser& parser, bool accepted, tagRefusal* refusal);
+
+  std::unique_ptr<CStore> content;  // null while the document is empty
   XmlNode* root = nullptr;
-  ZRWString path;
+  ZRWString loadedPath;
 };
 
 // An element. Made by its document or its parent only, and destroyed with it.
@@ -108,12 +133,14 @@ class XmlDocument::XmlNode {
   using const_iterator = CChildIterator<const XmlNode>;
 
   XmlNode(const XmlNode&) = delete;
-  // Deep copy of tag, text and children. Copying a node's own ancestor or descendant is allowed.
+  // Deep copy of tag, text, children and lines. Copying a node's own ancestor or descendant is
+  // allowed. This node stays where it is; its former children are destroyed.
   XmlNode& operator=(const XmlNode& other);
 
   [[nodiscard]] ZRWString Tag() const;
   [[nodiscard]] ZRWString Value() const;
-  // The text of the first child `key`; `whenAbsent` if there is none.
+  // The text of the first child `key`; `whenAbsent` if there is none. In these three, a key that
+  // holds a "/" is a path, as for Node.
   [[nodiscard]] ZRWString Value(const wchar_t* key, const wchar_t* whenAbsent) const;
   // The same as a flag: a present value is true only if it is exactly "T".
   [[nodiscard]] bool bValue(const wchar_t* key, bool whenAbsent) const;
@@ -132,30 +159,36 @@ class XmlDocument::XmlNode {
   void SetValue(const wchar_t* key, const ZRString& value);
 
   // The node reached by a chain of tags with "/" between; a leading "/" changes nothing. A step
-  // may end in a filter, "event?id=TEXT?": the first such child whose value `id` is exactly TEXT.
-  // Null if there is none or the path is malformed.
+  // may end in a filter, "event?id=TEXT?": the first such child whose value `id` is exactly TEXT,
+  // which ends at the first "?" that ends a step. A child without that value never matches. Null
+  // if there is none or the path is malformed; an empty path is malformed.
   [[nodiscard]] XmlNode* Node(const wchar_t* path);
   [[nodiscard]] const XmlNode* Node(const wchar_t* path) const;
   // The same with a path made as FormatWide does. A text put into a filter is matched exactly
   // whatever it holds: it is never read as a part of the path.
   [[nodiscard]] XmlNode* NodeV(const wchar_t* format, ...);
   [[nodiscard]] const XmlNode* NodeV(const wchar_t* format, ...) const;
-  // The first child `tag` whose value `key` is exactly `value`.
+  // The first child `tag`, and the first one whose value `key` is there and exactly `value`.
+  [[nodiscard]] XmlNode* Child(std::string_view tag);
+  [[nodiscard]] const XmlNode* Child(std::string_view tag) const;
   [[nodiscard]] XmlNode* Child(std::string_view tag, std::string_view key, std::string_view value);
+  [[nodiscard]] const XmlNode* Child(std::string_view tag, std::string_view key,
+                                     std::string_view value) const;
 
   // Appends a child. The second argument is reserved (null).
   XmlNode* NewChild(const wchar_t* tag, const void* reserved);
-  // Removes and destroys a child of this node; nothing if it is none.
+  // Removes and destroys a child of this node; nothing if it is none. Fast for the first child,
+  // and for one behind the child that was removed last.
   void RemoveChild(XmlNode* child);
 
-  [[nodiscard]] iterator ChildsBegin() { return iterator(first); }
+  [[nodiscard]] iterator ChildsBegin() { return iterator(First()); }
   [[nodiscard]] iterator ChildsEnd() { return iterator(); }
-  [[nodiscard]] const_iterator ChildsBegin() const { return const_iterator(first); }
+  [[nodiscard]] const_iterator ChildsBegin() const { return const_iterator(First()); }
   [[nodiscard]] const_iterator ChildsEnd() const { return const_iterator(); }
-  [[nodiscard]] int Size() const { return static_cast<int>(childCount); }
-  [[nodiscard]] XmlNode* Next() { return next; }
-  [[nodiscard]] const XmlNode* Next() const { return next; }
-  // The line of the text that this element began in, from 1; 0 for a node that wasn't read.
+  [[nodiscard]] int Size() const;  // counts the children at each call
+  [[nodiscard]] XmlNode* Next() { return isLast ? nullptr : next; }
+  [[nodiscard]] const XmlNode* Next() const { return isLast ? nullptr : next; }
+  // The line of the text that this element began in, from 1; 0 for a node that was made otherwise.
   [[nodiscard]] std::uint32_t Line() const { return line; }
 
   // Appends the element, and writes it to an open stream; false if that fails.
@@ -164,12 +197,25 @@ class XmlDocument::XmlNode {
 
  private:
   friend class XmlDocument;
-  XmlNode() = default;
+  explicit XmlNode(tagSTag* name) : next(this), tag(name), textLength(0), ownsText(0), isLast(1) {}
   ~XmlNode() = default;
 
-  XmlNode* first = nullptr;
-  XmlNode* next = nullptr;
-  std::uint32_t childCount = 0;
+  [[nodiscard]] XmlNode* First() const { return last != nullptr ? last->next : nullptr; }
+  [[nodiscard]] const XmlNode* Reached(std::string_view path) const;
+  [[nodiscard]] const XmlNode* ReachedV(const wchar_t* format, std::va_list arguments) const;
+  [[nodiscard]] const XmlNode* ValueNode(std::string_view key) const;
+  [[nodiscard]] XmlNode* BeforeChild(const XmlNode* child);
+  void SetChildText(const wchar_t* key, std::string_view text);
+  void Append(XmlNode* child);
+  void Adopt(XmlNode* copy);
+  void Clear();
+
+  XmlNode* next;            // the next sibling; the first one for the last, so they form a ring
+  XmlNode* last = nullptr;  // the last child
+  tagSTag* tag;             // shared by the nodes of the document
+  const char* text = nullptr;
+  std::uint32_t textLength : 30;
+  std::uint32_t ownsText : 1;  // allocated for this node alone; otherwise a part of what was read
+  std::uint32_t isLast : 1;
   std::uint32_t line = 0;
-  // The tools room completes the representation.
 };

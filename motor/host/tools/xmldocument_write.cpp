@@ -1,0 +1,186 @@
+#include <array>
+#include <string>
+#include <vector>
+
+#include "host/platform/zrplatform.h"
+#include "host/tools/xmldocument.h"
+#include "host/tools/xmldocument_store.h"
+#include "host/tools/zrtext.h"
+
+namespace {
+
+constexpr std::string_view kHeader = R"(<?xml version="1.0" encoding="UTF-8" standalone="yes"?>)";
+constexpr std::string_view kReplacement = "\xEF\xBF\xBD";    // U+FFFD
+constexpr std::string_view kNonCharacters = "\xEF\xBF\xBE";  // U+FFFE; U+FFFF is one more
+constexpr std::size_t kFileChunk = 64 * 1024;                // bytes written to a file at a time
+constexpr std::string_view kUnfinished = ".unfinished";      // end of the name of a file in work
+
+// How the byte at the front of a text is written; `length` is what that stands for.
+std::string_view Escaped(std::string_view text, std::size_t& length) {
+  length = 1;
+  const auto byte = static_cast<unsigned char>(text.front());
+  switch (text.front()) {
+    case '&':
+      return "&amp;";
+    case '<':
+      return "&lt;";
+    case '>':
+      return "&gt;";
+    case '\r':
+      return "&#13;";
+    case '\t':
+    case '\n':
+      return text.substr(0, 1);
+    default:
+      break;
+  }
+  if (byte < ' ') return kReplacement;
+  const bool isNonCharacter = text.size() > 2 && text.substr(0, 2) == kNonCharacters.substr(0, 2) &&
+                              static_cast<unsigned char>(text[2]) >= 0xBE;
+  if (!isNonCharacter) return text.substr(0, 1);
+  length = kNonCharacters.size();
+  return kReplacement;
+}
+
+// True for the bytes that Escaped has to look at.
+constexpr std::array<bool, 256> MakeSuspects() {
+  std::array<bool, 256> suspects{};
+  for (std::size_t byte = 0; byte < ' '; ++byte)
+    suspects[byte] = byte != '\t' && byte != '\n';
+  for (const char c : std::string_view("&<>"))
+    suspects[static_cast<unsigned char>(c)] = true;
+  suspects[static_cast<unsigned char>(kNonCharacters.front())] = true;
+  return suspects;
+}
+
+constexpr std::array<bool, 256> kSuspects = MakeSuspects();
+
+}  // namespace
+
+// Makes the text of elements; with a file, writes it there in chunks.
+class XmlDocument::CWriter {
+ public:
+  explicit CWriter(std::FILE* target = nullptr) : file(target) {}
+
+  void Header() { code += kHeader; }
+  void Tree(const XmlNode& top);
+
+  // Writes what is left; false if anything couldn't be written.
+  [[nodiscard]] bool Finish();
+
+  [[nodiscard]] const std::string& Code() const { return code; }
+
+ private:
+  void Begin(const XmlNode& node);
+  void End(const XmlNode& node);
+  void Text(std::string_view text);
+  void Flush();
+
+  std::FILE* file;
+  bool isWritten = true;
+  std::string code;
+};
+
+void XmlDocument::CWriter::Tree(const XmlNode& top) {
+  std::vector<const XmlNode*> open;
+  const XmlNode* node = &top;
+  while (true) {
+    Begin(*node);
+    if (const XmlNode* first = node->First(); first != nullptr) {
+      open.push_back(node);
+      node = first;
+      continue;
+    }
+    End(*node);
+    while (!open.empty() && node->Next() == nullptr) {
+      node = open.back();
+      open.pop_back();
+      End(*node);
+    }
+    if (open.empty()) return;
+    node = node->Next();
+  }
+}
+
+void XmlDocument::CWriter::Begin(const XmlNode& node) {
+  code += '<';
+  code += node.tag->writtenText;
+  code += '>';
+  Text(node.TextUtf8());
+}
+
+void XmlDocument::CWriter::End(const XmlNode& node) {
+  code += "</";
+  code += node.tag->writtenText;
+  code += '>';
+  if (file != nullptr && code.size() >= kFileChunk) Flush();
+}
+
+void XmlDocument::CWriter::Text(std::string_view text) {
+  while (!text.empty()) {
+    std::size_t plain = 0;
+    while (plain < text.size() && !kSuspects[static_cast<unsigned char>(text[plain])])
+      ++plain;
+    code += text.substr(0, plain);
+    text.remove_prefix(plain);
+    if (text.empty()) return;
+    std::size_t length = 0;
+    code += Escaped(text, length);
+    text.remove_prefix(length);
+  }
+}
+
+void XmlDocument::CWriter::Flush() {
+  if (isWritten) isWritten = std::fwrite(code.data(), 1, code.size(), file) == code.size();
+  code.clear();
+}
+
+bool XmlDocument::CWriter::Finish() {
+  Flush();
+  return isWritten;
+}
+
+// --- the document ---
+
+void XmlDocument::CreateXmlCode(ZRBasicString<char>& out, bool header) const {
+  if (root == nullptr) return;
+  CWriter writer;
+  if (header) writer.Header();
+  writer.Tree(*root);
+  out.GrowInSteps();
+  out.Append(writer.Code());
+}
+
+// Writes beside the old file and puts the new one in its place.
+bool XmlDocument::Save() {
+  if (root == nullptr || loadedPath.IsEmpty()) return false;
+  ZRPlatform& platform = ZRPlatform::Get();
+  const std::string path = Utf16ToUtf8(loadedPath.View()).Text();
+  const std::string unfinished = path + std::string(kUnfinished);
+  std::FILE* file = platform.OpenFile(unfinished, "wb");
+  if (file == nullptr) return false;
+  CWriter writer(file);
+  writer.Header();
+  writer.Tree(*root);
+  bool saved = writer.Finish();
+  saved = std::fclose(file) == 0 && saved;
+  saved = saved && platform.RenameFile(unfinished, path);
+  if (!saved) (void)platform.RemoveFile(unfinished);
+  return saved;
+}
+
+// --- an element ---
+
+void XmlDocument::XmlNode::CreateXmlCode(ZRBasicString<char>& out) const {
+  CWriter writer;
+  writer.Tree(*this);
+  out.GrowInSteps();
+  out.Append(writer.Code());
+}
+
+bool XmlDocument::XmlNode::SaveXmlCode(std::FILE* file) const {
+  if (file == nullptr) return false;
+  CWriter writer(file);
+  writer.Tree(*this);
+  return writer.Finish();
+}
