@@ -18,5 +18,6 @@
 #define ZR_ACQUIRE_SHARED(...) ZR_ATTRIBUTE(acquire_shared_capability(__VA_ARGS__))
 #define ZR_RELEASE_SHARED(...) ZR_ATTRIBUTE(release_shared_capability(__VA_ARGS__))
 #define ZR_RELEASE_GENERIC(...) ZR_ATTRIBUTE(release_generic_capability(__VA_ARGS__))
+#define ZR_RETURN_CAPABILITY(mutex) ZR_ATTRIBUTE(lock_returned(mutex))
 #define ZR_NO_ANALYSIS ZR_ATTRIBUTE(no_thread_safety_analysis)
 #define ZR_ACQUIRED_AFTER(...) ZR_ATTRIBUTE(acquired_after(__VA_ARGS__))

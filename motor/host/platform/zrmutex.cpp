@@ -28,7 +28,9 @@ bool ZRMutex::WaitAndTake(std::uint32_t milliseconds) {
   return true;
 }
 
-void ZRMutex::WakeNext() { ZRPlatform::Get().WakeOne(word); }
+void ZRMutex::WakeNext() {
+  ZRPlatform::Get().WakeOne(word);
+}
 
 bool ZRCondition::Wait(ZRMutex& mutex, std::uint32_t milliseconds) {
   const std::uint32_t seen = changes.load(std::memory_order_relaxed);

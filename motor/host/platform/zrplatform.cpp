@@ -74,8 +74,8 @@ class ZRSystemPlatform final : public ZRPlatform {
 
   bool Wait(ZRWaitWord& word, std::uint32_t expected, std::uint32_t milliseconds) override {
     const timespec span = Span(milliseconds);
-    const long result = Futex(word, FUTEX_WAIT_PRIVATE, expected,
-                              milliseconds == kInfinite ? nullptr : &span);
+    const long result =
+        Futex(word, FUTEX_WAIT_PRIVATE, expected, milliseconds == kInfinite ? nullptr : &span);
     return result == 0 || errno != ETIMEDOUT;
   }
 
@@ -104,7 +104,9 @@ std::FILE* ZRPlatform::OpenFile(const std::string& path, const char* mode) {
   return std::fopen(path.c_str(), (std::string(mode) + "e").c_str());
 }
 
-bool ZRPlatform::RemoveFile(const std::string& path) { return ::unlink(path.c_str()) == 0; }
+bool ZRPlatform::RemoveFile(const std::string& path) {
+  return ::unlink(path.c_str()) == 0;
+}
 
 bool ZRPlatform::RenameFile(const std::string& from, const std::string& to) {
   return std::rename(from.c_str(), to.c_str()) == 0;
@@ -123,18 +125,26 @@ bool ZRPlatform::ListFolder(const std::string& folder, std::vector<std::string>&
   return errno == 0;
 }
 
-int ZRPlatform::StartProcess(const ZRProcessStart& start) { return ZRProcess::Start(start); }
+int ZRPlatform::StartProcess(const ZRProcessStart& start) {
+  return ZRProcess::Start(start);
+}
 
 bool ZRPlatform::WaitProcess(int process, std::uint32_t milliseconds, int& exitCode) {
   return ZRProcess::Wait(process, milliseconds, exitCode);
 }
 
-void ZRPlatform::EndProcess(int process) { ZRProcess::End(process); }
+void ZRPlatform::EndProcess(int process) {
+  ZRProcess::End(process);
+}
 
-ZRPlatform& ZRPlatform::Get() { return *current.load(std::memory_order_acquire); }
+ZRPlatform& ZRPlatform::Get() {
+  return *current.load(std::memory_order_acquire);
+}
 
 void ZRPlatform::Replace(ZRPlatform* platform) {
   current.store(platform != nullptr ? platform : &systemPlatform, std::memory_order_release);
 }
 
-ZRPlatform& ZRPlatform::System() { return systemPlatform; }
+ZRPlatform& ZRPlatform::System() {
+  return systemPlatform;
+}

@@ -147,7 +147,9 @@ class ZRVirtualTime::CFiber {
   [[nodiscard]] const void* StackBottom() const {
     return stack != nullptr ? stack->Bottom() : knownBottom;
   }
-  [[nodiscard]] std::size_t StackSize() const { return stack != nullptr ? kStackSize : knownSize; }
+  [[nodiscard]] std::size_t StackSize() const {
+    return stack != nullptr ? kStackSize : knownSize;
+  }
   const void* knownBottom = nullptr;
   std::size_t knownSize = 0;
   void* fakeStack = nullptr;
@@ -185,9 +187,13 @@ void ZRVirtualTime::SetTickCount(std::uint32_t ticks) {
   tickStart = ticks - static_cast<std::uint32_t>(now);
 }
 
-std::uint32_t ZRVirtualTime::TickCount() { return tickStart + static_cast<std::uint32_t>(now); }
+std::uint32_t ZRVirtualTime::TickCount() {
+  return tickStart + static_cast<std::uint32_t>(now);
+}
 
-std::int64_t ZRVirtualTime::UtcMilliseconds() { return utcStart + static_cast<std::int64_t>(now); }
+std::int64_t ZRVirtualTime::UtcMilliseconds() {
+  return utcStart + static_cast<std::int64_t>(now);
+}
 
 void ZRVirtualTime::Sleep(std::uint32_t milliseconds) {
   CheckThread();
@@ -229,9 +235,13 @@ bool ZRVirtualTime::Wait(ZRWaitWord& word, std::uint32_t expected, std::uint32_t
   return Block(&word, milliseconds == kInfinite ? kNever : now + milliseconds, false);
 }
 
-void ZRVirtualTime::WakeOne(ZRWaitWord& word) { Wake(word, false); }
+void ZRVirtualTime::WakeOne(ZRWaitWord& word) {
+  Wake(word, false);
+}
 
-void ZRVirtualTime::WakeAll(ZRWaitWord& word) { Wake(word, true); }
+void ZRVirtualTime::WakeAll(ZRWaitWord& word) {
+  Wake(word, true);
+}
 
 void ZRVirtualTime::Wake(const ZRWaitWord& word, bool all) {
   CheckThread();

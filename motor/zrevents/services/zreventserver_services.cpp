@@ -1,0 +1,94 @@
+// The active and notified services, and the counters that go with them.
+
+#include "host/user/zrsecuritymanager.h"
+#include "zrevents/services/zrxmltext.h"
+#include "zrevents/zreventdriver.h"
+#include "zrevents/zreventserver.h"
+#include "zrevents/zrgatetoken.h"
+
+namespace {
+
+constexpr const char* kNoBody = "";  // digest of a request without one
+constexpr int kOk = 200;
+constexpr int kServiceUnavailable = 503;
+constexpr int kToTerminator = -1;
+
+bool MayUse(int right, const ZREventDriverGroup& group, ZRHttpRequest& request) {
+  return CanAccessResourcesFromEngine(right, group.IdStr().Text(), request, kNoBody);
+}
+
+// The first group of the event on which the caller holds `right`, or null.
+const ZREventDriverGroup* FirstAllowedGroup(const ZREventDriver& event, int right,
+                                            ZRHttpRequest& request) {
+  for (auto group = event.GroupsVectorBegin(); group != event.GroupsVectorEnd(); ++group)
+    if (MayUse(right, **group, request)) return *group;
+  return nullptr;
+}
+
+bool RefuseForNow(ZRHttpResponse& response) {
+  response.Begin(kServiceUnavailable, kContentNone);
+  return response.End();
+}
+
+void BeginDocument(ZRHttpRequest& request, ZRHttpResponse& response) {
+  response.Begin(kOk, request.AcceptDeflate() ? kContentXmlDeflated : kContentXml);
+  response.Write(kXmlHeader, kToTerminator);
+}
+
+// Counts the events that `isListed` and on which some group gives the caller `right`.
+template <typename IsListed>
+int CountEvents(ZREventSystem& system, int right, ZRHttpRequest& request, IsListed isListed) {
+  const ZRSharedLock lock(system.StoreMutex());
+  int count = 0;
+  for (auto event = system.EventsBegin(); event != system.EventsEnd(); ++event)
+    if (isListed(**event) && FirstAllowedGroup(**event, right, request) != nullptr) ++count;
+  return count;
+}
+
+}  // namespace
+
+bool ZREventServer::ProcessHttpServiceEventsActived(ZRHttpRequest& request,
+                                                    ZRHttpResponse& response) {
+  const ZRGateToken token(*gate);
+  if (!token.Taken()) return RefuseForNow(response);
+  BeginDocument(request, response);
+  response.Write("<activedEvents>", kToTerminator);
+  for (auto event = eventSystem.EventsBegin(); event != eventSystem.EventsEnd(); ++event) {
+    if (!(*event)->IsEnabled()) continue;
+    if (FirstAllowedGroup(**event, kResourceActiveEvents, request) != nullptr)
+      (*event)->ProcessHttpServiceEventsActived(response);
+  }
+  eventList.SendActived(request, response);
+  response.Write("</activedEvents>", kToTerminator);
+  return response.End();
+}
+
+bool ZREventServer::ProcessHttpServiceEventsNotified(ZRHttpRequest& request,
+                                                     ZRHttpResponse& response) {
+  const ZRGateToken token(*gate);
+  if (!token.Taken()) return RefuseForNow(response);
+  BeginDocument(request, response);
+  response.Write("<notifiedEvents>", kToTerminator);
+  for (auto event = eventSystem.EventsBegin(); event != eventSystem.EventsEnd(); ++event) {
+    if (!(*event)->hasNotified()) continue;
+    const auto* const group = FirstAllowedGroup(**event, kResourceNotifiedEvents, request);
+    if (group == nullptr) continue;
+    (*event)->ProcessHttpServiceEventsNotified(response,
+                                               MayUse(kResourceAcknowledgeEvents, *group, request));
+  }
+  eventList.SendNotified(request, response);
+  response.Write("</notifiedEvents>", kToTerminator);
+  return response.End();
+}
+
+int ZREventServer::ActiveEventsCount(ZRHttpRequest& request, ZRHttpResponse& response) {
+  const int local = CountEvents(eventSystem, kResourceActiveEvents, request,
+                                [](const ZREventDriver& event) { return event.IsEnabled(); });
+  return local + eventList.ActivedCount(request, response);
+}
+
+int ZREventServer::NotifiedEventsCount(ZRHttpRequest& request, ZRHttpResponse& response) {
+  const int local = CountEvents(eventSystem, kResourceNotifiedEvents, request,
+                                [](ZREventDriver& event) { return event.hasNotified(); });
+  return local + eventList.NotifiedCount(request, response);
+}

@@ -1,0 +1,16 @@
+// The listener thread. No listener can register yet: it keeps its state.
+
+#include "zrevents/zreventserver.h"
+
+namespace {
+
+constexpr std::uint32_t kPause = 1000;  // ms between two cycles
+
+}  // namespace
+
+void ZREventServer::Work() {
+  state.Set(kThreadRunning);
+  while (state.Get() != kThreadStopRequested)
+    ZRPlatform::Get().Sleep(kPause);
+  state.Set(kThreadStopped);
+}

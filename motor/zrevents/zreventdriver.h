@@ -1,0 +1,268 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "host/driversupport/zrdriver.h"
+#include "host/driversupport/zrevaluator.h"
+#include "host/platform/zrmutex.h"
+#include "host/platform/zrownedlist.h"
+#include "host/remote/zrhttpresponse.h"
+#include "host/tools/xmldocument.h"
+#include "host/tools/zrdatetime.h"
+#include "host/tools/zruuid.h"
+#include "zrevents/actions/zreventaction.h"
+#include "zrevents/zreventrt.h"
+#include "zrevents/zreventsexport.h"
+#include "zrevents/zreventstatus.h"
+
+class ZREventDriverGroup;
+class ZREventList;
+class ZRTimeTable;
+
+// One event: a condition that a user defined, what is to happen when it holds, and its state. It
+// lives from LoadXml to the end of its store; each time it becomes active it makes one occurrence,
+// which stays until it is activated, deactivated and acknowledged, or is displaced by a newer one.
+//
+// Threads   LoadXml on the host's thread; Work on the event's worker; services on any.
+// Order     occurrencesMutex, then whatever SetEventStatus calls; evaluatorsMutex and textMutex
+//           are leaves.
+// Owns      evaluators, actions, occurrences. Groups and the time table are the store's, nodes
+//           the document's: all of them outlive the event.
+class ZREVENTS_API ZREventDriver {
+ public:
+  ZREventDriver();
+  virtual ~ZREventDriver();
+  ZREventDriver(const ZREventDriver&) = delete;
+  ZREventDriver& operator=(const ZREventDriver&) = delete;
+
+  // Replaces `out` by the expansion of the template `text`. Always true.
+  virtual bool ParseAnnotation(ZRWString& out, const ZRWString& text);
+
+  // Reads the definition and tells the bus of the event. False, without a line in the log, for an
+  // id that is no uuid, a missing or invalid condition, and an empty name. `node` must outlive the
+  // event.
+  [[nodiscard]] bool LoadXml(const XmlDocument::XmlNode* node);
+
+  // --- the definition: constant after LoadXml ---
+
+  [[nodiscard]] const uuid& Id() const { return id; }
+  [[nodiscard]] const ZRWString& Name() const { return name; }
+  [[nodiscard]] const ZRWString& Description() const { return description; }
+  [[nodiscard]] const XmlDocument::XmlNode* Node() const { return node; }
+  [[nodiscard]] const ZRWString& ActCondition() const { return actCondition; }
+  [[nodiscard]] const ZRWString& DeaCondition() const { return deaCondition; }
+  // True if the text of DeaCondition is in force: a stop condition that is no logical expression
+  // isn't.
+  [[nodiscard]] bool HasStopCondition() const { return conditionStop != nullptr; }
+  [[nodiscard]] const ZRTimeTable* TimeTable() const { return timeTable; }  // null without one
+  [[nodiscard]] bool Notify() const { return notify; }
+  [[nodiscard]] bool IsHistoricEnabled() const { return record; }
+  [[nodiscard]] bool RssActivate() const { return rssActivate; }
+  [[nodiscard]] bool RssDeactivate() const { return rssDeactivate; }
+  [[nodiscard]] bool RssAcknowledge() const { return rssAcknowledge; }
+  [[nodiscard]] bool hasClientActions() const { return clientActionsPresent; }
+
+  using tagGroups = std::vector<ZREventDriverGroup*>;
+  [[nodiscard]] tagGroups::const_iterator GroupsVectorBegin() const { return groups.begin(); }
+  [[nodiscard]] tagGroups::const_iterator GroupsVectorEnd() const { return groups.end(); }
+  [[nodiscard]] int GroupsVectorSize() const { return static_cast<int>(groups.size()); }
+  // True if a group of exactly that name is among the event's groups.
+  [[nodiscard]] bool IsInGroup(const ZRWString& groupName) const;
+
+  // --- the state, from any thread ---
+
+  [[nodiscard]] bool IsEnabled() const { return enabled.load(std::memory_order_acquire); }
+  // The last expansions, not the templates.
+  [[nodiscard]] ZRWString Annotation() const { return TextOf(&ZREventDriver::annotationText); }
+  [[nodiscard]] ZRWString DeaAnnotation() const {
+    return TextOf(&ZREventDriver::deaAnnotationText);
+  }
+  [[nodiscard]] ZRWString AckAnnotation() const {
+    return TextOf(&ZREventDriver::ackAnnotationText);
+  }
+  // UTC of the newest transitions; invalid if there was none.
+  [[nodiscard]] ZRDateTime GetLastEventActivedDateTime() const {
+    return TimeOf(&ZREventDriver::lastActived);
+  }
+  [[nodiscard]] ZRDateTime GetLastEventDeActivedDateTime() const {
+    return TimeOf(&ZREventDriver::lastDeActived);
+  }
+  [[nodiscard]] ZRDateTime GetLastEventAcknowledgeDateTime() const {
+    return TimeOf(&ZREventDriver::lastAcknowledge);
+  }
+  // Local time of the activation in force.
+  [[nodiscard]] ZRDateTime LastActiveDateTime() const {
+    return TimeOf(&ZREventDriver::activeSince);
+  }
+  // Whole seconds since then; 0 for an event that isn't active.
+  [[nodiscard]] int ActivedSeconds() const;
+  // There is an occurrence; the same for an event that asks to be acknowledged.
+  [[nodiscard]] bool hasActived();
+  [[nodiscard]] bool hasNotified();
+  // There is an occurrence of that id, or the event has that id and any occurrence.
+  [[nodiscard]] bool HasEvent(const uuid& toFind);
+
+  // --- life ---
+
+  // The list for listeners; null counts as one without listeners.
+  void SetEventList(ZREventList* list) { eventList.store(list, std::memory_order_release); }
+
+  // One cycle at the local time `now`. Always true.
+  bool Work(const ZRDateTime& now);
+  void ResetDelayONCounter() { delayOnStart = 0; }
+  void ResetDelayOFFCounter() { delayOffStart = 0; }
+
+  // Runs the server-side actions of a moment. Always true; throws CoreException for a moment that
+  // doesn't exist.
+  bool ExecuteActions(int moment);
+
+  // Binds two variables of a driver, which show the state (1.0 or 0.0) and the active time (s)
+  // from now on; a null driver ends that.
+  void setDriverVariables(ZRDriver* driver, std::int64_t& state, std::int64_t& time);
+  void updateDriverVariableState();
+  void updateDriverVariableTime();
+
+  // --- services ---
+
+  // Write the event as one element, if it is active; each of its occurrences as one element.
+  bool ProcessHttpServiceEventsActived(ZRHttpResponse& response);
+  bool ProcessHttpServiceEventsNotified(ZRHttpResponse& response, bool canAcknowledge);
+  // The same into the sections `actived` and `notified` of a document, named for the listener
+  // that gets it. False if the document has no root.
+  bool ProcessHttpServiceEventsActived(XmlDocument& document, const ZRWString& driverId,
+                                       const ZRWString& driverName);
+  bool ProcessHttpServiceEventsNotified(XmlDocument& document, bool canAcknowledge,
+                                        const ZRWString& driverId, const ZRWString& driverName);
+
+ protected:
+  // Appends a new occurrence with the present texts.
+  tagSEventRT* NewEventRT() ZR_REQUIRES(occurrencesMutex);
+  // Sets one mark and tells the world. False if the mark isn't allowed.
+  bool SetEventStatus(tagSEventRT* occurrence, int status) ZR_REQUIRES(occurrencesMutex);
+  void PublishTriggeredEvent(tagSEventRT* transition);
+
+ private:
+  using tagActionList = std::vector<std::unique_ptr<ZREventAction>>;
+  static constexpr int kServerSide = 0;
+  static constexpr int kClientSide = 1;
+  struct tagActions {
+    std::array<std::array<tagActionList, kMoments>, 2> lists;
+  };
+
+  // The answer of a look at the conditions. An evaluation error ends the cycle without a change.
+  enum class tagVerdict { kInactive, kActive, kError };
+
+  // --- loading ---
+  [[nodiscard]] bool LoadDefinition() ZR_REQUIRES(evaluatorsMutex);
+  void LoadTexts();
+  void LoadFlags();
+  [[nodiscard]] std::unique_ptr<ZREvaluator> LoadDelay(const wchar_t* path) const;
+  [[nodiscard]] bool LoadCondition() ZR_REQUIRES(evaluatorsMutex);
+  void LoadStopCondition() ZR_REQUIRES(evaluatorsMutex);
+  void LoadGroups();
+  void JoinGroup(const ZRWString& groupId);
+  void LoadArguments();
+  void LoadActions();
+  void LoadMoment(int side, int moment, const XmlDocument::XmlNode& list, const wchar_t* sideName);
+  void PublishThatANewEventHasBeenCreated();
+
+  // --- one cycle ---
+  [[nodiscard]] bool NeedCheck(const ZRDateTime& now);
+  [[nodiscard]] tagVerdict CheckEvent(bool verbose);
+  void WorkInactive();
+  void WorkActive();
+  [[nodiscard]] bool Enable();
+  [[nodiscard]] bool Disable(bool withDelay);
+  [[nodiscard]] std::int32_t EvaluateDelay(ZREvaluator* delay);
+  void EndActivity();
+  void ClearDelays();
+  void PerformActivateActions();
+  void DeactivateOccurrences();
+  void RemoveOldOccurrences();
+  [[nodiscard]] bool HasOccurrences() const ZR_NO_ANALYSIS { return !occurrences.IsEmpty(); }
+
+  // --- transitions ---
+  void SetMark(tagSEventRT& occurrence, int status);
+  void Acknowledge(tagSEventRT& occurrence);
+  void QueueForListeners(const tagSEventRT& occurrence, int status);
+  void PublishFeed(const tagSEventRT& occurrence, int status);
+  void SaveEvent(tagSEventRT* transition);
+
+  // --- texts ---
+  // Fields that textMutex guards are named by member pointers, and touched under it.
+  using tagTextField = ZRWString ZREventDriver::*;
+  using tagTimeField = ZRDateTime ZREventDriver::*;
+  [[nodiscard]] ZRWString TextOf(tagTextField field) const;
+  void SetText(tagTextField field, const ZRWString& text);
+  void ExpandText(tagTextField field, const ZRWString& textTemplate);
+  [[nodiscard]] ZRDateTime TimeOf(tagTimeField field) const;
+  void SetTime(tagTimeField field, const ZRDateTime& time);
+  [[nodiscard]] bool AppendArgument(ZRWString& out, int number);
+  [[nodiscard]] bool AppendGroup(ZRWString& out, int number) const;
+  void AppendExpression(ZRWString& out, const XmlDocument::XmlNode& argument, int number) const;
+  void AppendEscape(ZRWString& out, const ZRWString& text, std::size_t& at);
+
+  // --- services ---
+  void AppendHead(ZRString& xml, const uuid& idToShow) const;
+  void AppendOccurrence(ZRString& xml, const tagSEventRT& occurrence, bool canAcknowledge) const;
+  bool ProcessHttpServiceEventsNotified(const tagSEventRT* occurrence, ZRHttpResponse& response,
+                                        bool canAcknowledge) const;
+  bool ProcessHttpServiceEventsNotified(const tagSEventRT* occurrence, XmlDocument& document,
+                                        bool canAcknowledge, const ZRWString& driverId,
+                                        const ZRWString& driverName) const;
+  [[nodiscard]] ZRWString NamePath(const ZRWString& driverName) const;
+
+  // Read in every cycle: kept together. Constant after LoadXml, worker only, or atomic.
+  ZRTimeTable* timeTable = nullptr;
+  ZRMutex evaluatorsMutex;
+  std::atomic<bool> enabled{false};
+  bool notify = false;
+  bool record = false;
+  bool clientActionsPresent = false;
+  std::uint32_t delayOnStart = 0;           // ticks; worker only; 0: the wait hasn't begun
+  std::uint32_t delayOffStart = 0;          // the same
+  std::atomic<std::int32_t> delayOnMs{0};   // written by the worker; 0: not computed
+  std::atomic<std::int32_t> delayOffMs{0};  // the same
+  std::atomic<ZRDriver*> stateDriver{nullptr};
+  std::optional<ZREvaluator> condition;  // used under evaluatorsMutex; exists after LoadXml
+  ZROwnedList<tagSEventRT> occurrences;  // changed by the worker under occurrencesMutex
+  ZRMutex occurrencesMutex;
+
+  mutable ZRMutex textMutex;                       // a leaf
+  std::unique_ptr<ZREvaluator> conditionStop;      // used under evaluatorsMutex, as the next two
+  std::unique_ptr<ZREvaluator> delayToActivate;    // null stands for a delay of 0
+  std::unique_ptr<ZREvaluator> delayToDeactivate;  // the same
+  std::atomic<std::int64_t> stateVariable{-1};
+  std::atomic<std::int64_t> timeVariable{-1};
+  std::atomic<ZREventList*> eventList{nullptr};
+  bool rssActivate = false;
+  bool rssDeactivate = false;
+  bool rssAcknowledge = false;
+
+  uuid id;
+  ZRWString idStr ZR_GUARDED_BY(textMutex);  // as the document gave it, or composed for a listener
+  ZRWString idn;
+  ZRWString name;
+  ZRWString description;
+  ZRWString annotationText ZR_GUARDED_BY(textMutex);
+  ZRWString annotation;
+  ZRWString deaAnnotationText ZR_GUARDED_BY(textMutex);
+  ZRWString deaAnnotation;
+  ZRWString ackAnnotationText ZR_GUARDED_BY(textMutex);
+  ZRWString ackAnnotation;
+  ZRWString actCondition;
+  ZRWString deaCondition;
+  tagGroups groups;
+  std::vector<const XmlDocument::XmlNode*> arguments;
+  const XmlDocument::XmlNode* node = nullptr;
+  ZRDateTime activeSince ZR_GUARDED_BY(textMutex);  // local time
+  ZRDateTime lastActived ZR_GUARDED_BY(textMutex);  // UTC, as the next two
+  ZRDateTime lastDeActived ZR_GUARDED_BY(textMutex);
+  ZRDateTime lastAcknowledge ZR_GUARDED_BY(textMutex);
+  std::unique_ptr<tagActions> actions;  // null without any
+};

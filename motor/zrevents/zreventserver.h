@@ -1,0 +1,97 @@
+#pragma once
+
+#include <atomic>
+#include <list>
+#include <memory>
+#include <vector>
+
+#include "host/platform/zrmutex.h"
+#include "host/platform/zrthread.h"
+#include "host/remote/zrhttprequest.h"
+#include "host/remote/zrhttpresponse.h"
+#include "host/tools/xmldocument.h"
+#include "host/tools/zrdatetime.h"
+#include "zrevents/lists/zreventlist.h"
+#include "zrevents/zreventservergroup.h"
+#include "zrevents/zreventsexport.h"
+#include "zrevents/zreventsystem.h"
+
+// The engine. The host makes the one instance, then calls LoadCfg, Start, the services from its
+// web server's threads, Stop, and so on again.
+//
+// Threads   LoadCfg, Start and Stop on the host's thread; services on any.
+// Order     the gate, then a group's mutex; cfgMutex is never held while a group's mutex is taken.
+// Owns      the documents, the store, the workers. The host calls Stop before it destroys this.
+class ZREVENTS_API ZREventServer {
+ public:
+  // Tokens of the gate: that many services at once.
+  static constexpr int kGateTokens = 32;
+
+  ZREventServer();
+  virtual ~ZREventServer();
+  ZREventServer(const ZREventServer&) = delete;
+  ZREventServer& operator=(const ZREventServer&) = delete;
+
+  // The instance. Not made on demand.
+  [[nodiscard]] static ZREventServer& Get();
+
+  // Reads default.xeve, default.xpark and default.xtmt of the configuration folder and fills the
+  // store. A file that is missing or can't be read is an empty one. Always true.
+  bool LoadCfg();
+
+  // Starts the workers and the listener thread, and opens the gate. False, with nothing running,
+  // if a thread can't be made. Only after Stop, or for the first time.
+  [[nodiscard]] bool Start();
+  // Closes the gate, waits for the services in progress, ends all threads and empties the store.
+  void Stop();
+  // Empties the store.
+  void Reset();
+
+  [[nodiscard]] bool IsServerStarted() const { return state.Get() == kThreadRunning; }
+  // Events that have a worker.
+  [[nodiscard]] unsigned int GetNumberOfEvents() const;
+
+  [[nodiscard]] XmlDocument* Cfg() { return &cfg; }
+  [[nodiscard]] XmlDocument* TimeTableCfg() { return &timeTableCfg; }
+  [[nodiscard]] XmlDocument* ParkingCfg() { return &parkingCfg; }
+
+  // `path` is a chain of driver ids joined by ".": true if one of them, the last excepted, is that
+  // of a registered listener.
+  [[nodiscard]] bool HasCircularDependence(const ZRWString& path);
+
+  // The newest transition of all events with client actions; invalid if there was none, and while
+  // the server stops.
+  [[nodiscard]] ZRDateTime GetLastEventsClientActionsDateTime();
+
+  // --- services; each 503 while the server stops ---
+
+  bool ProcessHttpServiceEventsActived(ZRHttpRequest& request, ZRHttpResponse& response);
+  bool ProcessHttpServiceEventsNotified(ZRHttpRequest& request, ZRHttpResponse& response);
+  // How many events the caller would see in either. The second counts events, not occurrences.
+  [[nodiscard]] int ActiveEventsCount(ZRHttpRequest& request, ZRHttpResponse& response);
+  [[nodiscard]] int NotifiedEventsCount(ZRHttpRequest& request, ZRHttpResponse& response);
+
+ private:
+  void LoadXml();
+  void AddGroups();
+  void AssignEvents();
+  [[nodiscard]] bool StartGroups();
+  [[nodiscard]] bool StartListenerThread();
+  void DropGroups();
+  void PublishNumberOfEvents();
+  void Work();  // the listener thread
+
+  std::unique_ptr<ZRSemaphore> gate;
+  ZRStateWord state{kThreadStopped};  // life of the listener thread
+  ZRThread listenerThread;
+  // The events of the store point into the first two: they go after it.
+  XmlDocument cfg;
+  XmlDocument timeTableCfg;
+  XmlDocument parkingCfg;
+  ZRMutex cfgMutex;  // assignment of events in Start, reset in Stop
+  ZREventSystem eventSystem;
+  std::vector<std::unique_ptr<ZREventServerGroup>> groups;  // host's thread, and the gate's holders
+  std::list<ZRWString> listenerDriverIds ZR_GUARDED_BY(listenerDriverIdsMutex);
+  ZRMutex listenerDriverIdsMutex;
+  ZREventList eventList;
+};

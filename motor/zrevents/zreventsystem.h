@@ -1,0 +1,111 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "host/driversupport/zrdriver.h"
+#include "host/platform/zrmutex.h"
+#include "host/platform/zrownedlist.h"
+#include "host/tools/xmldocument.h"
+#include "zrevents/timetables/zrtimetable.h"
+#include "zrevents/zreventdrivergroup.h"
+#include "zrevents/zreventsexport.h"
+
+class ZREventDriver;
+
+// Ids of the groups that exist whatever the document holds.
+inline constexpr const wchar_t* kDefaultGroupId = L"22222222-2222-2222-2222-222222222222";
+inline constexpr const wchar_t* kParkingGroupId = L"11111111-1111-1111-1111-111111111111";
+
+// The store of everything that the configuration defines: events, groups, time tables, and the
+// settings of the feed. One instance, inside ZREventServer.
+//
+// Threads   loading, sorting and Reset on the host's thread while no worker runs; the searches on
+//           any thread between Start and Stop, kept safe by the gate of the server.
+// Order     StoreMutex is a leaf of whoever walks the events without a token of the gate.
+// Owns      events, time tables, groups, and the documents of generated events, until Reset.
+class ZREVENTS_API ZREventSystem {
+ public:
+  using tagEvents = ZROwnedList<ZREventDriver>;
+  using tagGroups = ZROwnedList<ZREventDriverGroup>;
+
+  ZREventSystem();
+  virtual ~ZREventSystem();
+  ZREventSystem(const ZREventSystem&) = delete;
+  ZREventSystem& operator=(const ZREventSystem&) = delete;
+
+  [[nodiscard]] static ZREventSystem& Get();
+
+  // Adds the fixed groups, the groups and events of the document, and those that the drivers
+  // generate. What can't be loaded is passed over. `document` must outlive the events. Always true.
+  bool LoadXml(const XmlDocument& document);
+  // Adds the parking group. Always true.
+  bool LoadParkingXml(const XmlDocument& document);
+  // Adds the tables of `days`, `weeks` and `calendars`. `document` must outlive them. Always true.
+  bool LoadTimeTableXml(const XmlDocument& document);
+
+  // Destroys all events, then all time tables, then all groups. The feed's settings stay.
+  void Reset();
+
+  // Stable, ascending by name, in the order of 16-bit code units.
+  void Sort();
+  void SortEventsGroups();
+
+  // Plain searches in list order, in spite of their name; null if there is none. Names are
+  // compared exactly, and a time table by its id, then its name.
+  [[nodiscard]] ZREventDriver* LockEvent(const uuid& id);
+  [[nodiscard]] ZREventDriver* LockEvent(const wchar_t* name);
+  [[nodiscard]] ZREventDriverGroup* LockEventsGroup(const uuid& id);
+  [[nodiscard]] ZREventDriverGroup* LockEventsGroup(const wchar_t* name);
+  [[nodiscard]] ZRTimeTable* LockTimeTable(const wchar_t* idOrName);
+
+  [[nodiscard]] tagEvents::const_iterator EventsBegin() const { return events.begin(); }
+  [[nodiscard]] tagEvents::const_iterator EventsEnd() const { return events.end(); }
+  [[nodiscard]] tagGroups::const_iterator EventsGroupsBegin() const { return eventsGroups.begin(); }
+  [[nodiscard]] tagGroups::const_iterator EventsGroupsEnd() const { return eventsGroups.end(); }
+  [[nodiscard]] int EventsSize() const { return events.Size(); }
+  [[nodiscard]] int EventsGroupsSize() const { return eventsGroups.Size(); }
+
+  // Which screen shows a sensor, by the .xscn files of the configuration folder. The first file
+  // that names a sensor wins.
+  [[nodiscard]] ZRWideMap CreateScreenNameMap();
+
+  // Held shared by whoever walks the events without a token of the gate; taken exclusively while
+  // the lists change.
+  [[nodiscard]] ZRSharedMutex& StoreMutex() ZR_RETURN_CAPABILITY(storeMutex) { return storeMutex; }
+
+  // Time tables by their number in the list, from 1; 0 is none.
+  [[nodiscard]] int TimeTablesSize() const { return timeTables.Size(); }
+  [[nodiscard]] std::uint32_t TimeTableNumber(const wchar_t* idOrName) const;
+  [[nodiscard]] ZRTimeTable* TimeTableByNumber(std::uint32_t number) const;
+
+  // The last table that was found to lead back to itself, for the host's checks; null if none.
+  void NoteCircularTimeTable(const ZRTimeTable& table) { circularTimeTable = &table; }
+  [[nodiscard]] const ZRTimeTable* CircularTimeTable() const { return circularTimeTable; }
+
+  // The feed. It isn't written yet: not active, and an item has no effect.
+  [[nodiscard]] bool GetRssActive() const { return rssActive; }
+  void PublishRSS(const ZRWString& title, const ZRWString& text, const ZRDateTime& time,
+                  int status);
+
+ private:
+  void AddFixedGroup(const wchar_t* groupId, const ZRWString& name);
+  void AddGroups(const XmlDocument::XmlNode& list);
+  void AddEvents(const XmlDocument::XmlNode& list);
+  void AddGenerated(ZRDriver& driver, const ZRWideMap& screens);
+  void AddScreen(const ZRWString& path, const ZRWString& title, ZRWideMap& screens);
+  template <typename Table>
+  void AddTimeTables(const XmlDocument& document, const wchar_t* branch);
+  void AppendGroup(std::unique_ptr<ZREventDriverGroup> group);
+
+  std::atomic<bool> rssActive{false};
+  ZRSharedMutex storeMutex;
+  // Constant between loading and Reset; changed under storeMutex.
+  tagEvents events;
+  ZROwnedList<ZRTimeTable> timeTables;
+  tagGroups eventsGroups;
+  ZROwnedList<XmlDocument> generatedDocuments;  // events point into them
+  std::atomic<const ZRTimeTable*> circularTimeTable{nullptr};
+};
