@@ -1,0 +1,66 @@
+#include "host/remote/zrrequestrules.h"
+
+#include <algorithm>
+#include <cstdint>
+
+#include "host/remote/zrasciitext.h"
+
+namespace {
+
+bool IsDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+
+bool IsPort(std::string_view text) {
+  constexpr std::size_t kMostDigits = 5;
+  return text.size() <= kMostDigits && std::all_of(text.begin(), text.end(), IsDigit);
+}
+
+ZRRequestBody BodyOfLength(std::string_view length) {
+  if (length.empty() || !std::all_of(length.begin(), length.end(), IsDigit)) {
+    return ZRRequestBody::kTooLarge;
+  }
+  std::uint64_t bytes = 0;
+  for (const char digit : length) {
+    bytes = bytes * 10 + static_cast<std::uint64_t>(digit - '0');
+    if (bytes > kMostRequestBodyBytes) return ZRRequestBody::kTooLarge;
+  }
+  return bytes == 0 ? ZRRequestBody::kNone : ZRRequestBody::kSmall;
+}
+
+}  // namespace
+
+ZRRequestBody BodyOf(const ZRRequestHead& head) {
+  // One without a stated length may be of any.
+  ZRRequestBody largest =
+      head.hasTransferEncoding ? ZRRequestBody::kTooLarge : ZRRequestBody::kNone;
+  for (const std::string_view length : head.contentLengths)
+    largest = std::max(largest, BodyOfLength(length));
+  return largest;
+}
+
+bool IsLoopbackHost(std::string_view host) {
+  const std::size_t nameEnd = host.starts_with('[') ? host.find(']') : 0;
+  if (nameEnd == std::string_view::npos) return false;
+  const std::size_t colon = host.find(':', nameEnd);
+  const std::string_view name = host.substr(0, colon);
+  if (colon != std::string_view::npos && !IsPort(host.substr(colon + 1))) return false;
+  return name == "127.0.0.1" || name == "[::1]" || EqualIgnoringCase(name, "localhost");
+}
+
+int RefusalOf(const ZRRequestHead& head, std::size_t mostHeadBytes) {
+  if (head.headBytes > mostHeadBytes) return kStatusHeadersTooLarge;
+  if (head.hosts.size() != 1) return kStatusBadRequest;
+  if (!IsLoopbackHost(head.hosts.front())) return kStatusForbidden;
+  if (!head.isKnownPath) return kStatusNotFound;
+  if (head.method != "GET" && head.method != "HEAD") return kStatusMethodNotAllowed;
+  switch (BodyOf(head)) {
+    case ZRRequestBody::kTooLarge:
+      return kStatusContentTooLarge;
+    case ZRRequestBody::kSmall:
+      return kStatusBadRequest;
+    case ZRRequestBody::kNone:
+      break;
+  }
+  return 0;
+}

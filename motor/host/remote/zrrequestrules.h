@@ -1,0 +1,40 @@
+// What the web server refuses before any route is called.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+#include <vector>
+
+inline constexpr int kStatusBadRequest = 400;
+inline constexpr int kStatusForbidden = 403;
+inline constexpr int kStatusNotFound = 404;
+inline constexpr int kStatusMethodNotAllowed = 405;
+inline constexpr int kStatusContentTooLarge = 413;
+inline constexpr int kStatusHeadersTooLarge = 431;
+inline constexpr int kStatusInternalError = 500;
+inline constexpr int kStatusUnavailable = 503;
+
+inline constexpr std::size_t kMostRequestBodyBytes = 64 * 1024;
+
+// The head of a request, as it came.
+struct ZRRequestHead {
+  std::string_view method;
+  std::vector<std::string_view> hosts;           // contents of every Host header
+  std::vector<std::string_view> contentLengths;  // of every Content-Length header
+  bool hasTransferEncoding = false;
+  bool isKnownPath = false;
+  std::size_t headBytes = 0;
+};
+
+// What `head` says of a body.
+enum class ZRRequestBody { kNone, kSmall, kTooLarge };
+[[nodiscard]] ZRRequestBody BodyOf(const ZRRequestHead& head);
+
+// True for localhost, 127.0.0.1 and [::1], with any port or none: a page of another site whose
+// name was made to lead here gives itself away by its own name.
+[[nodiscard]] bool IsLoopbackHost(std::string_view host);
+
+// The status of the refusal; 0 for a request that a route may answer. In this order: a head that
+// is too large, no single Host, a Host that isn't this machine, an unknown path, another method
+// than GET and HEAD, and a body.
+[[nodiscard]] int RefusalOf(const ZRRequestHead& head, std::size_t mostHeadBytes);

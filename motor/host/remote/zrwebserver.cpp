@@ -1,0 +1,345 @@
+#include "host/remote/zrwebserver.h"
+
+#include <microhttpd.h>
+#include <unistd.h>
+
+#include <exception>
+#include <filesystem>
+#include <map>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+
+#include "host/remote/zracceptencoding.h"
+#include "host/remote/zrasciitext.h"
+#include "host/remote/zrhttpanswer.h"
+#include "host/remote/zrlistensocket.h"
+#include "host/remote/zrrequestprogress.h"
+#include "host/remote/zrrequestrules.h"
+
+namespace {
+
+constexpr std::size_t kReplyHeadBytes = 8 * 1024;
+constexpr const char* kXmlType = "application/xml; charset=utf-8";
+constexpr const char* kTextType = "text/plain; charset=utf-8";
+constexpr const char* kAllowedMethods = "GET, HEAD";
+
+struct CDestroyResponse {
+  void operator()(MHD_Response* response) const { MHD_destroy_response(response); }
+};
+using tagResponse = std::unique_ptr<MHD_Response, CDestroyResponse>;
+
+void AddHeader(MHD_Response* response, const char* name, const char* value) {
+  if (MHD_add_response_header(response, name, value) != MHD_YES) throw std::bad_alloc();
+}
+
+void FreeText(void* text) {
+  const std::unique_ptr<std::string> owned(static_cast<std::string*>(text));
+}
+
+tagResponse ResponseOfText(std::string text) {
+  auto kept = std::make_unique<std::string>(std::move(text));
+  tagResponse response(MHD_create_response_from_buffer_with_free_callback_cls(
+      kept->size(), kept->data(), &FreeText, kept.get()));
+  if (response == nullptr) throw std::bad_alloc();
+  (void)kept.release();
+  return response;
+}
+
+tagResponse ResponseOfFile(int file, std::uint64_t size) {
+  tagResponse response(MHD_create_response_from_fd64(size, file));
+  if (response != nullptr) return response;
+  (void)::close(file);
+  throw std::bad_alloc();
+}
+
+tagResponse ResponseOf(ZRHttpAnswer& answer) {
+  ZRAnswerBody& body = answer.Body();
+  tagResponse response = body.IsInFile() ? ResponseOfFile(body.TakeFile(), body.Size())
+                                         : ResponseOfText(body.TakeMemory());
+  if (!answer.HasBody()) return response;
+  AddHeader(response.get(), MHD_HTTP_HEADER_CONTENT_TYPE, kXmlType);
+  AddHeader(response.get(), MHD_HTTP_HEADER_VARY, MHD_HTTP_HEADER_ACCEPT_ENCODING);
+  const char* const coding = ContentCodingName(answer.Coding());
+  if (coding != nullptr) AddHeader(response.get(), MHD_HTTP_HEADER_CONTENT_ENCODING, coding);
+  return response;
+}
+
+// Leaves the target of a request as it came.
+std::size_t KeepEscapes(void*, MHD_Connection*, char* text) {
+  return std::string_view(text).size();
+}
+
+// The headers that the server looks at.
+struct CRequestHeaders {
+  ZRRequestHead head;
+  std::string acceptEncoding;
+  std::string_view authorization;
+  bool complete = true;
+
+  void Take(std::string_view name, std::string_view value);
+};
+
+void CRequestHeaders::Take(std::string_view name, std::string_view value) {
+  if (EqualIgnoringCase(name, "host")) {
+    head.hosts.push_back(value);
+  } else if (EqualIgnoringCase(name, "content-length")) {
+    head.contentLengths.push_back(value);
+  } else if (EqualIgnoringCase(name, "transfer-encoding")) {
+    head.hasTransferEncoding = true;
+  } else if (EqualIgnoringCase(name, "accept-encoding")) {
+    acceptEncoding.append(value).append(",");
+  } else if (EqualIgnoringCase(name, "authorization") && authorization.empty()) {
+    authorization = value;
+  }
+}
+
+MHD_Result TakeHeader(void* headers, MHD_ValueKind, const char* name, std::size_t nameSize,
+                      const char* value, std::size_t valueSize) {
+  auto& taken = *static_cast<CRequestHeaders*>(headers);
+  try {
+    if (value != nullptr) taken.Take({name, nameSize}, {value, valueSize});
+  } catch (const std::exception&) {
+    taken.complete = false;
+    return MHD_NO;
+  }
+  return MHD_YES;
+}
+
+CRequestHeaders HeadersOf(MHD_Connection* connection) {
+  CRequestHeaders headers;
+  (void)MHD_get_connection_values_n(connection, MHD_HEADER_KIND, &TakeHeader, &headers);
+  if (!headers.complete) throw std::bad_alloc();
+  const MHD_ConnectionInfo* const size =
+      MHD_get_connection_info(connection, MHD_CONNECTION_INFO_REQUEST_HEADER_SIZE);
+  headers.head.headBytes = size != nullptr ? size->header_size : 0;
+  return headers;
+}
+
+class CHttpRequest final : public ZRHttpRequest {
+ public:
+  explicit CHttpRequest(const CRequestHeaders& headers)
+      : coding(ChooseContentCoding(headers.acceptEncoding)), authorization(headers.authorization) {}
+
+  [[nodiscard]] bool AcceptDeflate() const override { return coding != ZRContentCoding::kIdentity; }
+  [[nodiscard]] const ZRString& Authorization() const override { return authorization; }
+  [[nodiscard]] ZRContentCoding Coding() const { return coding; }
+
+ private:
+  const ZRContentCoding coding;
+  const ZRString authorization;
+};
+
+// The time in which a route runs, if any may be called.
+class CRouteTurn {
+ public:
+  explicit CRouteTurn(ZRRequestProgress& ofServer)
+      : progress(ofServer), taken(progress.BeginRoute()) {}
+  ~CRouteTurn() {
+    if (taken) progress.EndRoute();
+  }
+  CRouteTurn(const CRouteTurn&) = delete;
+  CRouteTurn& operator=(const CRouteTurn&) = delete;
+  [[nodiscard]] bool Taken() const { return taken; }
+
+ private:
+  ZRRequestProgress& progress;
+  const bool taken;
+};
+
+}  // namespace
+
+// The library behind the server. Its threads call OnRequest once when the head of a request is
+// there and again when all of it is, and OnCompleted when the answer has gone.
+class ZRWebServer::CServer {
+ public:
+  ~CServer() { Stop(); }
+
+  bool Start(const ZRWebServerSettings& settings, std::string& reason);
+  void Stop();
+
+  std::map<std::string, tagRoute, std::less<>> routes;  // constant after Start
+  tagFault fault;                                       // constant after Start
+  ZRListenSocket listener;
+
+ private:
+  static MHD_Result OnRequest(void* server, MHD_Connection* connection, const char* url,
+                              const char* method, const char* version, const char* upload,
+                              std::size_t* uploadSize, void** state);
+  static void OnCompleted(void* server, MHD_Connection* connection, void** state,
+                          MHD_RequestTerminationCode how);
+
+  bool StartDaemon(const ZRWebServerSettings& settings);
+  MHD_Result Handle(MHD_Connection* connection, std::string_view path, std::string_view method,
+                    bool isWhole);
+  MHD_Result Answer(MHD_Connection* connection, std::string_view path,
+                    const CRequestHeaders& headers);
+  bool CallRoute(std::string_view path, CHttpRequest& request, ZRHttpAnswer& answer);
+  void TellFault(std::string_view path, const char* what) const;
+  MHD_Result Refuse(MHD_Connection* connection, int status);
+  MHD_Result Send(MHD_Connection* connection, int status, const tagResponse& response);
+
+  ZRAnswerLimits limits;               // constant after Start
+  std::size_t mostHeadBytes = 0;       // constant after Start
+  std::uint32_t stopMilliseconds = 0;  // the host's thread only
+  ZRRequestProgress progress;
+  MHD_Daemon* daemon = nullptr;  // the host's thread only
+};
+
+bool ZRWebServer::CServer::Start(const ZRWebServerSettings& settings, std::string& reason) {
+  if (daemon != nullptr) {
+    reason = "the web server runs already";
+    return false;
+  }
+  if (settings.threads == 0 || settings.connections < settings.threads) {
+    reason = "the web server needs a thread, and a connection for each of its threads";
+    return false;
+  }
+  std::error_code ignored;
+  limits = {settings.memoryBytes, settings.answerBytes, settings.temporaryFolder};
+  if (limits.temporaryFolder.empty()) {
+    limits.temporaryFolder = std::filesystem::temp_directory_path(ignored).string();
+  }
+  mostHeadBytes = settings.headerBytes;
+  stopMilliseconds = settings.stopMilliseconds;
+  if (!listener.Open(settings.address, settings.port, reason)) return false;
+  progress.Open();
+  if (StartDaemon(settings)) return true;
+  listener.Close();
+  reason = "the threads of the web server can't be started";
+  return false;
+}
+
+bool ZRWebServer::CServer::StartDaemon(const ZRWebServerSettings& settings) {
+  constexpr unsigned int kFlags = MHD_USE_INTERNAL_POLLING_THREAD | MHD_USE_EPOLL | MHD_USE_ITC;
+  // The library reads a head into half of a connection's memory, and notes its parts beside.
+  const std::size_t connectionBytes = 2 * settings.headerBytes + kReplyHeadBytes;
+  const unsigned int pool = settings.threads > 1 ? settings.threads : 0;
+  daemon = MHD_start_daemon(
+      kFlags, 0, nullptr, nullptr, &OnRequest, this, MHD_OPTION_LISTEN_SOCKET,
+      listener.Descriptor(), MHD_OPTION_THREAD_POOL_SIZE, pool, MHD_OPTION_CONNECTION_LIMIT,
+      settings.connections, MHD_OPTION_CONNECTION_TIMEOUT, settings.idleSeconds,
+      MHD_OPTION_CONNECTION_MEMORY_LIMIT, connectionBytes, MHD_OPTION_STRICT_FOR_CLIENT, 1,
+      MHD_OPTION_UNESCAPE_CALLBACK, &KeepEscapes, nullptr, MHD_OPTION_NOTIFY_COMPLETED,
+      &OnCompleted, this, MHD_OPTION_END);
+  return daemon != nullptr;
+}
+
+void ZRWebServer::CServer::Stop() {
+  if (daemon == nullptr) return;
+  progress.Shut();
+  (void)MHD_quiesce_daemon(daemon);
+  listener.Refuse();
+  progress.WaitUntilQuiet(stopMilliseconds);
+  MHD_stop_daemon(std::exchange(daemon, nullptr));
+  listener.Close();
+}
+
+MHD_Result ZRWebServer::CServer::OnRequest(void* server, MHD_Connection* connection,
+                                           const char* url, const char* method, const char*,
+                                           const char*, std::size_t* uploadSize, void** state) {
+  auto& self = *static_cast<CServer*>(server);
+  const bool isWhole = *state != nullptr;
+  if (!isWhole) {
+    self.progress.BeginRequest();
+    *state = server;
+  }
+  if (*uploadSize != 0) return MHD_NO;  // every body is refused before it comes
+  try {
+    return self.Handle(connection, url, method, isWhole);
+  } catch (const std::exception&) {
+    return MHD_NO;
+  }
+}
+
+void ZRWebServer::CServer::OnCompleted(void* server, MHD_Connection*, void** state,
+                                       MHD_RequestTerminationCode) {
+  if (*state != nullptr) static_cast<CServer*>(server)->progress.EndRequest();
+  *state = nullptr;
+}
+
+MHD_Result ZRWebServer::CServer::Handle(MHD_Connection* connection, std::string_view path,
+                                        std::string_view method, bool isWhole) {
+  CRequestHeaders headers = HeadersOf(connection);
+  headers.head.method = method;
+  headers.head.isKnownPath = routes.contains(path);
+  // Without a body, the connection can be used again after the answer, if it waits for the end.
+  if (!isWhole && BodyOf(headers.head) == ZRRequestBody::kNone) return MHD_YES;
+  const int refusal = RefusalOf(headers.head, mostHeadBytes);
+  return refusal != 0 ? Refuse(connection, refusal) : Answer(connection, path, headers);
+}
+
+MHD_Result ZRWebServer::CServer::Answer(MHD_Connection* connection, std::string_view path,
+                                        const CRequestHeaders& headers) {
+  CHttpRequest request(headers);
+  ZRHttpAnswer answer(limits, request.Coding());
+  {
+    const CRouteTurn turn(progress);
+    if (!turn.Taken()) return Refuse(connection, kStatusUnavailable);
+    if (!CallRoute(path, request, answer)) return Refuse(connection, kStatusInternalError);
+  }
+  return Send(connection, answer.Status(), ResponseOf(answer));
+}
+
+bool ZRWebServer::CServer::CallRoute(std::string_view path, CHttpRequest& request,
+                                     ZRHttpAnswer& answer) {
+  try {
+    routes.find(path)->second(request, answer);
+    return answer.IsComplete();
+  } catch (const std::exception& thrown) {
+    TellFault(path, thrown.what());
+  } catch (...) {
+    TellFault(path, "unknown exception");
+  }
+  return false;
+}
+
+void ZRWebServer::CServer::TellFault(std::string_view path, const char* what) const {
+  if (fault) fault(path, what);
+}
+
+MHD_Result ZRWebServer::CServer::Refuse(MHD_Connection* connection, int status) {
+  const std::string number = std::to_string(status);
+  const char* const phrase = MHD_get_reason_phrase_for(static_cast<unsigned int>(status));
+  const tagResponse response = ResponseOfText(number + " " + phrase + "\n");
+  AddHeader(response.get(), MHD_HTTP_HEADER_CONTENT_TYPE, kTextType);
+  if (status == kStatusMethodNotAllowed) {
+    AddHeader(response.get(), MHD_HTTP_HEADER_ALLOW, kAllowedMethods);
+  }
+  return Send(connection, status, response);
+}
+
+MHD_Result ZRWebServer::CServer::Send(MHD_Connection* connection, int status,
+                                      const tagResponse& response) {
+  AddHeader(response.get(), MHD_HTTP_HEADER_CACHE_CONTROL, "no-store");
+  AddHeader(response.get(), "X-Content-Type-Options", "nosniff");
+  if (progress.IsShut()) AddHeader(response.get(), MHD_HTTP_HEADER_CONNECTION, "close");
+  return MHD_queue_response(connection, static_cast<unsigned int>(status), response.get());
+}
+
+ZRWebServer::ZRWebServer() : server(std::make_unique<CServer>()) {}
+
+ZRWebServer::~ZRWebServer() = default;
+
+void ZRWebServer::Get(std::string_view path, tagRoute route) {
+  server->routes.insert_or_assign(std::string(path), std::move(route));
+}
+
+void ZRWebServer::OnFault(tagFault fault) {
+  server->fault = std::move(fault);
+}
+
+bool ZRWebServer::Start(const ZRWebServerSettings& settings, ZRString& reason) {
+  std::string words;
+  if (server->Start(settings, words)) return true;
+  reason = words.c_str();
+  return false;
+}
+
+void ZRWebServer::Stop() {
+  server->Stop();
+}
+
+std::uint16_t ZRWebServer::Port() const {
+  return server->listener.Port();
+}

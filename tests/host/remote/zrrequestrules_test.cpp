@@ -1,0 +1,117 @@
+#include "host/remote/zrrequestrules.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+constexpr std::size_t kMostHeadBytes = 1000;
+
+ZRRequestHead GoodHead() {
+  ZRRequestHead head;
+  head.method = "GET";
+  head.hosts = {"localhost:8080"};
+  head.isKnownPath = true;
+  head.headBytes = kMostHeadBytes;
+  return head;
+}
+
+int Refusal(const ZRRequestHead& head) {
+  return RefusalOf(head, kMostHeadBytes);
+}
+
+TEST(RequestRules, LetGetAndHeadPass) {
+  ZRRequestHead head = GoodHead();
+  EXPECT_EQ(0, Refusal(head));
+  head.method = "HEAD";
+  EXPECT_EQ(0, Refusal(head));
+  head.contentLengths = {"0", "00"};
+  EXPECT_EQ(0, Refusal(head));
+}
+
+TEST(RequestRules, RefuseOtherMethods) {
+  ZRRequestHead head = GoodHead();
+  for (const char* method : {"POST", "get", "GETS", "OPTIONS", "TRACE", ""}) {
+    head.method = method;
+    EXPECT_EQ(kStatusMethodNotAllowed, Refusal(head)) << method;
+  }
+}
+
+TEST(RequestRules, RefuseInTheirOrder) {
+  ZRRequestHead head;
+  head.method = "POST";
+  head.headBytes = kMostHeadBytes + 1;
+  EXPECT_EQ(kStatusHeadersTooLarge, Refusal(head));
+  head.headBytes = kMostHeadBytes;
+  EXPECT_EQ(kStatusBadRequest, Refusal(head));
+  head.hosts = {"localhost", "localhost"};
+  EXPECT_EQ(kStatusBadRequest, Refusal(head));
+  head.hosts = {"a.example"};
+  EXPECT_EQ(kStatusForbidden, Refusal(head));
+  head.hosts = {"localhost"};
+  EXPECT_EQ(kStatusNotFound, Refusal(head));
+  head.isKnownPath = true;
+  EXPECT_EQ(kStatusMethodNotAllowed, Refusal(head));
+  head.method = "GET";
+  EXPECT_EQ(0, Refusal(head));
+}
+
+TEST(RequestRules, RefuseABody) {
+  ZRRequestHead head = GoodHead();
+  head.contentLengths = {"1"};
+  EXPECT_EQ(kStatusBadRequest, Refusal(head));
+  head.contentLengths = {"65536"};
+  EXPECT_EQ(kStatusBadRequest, Refusal(head));
+  head.contentLengths = {"65537"};
+  EXPECT_EQ(kStatusContentTooLarge, Refusal(head));
+  head.contentLengths = {"0", "99999999999999999999999999"};
+  EXPECT_EQ(kStatusContentTooLarge, Refusal(head));
+  head.contentLengths.clear();
+  head.hasTransferEncoding = true;
+  EXPECT_EQ(kStatusContentTooLarge, Refusal(head));
+}
+
+TEST(RequestRules, TakeALengthThatCannotBeReadForABody) {
+  ZRRequestHead head = GoodHead();
+  for (const char* length : {"", "-1", "+1", "0x0", "0 ", "0,0"}) {
+    head.contentLengths = {length};
+    EXPECT_EQ(ZRRequestBody::kTooLarge, BodyOf(head)) << length;
+  }
+}
+
+TEST(RequestRules, KnowTheNamesOfThisMachine) {
+  for (const char* host : {"localhost", "LocalHost:80", "127.0.0.1", "127.0.0.1:65535", "[::1]",
+                           "[::1]:8480", "localhost:"}) {
+    EXPECT_TRUE(IsLoopbackHost(host)) << host;
+  }
+}
+
+TEST(RequestRules, KnowNoOtherNames) {
+  for (const char* host : {"",
+                           ":",
+                           ":80",
+                           "example.org",
+                           "localhost.example.org",
+                           "localhost.",
+                           "xlocalhost",
+                           "localhost:80:80",
+                           "localhost:8x",
+                           "localhost:123456",
+                           "127.0.0.10",
+                           "127.0.0.1.example",
+                           "127.1",
+                           "::1",
+                           "[::1",
+                           "[::1]x",
+                           "[::2]",
+                           "[]",
+                           "localhost ",
+                           "user@localhost",
+                           "localhost:80@example.org",
+                           "localhost, localhost"}) {
+    EXPECT_FALSE(IsLoopbackHost(host)) << host;
+  }
+}
+
+}  // namespace
