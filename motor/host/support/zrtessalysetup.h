@@ -1,42 +1,58 @@
 // Settings of the installation: the site's tessaly.toml.
 #pragma once
 
+#include <cstddef>
 #include <memory>
-#include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "host/tools/xmldocument.h"
 #include "host/tools/zrbasicstring.h"
 
-// One setting with what the file says of it, for whoever reads a table of his own (drivers).
+// What is wrong with the file, or odd. No value of the file is quoted: it may be a secret.
 struct ZRSettingProblem {
-  ZRString text;  // what is wrong, naming the key
-  int line = 0;   // from 1; 0 if no place is to blame
-  int column = 0;
+  ZRString text;   // names the key
+  int line = 0;    // from 1; 0 if no place is to blame
+  int column = 0;  // from 1, in characters
 };
 
-// The singleton of the settings. Loaded once by the host, before anything else starts; read only
-// from then on, by any thread. A reload of the site loads it anew while nothing runs.
+// The settings of docs/settings.md, with their defaults for what the file leaves out.
+//
+// Threads   loaded once by the host, before anything else starts; read only from then on, by any
+//           thread. A reload of the site loads it anew while nothing runs.
+// Promise   a Load that fails changes nothing.
 class ZRTessalySetup {
  public:
+  static constexpr const char* kFileName = "tessaly.toml";
+  static constexpr int kDefaultHttpPort = 8480;
+  // Of each list, at most so many are told.
+  static constexpr std::size_t kMaximumProblems = 100;
+
+  ZRTessalySetup() = default;
+  // The one of the process.
   [[nodiscard]] static ZRTessalySetup& Get();
 
-  // Reads `<site>/tessaly.toml`. False if the file is missing, isn't TOML, or holds a value of a
-  // wrong type or range: the problems say where, and the settings stay as they were. A key that
-  // nobody knows is a problem in `warnings`.
+  // Reads `<site>/tessaly.toml`, of at most 1 MiB. False if the file is missing, isn't TOML, or
+  // holds a value of a wrong type or range: the problems say where. A key that nobody knows is a
+  // problem in `warnings`. Both lists are replaced.
   [[nodiscard]] bool Load(const ZRWString& siteFolder, std::vector<ZRSettingProblem>& problems,
                           std::vector<ZRSettingProblem>& warnings);
-
-  [[nodiscard]] const ZRWString& SitePath() const { return sitePath; }
+  // The same with the text of the file.
+  [[nodiscard]] bool LoadText(std::string_view toml, const ZRWString& siteFolder,
+                              std::vector<ZRSettingProblem>& problems,
+                              std::vector<ZRSettingProblem>& warnings);
 
   // Folders, each with its separator at the end. Relative ones in the file are below the site.
+  [[nodiscard]] const ZRWString& SitePath() const { return sitePath; }
   [[nodiscard]] const ZRWString& CfgPath() const { return cfgPath; }
   [[nodiscard]] const ZRWString& DataPath() const { return dataPath; }
 
   [[nodiscard]] const ZRWString& ProgramName() const { return programName; }
-  [[nodiscard]] const ZRWString& CurrentLanguage() const { return language; }
+  [[nodiscard]] const ZRWString& CurrentLanguage() const { return language; }  // "en" or "es"
   [[nodiscard]] const ZRWString& RssUrl() const { return rssUrl; }
-  [[nodiscard]] const ZRString& TimeZone() const { return timeZone; }  // empty: the machine's
+  // By its name in the zone database, which Load doesn't ask; empty: the machine's.
+  [[nodiscard]] const ZRString& TimeZone() const { return timeZone; }
 
   [[nodiscard]] int HttpServerPort() const { return httpPort; }  // 0: any free one
 
@@ -45,27 +61,39 @@ class ZRTessalySetup {
   [[nodiscard]] const ZRString& SmtpUser() const { return smtpUser; }
   [[nodiscard]] const ZRString& SmtpPassword() const { return smtpPassword; }
   [[nodiscard]] int SmtpPort() const { return smtpPort; }
-  [[nodiscard]] int SmtpSizeQueue() const { return smtpSizeQueue; }
-  [[nodiscard]] int SmsSizeQueue() const { return smsSizeQueue; }
+  [[nodiscard]] int SmtpSizeQueue() const { return smtpSizeQueue; }  // messages; negative: any
+  [[nodiscard]] int SmsSizeQueue() const { return smsSizeQueue; }    // the same
   [[nodiscard]] bool SmtpAuthenticated() const { return smtpAuthenticated; }
   [[nodiscard]] bool SmtpSSL() const { return smtpSsl; }
 
-  // The log: level 0 to 4, and the target "terminal", "journal" or a file below the site.
+  // The log: level 0 to 4, and the target "terminal", "journal" or the path of a file below the
+  // site (with the site's folder in front).
   [[nodiscard]] int LogLevel() const { return logLevel; }
   [[nodiscard]] const ZRWString& LogTarget() const { return logTarget; }
 
-  // The file's tree as nodes, tables as elements and each entry of an array as one more element
-  // of the array's name: what a driver reads of its own settings. Null before a Load.
-  [[nodiscard]] const XmlDocument::XmlNode* Tree() const { return tree.Root(); }
-  // The drivers of the file, one element `driver` for each [[driver]], in the file's order.
+  // The file's tree as nodes: tables as elements; texts as they are, integers in decimal, other
+  // numbers in their shortest form, flags as "T" and "F", dates by ISO 8601; each entry of an
+  // array as one more element of the array's name. The password of the mail server is left out.
+  // Null before a Load.
+  [[nodiscard]] const XmlDocument::XmlNode* Tree() const {
+    return tree != nullptr ? std::as_const(*tree).Root() : nullptr;
+  }
+  // The drivers of the file, one element `driver` for each [[driver]], in the file's order. Each
+  // has a `type`, a `name` and an `id` (its name, if the file gives none); names and ids are
+  // those of one driver only, and a name has no "." "[" "]". It, and each table in it, also has
+  // the value `__line`: the line of the file, from 1.
   [[nodiscard]] std::vector<const XmlDocument::XmlNode*> Drivers() const;
 
  private:
-  ZRWString sitePath, cfgPath, dataPath, programName, language, rssUrl, logTarget;
+  class CReader;
+
+  ZRWString sitePath, cfgPath, dataPath;
+  ZRWString programName{L"Tessaly"}, language{L"en"}, rssUrl, logTarget{L"terminal"};
   ZRString timeZone, smtpServer, smtpFrom, smtpUser, smtpPassword;
-  int httpPort = 0, smtpPort = 25, smtpSizeQueue = 100, smsSizeQueue = 100, logLevel = 1;
+  int httpPort = kDefaultHttpPort, smtpPort = 25, smtpSizeQueue = 100, smsSizeQueue = 100;
+  int logLevel = 1;
   bool smtpAuthenticated = false, smtpSsl = false;
-  XmlDocument tree;
+  std::unique_ptr<XmlDocument> tree;
 };
 
 // The default configuration for readers of single values: the tree of tessaly.toml as nodes.

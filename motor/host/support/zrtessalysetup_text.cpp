@@ -1,0 +1,223 @@
+// What the settings file may hold.
+#include <algorithm>
+#include <set>
+#include <string>
+
+#include "host/support/zrsettingnode.h"
+#include "host/support/zrsettingstable.h"
+#include "host/support/zrsettingstext.h"
+#include "host/support/zrsettingstree.h"
+#include "host/support/zrtessalysetup.h"
+#include "host/tools/zrtext.h"
+
+namespace {
+
+using tagKind = ZRSettingNode::tagKind;
+
+constexpr char kSeparator = '/';
+constexpr int kMaximumPort = 65535;
+constexpr int kMaximumQueue = 1'000'000;
+constexpr int kUnlimitedQueue = -1;
+constexpr std::size_t kMaximumName = 100;  // bytes
+
+bool IsNotEmpty(std::string_view text) {
+  return !text.empty();
+}
+
+bool IsLanguage(std::string_view text) {
+  return text == "en" || text == "es";
+}
+
+// A name of the zone database, or none. It becomes a part of a path.
+bool IsZone(std::string_view text) {
+  constexpr std::string_view kAllowed =
+      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_+-/";
+  return text.size() <= kMaximumName && text.find_first_not_of(kAllowed) == text.npos &&
+         !text.starts_with(kSeparator);
+}
+
+bool HasStepUp(std::string_view path) {
+  while (!path.empty()) {
+    const std::size_t end = std::min(path.find(kSeparator), path.size());
+    if (path.substr(0, end) == "..") return true;
+    path.remove_prefix(std::min(end + 1, path.size()));
+  }
+  return false;
+}
+
+bool IsFolder(std::string_view path) {
+  return !path.empty() && !HasStepUp(path);
+}
+
+bool IsLogTarget(std::string_view path) {
+  return IsFolder(path) && !path.starts_with(kSeparator) && !path.ends_with(kSeparator);
+}
+
+// Names become parts of the full names of variables, and of expressions.
+bool IsDriverName(std::string_view name) {
+  return !name.empty() && name.size() <= kMaximumName && name.find_first_of(".[]") == name.npos;
+}
+
+bool IsDriverId(std::string_view id) {
+  return !id.empty() && id.size() <= kMaximumName;
+}
+
+ZRWString WithSeparator(const ZRWString& folder) {
+  if (folder.IsEmpty()) return L"./";
+  if (folder.View().ends_with(wchar_t{kSeparator})) return folder;
+  return folder + L"/";
+}
+
+ZRWString BelowSite(const ZRWString& site, const ZRString& path) {
+  const ZRWString wide = Utf8ToUtf16(path.View());
+  return path.View().starts_with(kSeparator) ? wide : site + wide;
+}
+
+}  // namespace
+
+// Reads the keys of the file into settings that hold their defaults.
+class ZRTessalySetup::CReader {
+ public:
+  CReader(ZRTessalySetup& toFill, ZRSettingReport& toReport) : setup(toFill), report(toReport) {}
+
+  void Read(const ZRSettingNode& root) {
+    ZRSettingsTable file(&root, "", report);
+    ReadInstallation(file);
+    ReadHttp(file.Table("http"));
+    ReadLog(file.Table("log"));
+    ReadRss(file.Table("rss"));
+    ReadSmtp(file.Table("smtp"));
+    ReadSms(file.Table("sms"));
+    ReadPreferences(file.Table("preferences"));
+    ReadDrivers(file.Any("driver"));
+    file.WarnOfUnknownKeys();
+  }
+
+ private:
+  void ReadInstallation(ZRSettingsTable& file) {
+    ZRString name = Utf16ToUtf8(setup.programName.View());
+    file.Text("name", name, IsNotEmpty, "must not be empty");
+    setup.programName = Utf8ToUtf16(name.View());
+    ZRString language = Utf16ToUtf8(setup.language.View());
+    file.Text("language", language, IsLanguage, "must be \"en\" or \"es\"");
+    setup.language = Utf8ToUtf16(language.View());
+    file.Text("timezone", setup.timeZone, IsZone, "must be the name of a time zone");
+    setup.cfgPath = ReadFolder(file, "config");
+    setup.dataPath = ReadFolder(file, "data");
+  }
+
+  // The key's own text is the default.
+  ZRWString ReadFolder(ZRSettingsTable& file, const char* key) {
+    ZRString folder(key);
+    file.Text(key, folder, IsFolder, "must be the path of a folder, without \"..\"");
+    return WithSeparator(BelowSite(setup.sitePath, folder));
+  }
+
+  void ReadHttp(ZRSettingsTable http) {
+    http.Integer("port", setup.httpPort, 0, kMaximumPort);
+    http.WarnOfUnknownKeys();
+  }
+
+  void ReadLog(ZRSettingsTable log) {
+    constexpr int kHighestLevel = 4;
+    log.Integer("level", setup.logLevel, 0, kHighestLevel);
+    ZRString target("terminal");
+    log.Text("target", target, IsLogTarget,
+             "must be \"terminal\", \"journal\" or the path of a file below the site");
+    const bool isFile = !(target == "terminal" || target == "journal");
+    setup.logTarget = isFile ? BelowSite(setup.sitePath, target) : Utf8ToUtf16(target.View());
+    log.WarnOfUnknownKeys();
+  }
+
+  void ReadRss(ZRSettingsTable rss) {
+    rss.Text("url", setup.rssUrl);
+    rss.WarnOfUnknownKeys();
+  }
+
+  void ReadSmtp(ZRSettingsTable smtp) {
+    smtp.Text("server", setup.smtpServer);
+    smtp.Integer("port", setup.smtpPort, 1, kMaximumPort);
+    smtp.Text("from", setup.smtpFrom);
+    smtp.Text("user", setup.smtpUser);
+    smtp.Text("password", setup.smtpPassword);
+    smtp.Flag("authenticated", setup.smtpAuthenticated);
+    smtp.Flag("ssl", setup.smtpSsl);
+    smtp.Integer("queue", setup.smtpSizeQueue, kUnlimitedQueue, kMaximumQueue);
+    smtp.WarnOfUnknownKeys();
+  }
+
+  void ReadSms(ZRSettingsTable sms) {
+    sms.Integer("queue", setup.smsSizeQueue, kUnlimitedQueue, kMaximumQueue);
+    sms.WarnOfUnknownKeys();
+  }
+
+  // Read later by their paths in the tree: only checked here.
+  void ReadPreferences(ZRSettingsTable preferences) {
+    constexpr int kHighestModemPort = 255;
+    constexpr int kHighestBaudRate = 4'000'000;
+    constexpr int kHighestPin = 99'999'999;
+    int checked = 0;
+    ZRSettingsTable modem = preferences.Table("modem");
+    modem.Integer("port", checked, 0, kHighestModemPort);
+    modem.Integer("baudRate", checked, 1, kHighestBaudRate);
+    modem.Integer("pin", checked, 0, kHighestPin);
+    modem.WarnOfUnknownKeys();
+    preferences.WarnOfUnknownKeys();
+  }
+
+  void ReadDrivers(const ZRSettingNode* drivers) {
+    if (drivers == nullptr) return;
+    const auto isTable = [](const ZRSettingNode& node) { return node.kind == tagKind::kTable; };
+    if (drivers->kind != tagKind::kArray ||
+        !std::all_of(drivers->children.begin(), drivers->children.end(), isTable)) {
+      report.Problem("driver must be written as [[driver]]", *drivers);
+      return;
+    }
+    for (const ZRSettingNode& driver : drivers->children)
+      ReadDriver(driver);
+  }
+
+  // Its further keys belong to its type: they are read later from the tree.
+  void ReadDriver(const ZRSettingNode& node) {
+    ZRSettingsTable driver(&node, "driver.", report);
+    ZRString type;
+    driver.Text("type", type);
+    if (type.IsEmpty()) driver.Problem("type", "must be given");
+    ZRString name;
+    driver.Text("name", name);
+    if (!IsDriverName(name.View())) {
+      driver.Problem("name", "must have 1 to 100 bytes, and no \".\", \"[\" or \"]\"");
+    }
+    ZRString id = name;
+    driver.Text("id", id, IsDriverId, "must have 1 to 100 bytes");
+    if (!names.insert(name).second) driver.Problem("name", "is that of an earlier driver");
+    if (!ids.insert(id).second) driver.Problem("id", "is that of an earlier driver");
+  }
+
+  ZRTessalySetup& setup;
+  ZRSettingReport& report;
+  std::set<ZRString> names;
+  std::set<ZRString> ids;
+};
+
+bool ZRTessalySetup::LoadText(std::string_view toml, const ZRWString& siteFolder,
+                              std::vector<ZRSettingProblem>& problems,
+                              std::vector<ZRSettingProblem>& warnings) {
+  problems.clear();
+  warnings.clear();
+  ZRSettingNode root;
+  ZRSettingProblem problem;
+  if (!ParseSettings(toml, root, problem)) {
+    problems.push_back(problem);
+    return false;
+  }
+  ZRTessalySetup fresh;
+  fresh.sitePath = WithSeparator(siteFolder);
+  ZRSettingReport report{problems, warnings};
+  CReader(fresh, report).Read(root);
+  if (!problems.empty()) return false;
+  fresh.tree = std::make_unique<XmlDocument>();
+  MakeSettingsTree(root, *fresh.tree);
+  *this = std::move(fresh);
+  return true;
+}
