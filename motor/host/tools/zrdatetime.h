@@ -32,22 +32,28 @@ class ZRDateTimeSpan {
 class ZRDateTime {
  public:
   ZRDateTime() = default;  // invalid
-  // Days since 1899-12-30T00:00:00, the fraction being the time of day. NaN and values outside
-  // of the range of years give an invalid date. A date that was turned into a double and back is
-  // the same to the millisecond.
+  // Days since 1899-12-30T00:00:00 by the reading, the fraction being the part of a day that has
+  // gone by, also before that date (-0.25 is 18:00 of the 29th). NaN and values outside of the
+  // range of years give an invalid date. A reading that was turned into a double and back is the
+  // same to the millisecond.
   explicit ZRDateTime(double days);
   explicit operator double() const;  // 0 for an invalid date
 
+  // Now. Cheap, and safe from any thread.
   [[nodiscard]] static ZRDateTime UTC();
   [[nodiscard]] static ZRDateTime LTC();
+  // Invalid outside of the range of years.
   [[nodiscard]] static ZRDateTime FromUtcMilliseconds(std::int64_t since1970);
   [[nodiscard]] std::int64_t UtcMilliseconds() const;  // 0 for an invalid date
 
   // Sets the installation's time zone by its name in the zone database ("Europe/Madrid"); empty
-  // for the machine's own. False if there is none of that name, and then nothing changes. Called
-  // before any other thread uses local time.
+  // for the machine's own, which is also the one in force before the first call, and is UTC if
+  // the machine doesn't say. False if there is none of that name, and then nothing changes. Dates
+  // that were made before keep their offset.
   [[nodiscard]] static bool SetLocalZone(const ZRString& name);
 
+  // The same instant with the other reading. A date without offset is read as local time by
+  // LTC2UTC, and as UTC by UTC2LTC. Invalid if the new reading is outside of the range of years.
   [[nodiscard]] ZRDateTime LTC2UTC() const;
   [[nodiscard]] ZRDateTime UTC2LTC() const;
 
@@ -61,7 +67,7 @@ class ZRDateTime {
   [[nodiscard]] int Millisecond() const;
   [[nodiscard]] int DayOfWeek() const;
 
-  // At 00:00:00. A date that doesn't exist invalidates.
+  // At 00:00:00, without offset. A date that doesn't exist invalidates.
   void SetDate(int year, int month, int day);
   // The last two are milliseconds and reserved (0). Invalid fields invalidate.
   void SetDateTime(int year, int month, int day, int hour, int minute, int second, int millisecond,
@@ -83,12 +89,15 @@ class ZRDateTime {
     return ZRDateTimeSpan(a.valid && b.valid ? a.UtcMilliseconds() - b.UtcMilliseconds() : 0);
   }
 
-  // "2026-11-21T08:05:09.250Z", with "+01:00" in place of the "Z" for a local time; empty for an
-  // invalid date.
+  // "2026-11-21T08:05:09.250Z", with "+01:00" in place of the "Z" for a local time (and seconds
+  // behind it in the rare zone that has them); empty for an invalid date.
   [[nodiscard]] ZRWString ToCompleteWString() const;
 
  private:
+  // Invalid if the reading is outside of the range of years.
+  [[nodiscard]] static ZRDateTime Made(std::int64_t reading, std::int32_t offset, bool local);
   [[nodiscard]] std::int64_t Key() const;
+  friend ZRString DateTime2RFC822(const ZRDateTime& date, bool local);
 
   std::int64_t reading = 0;        // milliseconds since 1970-01-01T00:00:00 by the wall clock
   std::int32_t offsetSeconds = 0;  // what to take away from the reading for UTC

@@ -25,12 +25,15 @@ void SplitFileName(const ZRWString& title, ZRWString& first, ZRWString& second);
 [[nodiscard]] int widerename(const wchar_t* from, const wchar_t* to);
 
 // Reads a whole file of at most `limit` bytes. False, with nothing in `content`, if it can't be
-// read or is larger.
+// read to its end or is larger.
 [[nodiscard]] bool ReadWholeFile(const ZRWString& path, std::size_t limit, ZRString& content);
 
 // Files that match a pattern, in ascending order of code units. In the last component of the
 // pattern "*" stands for any text and "?" for one unit; nothing else is special, and case counts.
-// Folders and other special files are left out, but "*.*" alone finds something in every folder
+// Folders are left out, and so are names that aren't UTF-8.
+//
+// A last component of exactly "*.*" asks for everything in a folder, with or without a point:
+// folders are found too, and "." if there is nothing else. So it finds something in every folder
 // that exists.
 class ZRFileFind {
  public:
@@ -40,6 +43,7 @@ class ZRFileFind {
   // walked by: found = FindFile(p); while (found) { found = FindNextFileW(); use GetFileName(); }
   [[nodiscard]] int FindNextFileW();
 
+  // Of the file moved to; empty before the first move.
   [[nodiscard]] ZRWString GetFileName() const;   // name with extension
   [[nodiscard]] ZRWString GetFilePath() const;   // whole path
   [[nodiscard]] ZRWString GetFileTitle() const;  // name without the last extension
