@@ -11,6 +11,22 @@ bool IsDigit(char c) {
   return c >= '0' && c <= '9';
 }
 
+bool IsLetter(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+
+bool IsNameCharacter(char c) {
+  constexpr std::string_view kMarks = "!#$%&'*+-.^_`|~";
+  return IsDigit(c) || IsLetter(c) || kMarks.find(c) != std::string_view::npos;
+}
+
+bool IsControl(char c) {
+  constexpr unsigned char kFirstVisible = 0x20;
+  constexpr unsigned char kDelete = 0x7F;
+  const auto byte = static_cast<unsigned char>(c);
+  return (byte < kFirstVisible && c != '\t') || byte == kDelete;
+}
+
 bool IsPort(std::string_view text) {
   constexpr std::size_t kMostDigits = 5;
   return text.size() <= kMostDigits && std::all_of(text.begin(), text.end(), IsDigit);
@@ -29,6 +45,11 @@ ZRRequestBody BodyOfLength(std::string_view length) {
 }
 
 }  // namespace
+
+bool IsHeader(std::string_view name, std::string_view content) {
+  return !name.empty() && std::all_of(name.begin(), name.end(), IsNameCharacter) &&
+         std::none_of(content.begin(), content.end(), IsControl);
+}
 
 ZRRequestBody BodyOf(const ZRRequestHead& head) {
   // One without a stated length may be of any.
@@ -50,7 +71,7 @@ bool IsLoopbackHost(std::string_view host) {
 
 int RefusalOf(const ZRRequestHead& head, std::size_t mostHeadBytes) {
   if (head.headBytes > mostHeadBytes) return kStatusHeadersTooLarge;
-  if (head.hosts.size() != 1) return kStatusBadRequest;
+  if (head.isMalformed || head.hosts.size() != 1) return kStatusBadRequest;
   if (!IsLoopbackHost(head.hosts.front())) return kStatusForbidden;
   if (!head.isKnownPath) return kStatusNotFound;
   if (head.method != "GET" && head.method != "HEAD") return kStatusMethodNotAllowed;

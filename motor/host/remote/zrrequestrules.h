@@ -22,9 +22,14 @@ struct ZRRequestHead {
   std::vector<std::string_view> hosts;           // contents of every Host header
   std::vector<std::string_view> contentLengths;  // of every Content-Length header
   bool hasTransferEncoding = false;
+  bool isMalformed = false;  // some header isn't one by IsHeader
   bool isKnownPath = false;
   std::size_t headBytes = 0;
 };
+
+// False for a name that isn't one word of a header's letters ("Content-Length " with its blank is
+// none: others might take it for the length), and for a content with control characters.
+[[nodiscard]] bool IsHeader(std::string_view name, std::string_view content);
 
 // What `head` says of a body.
 enum class ZRRequestBody { kNone, kSmall, kTooLarge };
@@ -35,6 +40,6 @@ enum class ZRRequestBody { kNone, kSmall, kTooLarge };
 [[nodiscard]] bool IsLoopbackHost(std::string_view host);
 
 // The status of the refusal; 0 for a request that a route may answer. In this order: a head that
-// is too large, no single Host, a Host that isn't this machine, an unknown path, another method
-// than GET and HEAD, and a body.
+// is too large, a malformed one, no single Host, a Host that isn't this machine, an unknown path,
+// another method than GET and HEAD, and a body.
 [[nodiscard]] int RefusalOf(const ZRRequestHead& head, std::size_t mostHeadBytes);

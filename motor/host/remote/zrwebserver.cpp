@@ -81,6 +81,7 @@ struct CRequestHeaders {
 };
 
 void CRequestHeaders::Take(std::string_view name, std::string_view value) {
+  head.isMalformed = head.isMalformed || !IsHeader(name, value);
   if (EqualIgnoringCase(name, "host")) {
     head.hosts.push_back(value);
   } else if (EqualIgnoringCase(name, "content-length")) {
@@ -98,7 +99,7 @@ MHD_Result TakeHeader(void* headers, MHD_ValueKind, const char* name, std::size_
                       const char* value, std::size_t valueSize) {
   auto& taken = *static_cast<CRequestHeaders*>(headers);
   try {
-    if (value != nullptr) taken.Take({name, nameSize}, {value, valueSize});
+    taken.Take({name, nameSize}, {value != nullptr ? value : "", valueSize});
   } catch (const std::exception&) {
     taken.complete = false;
     return MHD_NO;

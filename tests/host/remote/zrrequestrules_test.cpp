@@ -57,6 +57,22 @@ TEST(RequestRules, RefuseInTheirOrder) {
   EXPECT_EQ(0, Refusal(head));
 }
 
+TEST(RequestRules, RefuseAMalformedHead) {
+  ZRRequestHead head = GoodHead();
+  head.isMalformed = true;
+  EXPECT_EQ(kStatusBadRequest, Refusal(head));
+}
+
+TEST(RequestRules, TellAHeaderFromNone) {
+  EXPECT_TRUE(IsHeader("X-a_1!#$%&'*+.^`|~", "with blanks,\ttabs and \xC3\xA9"));
+  EXPECT_TRUE(IsHeader("x", ""));
+  for (const std::string_view name : {"", " x", "x ", "x\t", "a b", "a:b", "a(b", "\xC3\xA9"})
+    EXPECT_FALSE(IsHeader(name, "")) << name;
+  for (const std::string_view content : {"\n", "a\rb", "\x01", "\x1F", "\x7F"})
+    EXPECT_FALSE(IsHeader("x", content));
+  EXPECT_FALSE(IsHeader("x", std::string_view("a\0b", 3)));
+}
+
 TEST(RequestRules, RefuseABody) {
   ZRRequestHead head = GoodHead();
   head.contentLengths = {"1"};

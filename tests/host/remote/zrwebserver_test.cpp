@@ -264,7 +264,7 @@ TEST_F(WebServer, SendsARefusalForARouteThatThrows) {
 // --- slow clients, many clients ---
 
 TEST_F(WebServer, HoldsUpNeitherRouteNorThreadForASlowClient) {
-  constexpr int kSmallBuffer = 4096;
+  constexpr int kSmallBuffer = 64 * 1024;
   settings.threads = 1;
   const std::string text(5'000'000, 'x');
   ZRStateWord routes(0);
@@ -454,7 +454,7 @@ TEST_F(WebServer, StopLetsARequestInProgressFinish) {
 }
 
 TEST_F(WebServer, StopCutsOffAClientThatDoesNotTakeItsAnswer) {
-  constexpr int kSmallBuffer = 4096;
+  constexpr int kSmallBuffer = 64 * 1024;
   settings.stopMilliseconds = 1;
   const std::string text(5'000'000, 'x');
   Answer("/large", kContentXml, text);
@@ -469,7 +469,7 @@ TEST_F(WebServer, StopCutsOffAClientThatDoesNotTakeItsAnswer) {
 }
 
 TEST_F(WebServer, StopLetsAnAnswerUnderWayArrive) {
-  constexpr int kSmallBuffer = 4096;
+  constexpr int kSmallBuffer = 64 * 1024;
   settings.stopMilliseconds = 60'000;
   const std::string text(5'000'000, 'x');
   Answer("/large", kContentXml, text);
