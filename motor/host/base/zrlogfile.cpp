@@ -75,17 +75,17 @@ void ZRLogFile::TellLost() {
 
 void ZRLogFile::Flush() {
   if (file == nullptr) return;
-  if (std::fflush(file) == 0) {
-    buffered = 0;
-  } else {
-    Close();
+  if (std::fflush(file) != 0) {
+    CloseFailed();
+    return;
   }
+  buffered = 0;
 }
 
 bool ZRLogFile::Append(std::string_view lines) {
   if (file == nullptr) return false;
   if (std::fwrite(lines.data(), 1, lines.size(), file) != lines.size()) {
-    Close();
+    CloseFailed();
     return false;
   }
   size += lines.size();
@@ -108,6 +108,12 @@ void ZRLogFile::Close() {
   if (std::fclose(file) != 0) lost += buffered;
   buffered = 0;
   file = nullptr;
+}
+
+void ZRLogFile::CloseFailed() {
+  lost += buffered;
+  buffered = 0;
+  Close();
 }
 
 std::string ZRLogFile::Kept(unsigned int number) const {

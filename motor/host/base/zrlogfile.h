@@ -33,6 +33,8 @@ class ZRLogFile {
   void TellLost();
   void Rotate();
   void Close();
+  // After a failed write: what was buffered is gone.
+  void CloseFailed();
   [[nodiscard]] std::string Kept(unsigned int number) const;
 
   const std::string path;

@@ -80,7 +80,7 @@ class ZRTessalySetup {
   }
   // The drivers of the file, one element `driver` for each [[driver]], in the file's order. Each
   // has a `type`, a `name` and an `id` (its name, if the file gives none); names and ids are
-  // those of one driver only, and a name has no "." "[" "]". It, and each table in it, also has
+  // those of one driver only, and have no "." "[" "]". It, and each table in it, also has
   // the value `__line`: the line of the file, from 1.
   [[nodiscard]] std::vector<const XmlDocument::XmlNode*> Drivers() const;
 

@@ -53,13 +53,11 @@ bool IsLogTarget(std::string_view path) {
   return IsFolder(path) && !path.starts_with(kSeparator) && !path.ends_with(kSeparator);
 }
 
-// Names become parts of the full names of variables, and of expressions.
-bool IsDriverName(std::string_view name) {
+// Of a driver's name and id: they come before a point in the full names of variables and in the
+// ids of remote events, and stand in expressions.
+constexpr std::string_view kNameRule = "must have 1 to 100 bytes, and no \".\", \"[\" or \"]\"";
+bool IsName(std::string_view name) {
   return !name.empty() && name.size() <= kMaximumName && name.find_first_of(".[]") == name.npos;
-}
-
-bool IsDriverId(std::string_view id) {
-  return !id.empty() && id.size() <= kMaximumName;
 }
 
 ZRWString WithSeparator(const ZRWString& folder) {
@@ -185,11 +183,9 @@ class ZRTessalySetup::CReader {
     if (type.IsEmpty()) driver.Problem("type", "must be given");
     ZRString name;
     driver.Text("name", name);
-    if (!IsDriverName(name.View())) {
-      driver.Problem("name", "must have 1 to 100 bytes, and no \".\", \"[\" or \"]\"");
-    }
+    if (!IsName(name.View())) driver.Problem("name", kNameRule);
     ZRString id = name;
-    driver.Text("id", id, IsDriverId, "must have 1 to 100 bytes");
+    driver.Text("id", id, IsName, kNameRule);
     if (!names.insert(name).second) driver.Problem("name", "is that of an earlier driver");
     if (!ids.insert(id).second) driver.Problem("id", "is that of an earlier driver");
   }

@@ -1,0 +1,415 @@
+#include "host/support/zrtessalysetup.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <string>
+
+#include "host/tools/zrtext.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class Settings : public testing::Test {
+ protected:
+  bool Load(const std::string& toml) { return setup.LoadText(toml, L"/site", problems, warnings); }
+
+  // "line:column text" of the only problem of a refused text.
+  std::string Refusal(const std::string& toml) {
+    EXPECT_FALSE(Load(toml)) << toml;
+    return problems.size() == 1 ? Shown(problems[0]) : std::to_string(problems.size());
+  }
+  std::string Warning(const std::string& toml) {
+    EXPECT_TRUE(Load(toml)) << toml;
+    return warnings.size() == 1 ? Shown(warnings[0]) : std::to_string(warnings.size());
+  }
+  static std::string Shown(const ZRSettingProblem& problem) {
+    return std::to_string(problem.line) + ":" + std::to_string(problem.column) + " " +
+           problem.text.Text();
+  }
+  [[nodiscard]] std::string Tree() const {
+    ZRString code;
+    setup.Tree()->CreateXmlCode(code);
+    return code.Text();
+  }
+
+  ZRTessalySetup setup;
+  std::vector<ZRSettingProblem> problems;
+  std::vector<ZRSettingProblem> warnings;
+};
+
+std::string Narrow(const ZRWString& wide) {
+  return Utf16ToUtf8(wide.View()).Text();
+}
+
+TEST_F(Settings, HaveDefaultsForWhatTheFileLeavesOut) {
+  ASSERT_TRUE(Load(""));
+  EXPECT_EQ("/site/", Narrow(setup.SitePath()));
+  EXPECT_EQ("/site/config/", Narrow(setup.CfgPath()));
+  EXPECT_EQ("/site/data/", Narrow(setup.DataPath()));
+  EXPECT_EQ("Tessaly", Narrow(setup.ProgramName()));
+  EXPECT_EQ("en", Narrow(setup.CurrentLanguage()));
+  EXPECT_EQ("", Narrow(setup.RssUrl()));
+  EXPECT_TRUE(setup.TimeZone().IsEmpty());
+  EXPECT_EQ(8480, setup.HttpServerPort());
+  EXPECT_TRUE(setup.SmtpServer().IsEmpty());
+  EXPECT_EQ(25, setup.SmtpPort());
+  EXPECT_EQ(100, setup.SmtpSizeQueue());
+  EXPECT_EQ(100, setup.SmsSizeQueue());
+  EXPECT_FALSE(setup.SmtpAuthenticated());
+  EXPECT_FALSE(setup.SmtpSSL());
+  EXPECT_EQ(1, setup.LogLevel());
+  EXPECT_EQ("terminal", Narrow(setup.LogTarget()));
+  EXPECT_TRUE(setup.Drivers().empty());
+}
+
+TEST_F(Settings, HoldEachValueOfTheFile) {
+  ASSERT_TRUE(Load(R"(
+name = "Planta Sur"
+language = "es"
+timezone = "Europe/Madrid"
+config = "cfg/a"
+data = "/var/lib/data"
+http.port = 0
+[log]
+level = 4
+target = "logs/engine.log"
+[rss]
+url = "http://localhost:8480/"
+[smtp]
+server = "mail.example.org"
+port = 465
+from = "plant@example.org"
+user = "plant"
+password = "secret"
+authenticated = true
+ssl = true
+queue = -1
+[sms]
+queue = 0
+)"));
+  EXPECT_TRUE(warnings.empty());
+  EXPECT_EQ("Planta Sur", Narrow(setup.ProgramName()));
+  EXPECT_EQ("es", Narrow(setup.CurrentLanguage()));
+  EXPECT_TRUE(setup.TimeZone() == "Europe/Madrid");
+  EXPECT_EQ("/site/cfg/a/", Narrow(setup.CfgPath()));
+  EXPECT_EQ("/var/lib/data/", Narrow(setup.DataPath()));
+  EXPECT_EQ(0, setup.HttpServerPort());
+  EXPECT_EQ(4, setup.LogLevel());
+  EXPECT_EQ("/site/logs/engine.log", Narrow(setup.LogTarget()));
+  EXPECT_EQ("http://localhost:8480/", Narrow(setup.RssUrl()));
+  EXPECT_TRUE(setup.SmtpServer() == "mail.example.org");
+  EXPECT_EQ(465, setup.SmtpPort());
+  EXPECT_TRUE(setup.SmtpFrom() == "plant@example.org");
+  EXPECT_TRUE(setup.SmtpUser() == "plant");
+  EXPECT_TRUE(setup.SmtpPassword() == "secret");
+  EXPECT_TRUE(setup.SmtpAuthenticated());
+  EXPECT_TRUE(setup.SmtpSSL());
+  EXPECT_EQ(-1, setup.SmtpSizeQueue());
+  EXPECT_EQ(0, setup.SmsSizeQueue());
+}
+
+TEST_F(Settings, OfAWrongTypeAreRefusedAtTheirPlace) {
+  EXPECT_EQ("2:1 name must be a text", Refusal("\nname = 5"));
+  EXPECT_EQ("2:3 http.port must be an integer from 0 to 65535", Refusal("[http]\n  port = \"80\""));
+  EXPECT_EQ("1:1 http must be a table", Refusal("http = 80"));
+  EXPECT_EQ("2:1 smtp.ssl must be true or false", Refusal("[smtp]\nssl = 1"));
+  EXPECT_EQ("1:1 sms must be a table", Refusal("[[sms]]\nqueue = 1"));
+  EXPECT_EQ("1:1 driver must be written as [[driver]]", Refusal("[driver]\nname = \"x\""));
+  EXPECT_EQ("1:1 driver must be written as [[driver]]", Refusal("driver = [1]"));
+}
+
+TEST_F(Settings, OutOfRangeAreRefused) {
+  EXPECT_EQ("1:6 http.port must be an integer from 0 to 65535", Refusal("http.port = 65536"));
+  EXPECT_EQ("1:6 http.port must be an integer from 0 to 65535",
+            Refusal("http.port = 9223372036854775807"));
+  EXPECT_EQ("1:6 smtp.port must be an integer from 1 to 65535", Refusal("smtp.port = 0"));
+  EXPECT_EQ("1:6 smtp.queue must be an integer from -1 to 1000000", Refusal("smtp.queue = -2"));
+  EXPECT_EQ("1:5 log.level must be an integer from 0 to 4", Refusal("log.level = 5"));
+  EXPECT_EQ("1:1 language must be \"en\" or \"es\"", Refusal("language = \"EN\""));
+  EXPECT_EQ("1:1 name must not be empty", Refusal("name = \"\""));
+}
+
+TEST_F(Settings, TellAllProblemsAtOnce) {
+  EXPECT_FALSE(Load("name = 1\nhttp.port = -1\nwrong = 1"));
+  EXPECT_EQ(2u, problems.size());
+  EXPECT_EQ(1u, warnings.size());
+}
+
+TEST_F(Settings, TextsHoldNoControls) {
+  EXPECT_EQ("1:6 smtp.from must not hold control characters",
+            Refusal(R"(smtp.from = "a\r\nBcc: b")"));
+  EXPECT_EQ("1:1 name must not hold control characters", Refusal(R"(name = "a\u0085")"));
+  EXPECT_EQ("1:8 a text must not hold a NUL", Refusal(R"(name = "a\u0000b")"));
+}
+
+TEST_F(Settings, FoldersStayWhereTheyShould) {
+  const std::string rule = " must be the path of a folder, without \"..\"";
+  for (const char* bad : {"", "..", "../x", "a/../b", "/a/..", "a/.."}) {
+    EXPECT_EQ("1:1 data" + rule, Refusal("data = \"" + std::string(bad) + "\"")) << bad;
+    EXPECT_EQ("1:1 config" + rule, Refusal("config = \"" + std::string(bad) + "\"")) << bad;
+  }
+  ASSERT_TRUE(Load("data = \"a..b/...\""));
+  EXPECT_EQ("/site/a..b/.../", Narrow(setup.DataPath()));
+  ASSERT_TRUE(Load("data = \"a/\""));
+  EXPECT_EQ("/site/a/", Narrow(setup.DataPath()));
+}
+
+TEST_F(Settings, LogFileIsBelowTheSite) {
+  const std::string rule =
+      "1:5 log.target must be \"terminal\", \"journal\" or the path of a file below the site";
+  for (const char* bad : {"", "/var/log/x", "../x", "logs/"})
+    EXPECT_EQ(rule, Refusal("log.target = \"" + std::string(bad) + "\"")) << bad;
+  ASSERT_TRUE(Load("log.target = \"journal\""));
+  EXPECT_EQ("journal", Narrow(setup.LogTarget()));
+}
+
+TEST_F(Settings, TimeZoneIsNoOtherPath) {
+  const std::string rule = "1:1 timezone must be the name of a time zone";
+  EXPECT_EQ(rule, Refusal("timezone = \"../../etc/passwd\""));
+  EXPECT_EQ(rule, Refusal("timezone = \"/etc/localtime\""));
+  EXPECT_TRUE(Load("timezone = \"Etc/GMT+3\""));
+}
+
+TEST_F(Settings, SiteFolderGetsItsSeparatorOnce) {
+  ASSERT_TRUE(setup.LoadText("", L"/site/", problems, warnings));
+  EXPECT_EQ("/site/config/", Narrow(setup.CfgPath()));
+  ASSERT_TRUE(setup.LoadText("", L"", problems, warnings));
+  EXPECT_EQ("./config/", Narrow(setup.CfgPath()));
+}
+
+TEST_F(Settings, UnknownKeysAreWarnings) {
+  EXPECT_EQ("2:1 the key \"nmae\" is not known", Warning("\nnmae = \"x\""));
+  EXPECT_EQ("1:7 the key \"a b\" in smtp is not known", Warning("smtp.'a b' = 1"));
+  EXPECT_EQ("2:1 the key \"speed\" in preferences.modem is not known",
+            Warning("[preferences.modem]\nspeed = 1"));
+  EXPECT_EQ("1:1 the key of this place is not known", Warning("\"a\\nb\" = 1"));
+  EXPECT_EQ("0", Warning("driver = [{type = \"t\", name = \"n\", whatever = 1}]"));
+}
+
+TEST_F(Settings, TellNoMoreThanAHundred) {
+  std::string toml;
+  for (int i = 0; i < 200; ++i)
+    toml += "key" + std::to_string(i) + " = 1\n";
+  ASSERT_TRUE(Load(toml));
+  EXPECT_EQ(ZRTessalySetup::kMaximumProblems, warnings.size());
+}
+
+TEST_F(Settings, ThatAreNoTomlAreRefusedAtTheirPlace) {
+  EXPECT_FALSE(Load("name = \"a\"\nlanguage = en\n"));
+  ASSERT_EQ(1u, problems.size());
+  EXPECT_EQ(2, problems[0].line);
+  EXPECT_NE(0, problems[0].column);
+  EXPECT_FALSE(problems[0].text.IsEmpty());
+}
+
+TEST_F(Settings, AreNotReadPastTheirLimits) {
+  EXPECT_EQ("0:0 larger than 1 MiB", Refusal(std::string(1024 * 1024 + 1, '\n')));
+  EXPECT_TRUE(Load(std::string(1024 * 1024, '\n')));
+  std::string deep = "a";
+  for (int i = 0; i < 100'000; ++i)
+    deep += ".a";
+  EXPECT_EQ("1:34 nested deeper than 16", Refusal(deep + " = 1"));
+  EXPECT_EQ("1:21 nested deeper than 16", Refusal("a = " + std::string(100'000, '[')));
+}
+
+TEST_F(Settings, ThatAreRefusedChangeNothing) {
+  ASSERT_TRUE(Load("name = \"before\"\nhttp.port = 1"));
+  EXPECT_FALSE(Load("name = \"after\"\nhttp.port = -1"));
+  EXPECT_FALSE(Load("name = "));
+  EXPECT_EQ("before", Narrow(setup.ProgramName()));
+  EXPECT_EQ(1, setup.HttpServerPort());
+  EXPECT_EQ("<settings><http><port>1</port></http><name>before</name></settings>", Tree());
+}
+
+// --- secrets ---
+
+TEST_F(Settings, PasswordIsNotInTheTree) {
+  ASSERT_TRUE(Load("[smtp]\nuser = \"u\"\npassword = \"hunter22\""));
+  EXPECT_EQ("<settings><smtp><user>u</user></smtp></settings>", Tree());
+}
+
+TEST_F(Settings, NoProblemQuotesAValue) {
+  for (const char* bad :
+       {"[smtp]\npassword = 77777777777777777777", "[smtp]\npassword = hunter22",
+        "[smtp]\npassword = \"hunter22", "[smtp]\npassword = 77777777777777777777.7e7777",
+        "[smtp]\npassword = [\"hunter22\"]", "[smtp]\npassword = 'hunter22'x",
+        "[smtp]\npassword = \"hunter22\\u0007\"", "smtp.password = 'hunter22'\nsmtp = 1"}) {
+    EXPECT_FALSE(Load(bad)) << bad;
+    for (const ZRSettingProblem& problem : problems) {
+      const std::string text = problem.text.Text();
+      EXPECT_EQ(std::string::npos, text.find("hunter")) << text;
+      EXPECT_EQ(std::string::npos, text.find("7777")) << text;
+    }
+  }
+}
+
+// --- the tree ---
+
+TEST_F(Settings, TreeShowsEachKindOfValue) {
+  ASSERT_TRUE(Load(R"(
+[x]
+date = 2026-11-21
+dateTime = 2026-11-21T08:05:09.25+01:00
+float = 2.50
+flag = true
+no = false
+integer = -1_000
+hex = 0xff
+text = "caf\u00e9 <&>"
+time = 08:05:09
+whole = 3.0
+)"));
+  EXPECT_EQ(
+      "<settings><x><date>2026-11-21</date><dateTime>2026-11-21T08:05:09.25+01:00</dateTime>"
+      "<flag>T</flag><float>2.5</float><hex>255</hex><integer>-1000</integer><no>F</no>"
+      "<text>caf\xc3\xa9 &lt;&amp;&gt;</text><time>08:05:09</time><whole>3</whole></x></settings>",
+      Tree());
+}
+
+TEST_F(Settings, TreeHasAnElementForEachEntryOfAnArray) {
+  ASSERT_TRUE(Load("a = [1, 2]\nb = []\nc = [[1, 2], [3]]\nd = [{e = 1}, {e = 2}]"));
+  EXPECT_EQ(
+      "<settings><a>1</a><a>2</a><c><c>1</c><c>2</c></c><c><c>3</c></c>"
+      "<d><e>1</e></d><d><e>2</e></d></settings>",
+      Tree());
+}
+
+TEST_F(Settings, TreeIsReadByPath) {
+  ASSERT_TRUE(Load("[preferences.modem]\nport = 3"));
+  EXPECT_EQ("3", Narrow(setup.Tree()->Node(L"preferences/modem/port")->Value()));
+}
+
+TEST_F(Settings, KeysOfOurOwnCannotBeForged) {
+  EXPECT_EQ("3:1 a key must not begin with \"__\"",
+            Refusal("[[driver]]\ntype = \"t\"\n__line = 5"));
+}
+
+TEST(DefaultConfiguration, IsTheTreeOfTheProcess) {
+  std::vector<ZRSettingProblem> list;
+  ASSERT_TRUE(ZRTessalySetup::Get().LoadText("", L"/site", list, list));
+  ASSERT_NE(nullptr, DefaultZRFG());
+  EXPECT_EQ(ZRTessalySetup::Get().Tree(), DefaultZRFG());
+}
+
+// --- drivers ---
+
+TEST_F(Settings, DriversComeInTheOrderOfTheFileWithTheirLines) {
+  ASSERT_TRUE(Load(R"([[driver]]
+type = "simulator"
+name = "house"
+
+[[driver.variable]]
+name = "P"
+
+[[driver]]
+type = "file"
+name = "boiler"
+id = "7"
+)"));
+  ASSERT_EQ(2u, setup.Drivers().size());
+  const XmlDocument::XmlNode* const house = setup.Drivers()[0];
+  EXPECT_EQ("simulator", house->ValueUtf8("type"));
+  EXPECT_EQ("house", house->ValueUtf8("name"));
+  EXPECT_EQ("house", house->ValueUtf8("id"));
+  EXPECT_EQ("1", house->ValueUtf8("__line"));
+  EXPECT_EQ("5", house->Node(L"variable")->ValueUtf8("__line"));
+  const XmlDocument::XmlNode* const boiler = setup.Drivers()[1];
+  EXPECT_EQ("boiler", boiler->ValueUtf8("name"));
+  EXPECT_EQ("7", boiler->ValueUtf8("id"));
+  EXPECT_EQ("8", boiler->ValueUtf8("__line"));
+}
+
+TEST_F(Settings, DriversNeedATypeAndAName) {
+  EXPECT_EQ("2:1 driver.type must be given", Refusal("\n[[driver]]\nname = \"x\""));
+  const std::string rule = "must have 1 to 100 bytes, and no \".\", \"[\" or \"]\"";
+  EXPECT_EQ("2:1 driver.name " + rule, Refusal("\n[[driver]]\ntype = \"x\""));
+  for (const std::string& bad : {std::string(), std::string("a.b"), std::string("[a"),
+                                 std::string("a]"), std::string(101, 'x')}) {
+    EXPECT_EQ("3:1 driver.name " + rule,
+              Refusal("[[driver]]\ntype = \"t\"\nname = \"" + bad + "\""));
+    EXPECT_EQ("4:1 driver.id " + rule,
+              Refusal("[[driver]]\ntype = \"t\"\nname = \"a\"\nid = \"" + bad + "\""));
+  }
+}
+
+TEST_F(Settings, DriversDifferInNamesAndIds) {
+  const std::string first = "[[driver]]\ntype = \"t\"\nname = \"a\"\n";
+  EXPECT_EQ("6:1 driver.name is that of an earlier driver",
+            Refusal(first + "[[driver]]\ntype = \"t\"\nname = \"a\"\nid = \"b\""));
+  EXPECT_EQ("7:1 driver.id is that of an earlier driver",
+            Refusal(first + "[[driver]]\ntype = \"t\"\nname = \"b\"\nid = \"a\""));
+}
+
+// --- files ---
+
+class SettingsFile : public Settings {
+ protected:
+  SettingsFile() {
+    std::string pattern = (fs::temp_directory_path() / "zrsettingsXXXXXX").string();
+    folder = ::mkdtemp(pattern.data());
+  }
+  ~SettingsFile() override { fs::remove_all(folder); }
+
+  bool LoadFile() { return setup.Load(Utf8ToUtf16(folder.string()), problems, warnings); }
+  fs::path folder;
+};
+
+TEST_F(SettingsFile, IsFoundInTheSitesFolder) {
+  std::ofstream(folder / "tessaly.toml") << "name = \"of the file\"";
+  ASSERT_TRUE(LoadFile());
+  EXPECT_EQ("of the file", Narrow(setup.ProgramName()));
+  EXPECT_EQ(folder.string() + "/config/", Narrow(setup.CfgPath()));
+}
+
+TEST_F(SettingsFile, ThatIsMissingIsNamed) {
+  EXPECT_FALSE(LoadFile());
+  ASSERT_EQ(1u, problems.size());
+  EXPECT_EQ("0:0 " + folder.string() + "/tessaly.toml can't be opened: No such file or directory",
+            Shown(problems[0]));
+}
+
+TEST_F(SettingsFile, ThatIsTooLargeIsRefused) {
+  std::ofstream(folder / "tessaly.toml") << std::string(1024 * 1024 + 1, '\n');
+  EXPECT_FALSE(LoadFile());
+  ASSERT_EQ(1u, problems.size());
+  EXPECT_EQ("0:0 " + folder.string() + "/tessaly.toml is no file of at most 1 MiB that can be read",
+            Shown(problems[0]));
+}
+
+// --- the page ---
+
+// The lines between "```toml" and "```".
+std::string ExampleOf(const std::string& page) {
+  std::ifstream file(page);
+  std::string example;
+  bool inside = false;
+  for (std::string line; std::getline(file, line);) {
+    if (line == "```") inside = false;
+    if (inside) example += line + "\n";
+    if (line == "```toml") inside = true;
+  }
+  return example;
+}
+
+TEST_F(Settings, ExampleOfThePageIsRead) {
+  const std::string example = ExampleOf(ZR_SOURCE_DIR "/docs/settings.md");
+  ASSERT_FALSE(example.empty());
+  ASSERT_TRUE(Load(example)) << Shown(problems.at(0));
+  EXPECT_TRUE(warnings.empty()) << Shown(warnings.at(0));
+  EXPECT_EQ("North hall", Narrow(setup.ProgramName()));
+  EXPECT_EQ("es", Narrow(setup.CurrentLanguage()));
+  EXPECT_TRUE(setup.TimeZone() == "Europe/Madrid");
+  EXPECT_EQ(8480, setup.HttpServerPort());
+  EXPECT_TRUE(setup.SmtpServer() == "mail.example.org");
+  EXPECT_EQ(2u, setup.Drivers().size());
+  EXPECT_EQ("3", Narrow(setup.Tree()->Node(L"preferences/modem/port")->Value()));
+}
+
+}  // namespace
