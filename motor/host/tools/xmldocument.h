@@ -60,10 +60,10 @@ class XmlDocument {
   // Replaces the content by a root with that tag. The path of the last Load stays.
   void Create(const wchar_t* rootTag);
 
-  // Read a file of at most kMaximumFileSize bytes, and a zero-terminated text. False if that
-  // fails: the document is then empty, and `refusal`, if given, says why.
+  // Read a file of at most `limit` bytes, and a zero-terminated text. False if that fails: the
+  // document is then empty, and `refusal`, if given, says why.
   virtual bool Load(const wchar_t* path) { return Load(path, nullptr); }
-  bool Load(const wchar_t* path, tagRefusal* refusal);
+  bool Load(const wchar_t* path, tagRefusal* refusal, std::size_t limit = kMaximumFileSize);
   bool Parse(const char* text);
   // The same with a text of at most `limit` bytes.
   bool Parse(std::string_view text, std::size_t limit, tagRefusal* refusal);
@@ -91,7 +91,7 @@ class XmlDocument {
   struct tagSTag;
 
   void Discard();
-  bool Read(std::FILE* file, tagRefusal* refusal);
+  bool Read(std::FILE* file, std::size_t limit, tagRefusal* refusal);
   bool Take(std::unique_ptr<CStore> filled, CParser& parser, bool accepted, tagRefusal* refusal);
 
   std::unique_ptr<CStore> content;  // null while the document is empty

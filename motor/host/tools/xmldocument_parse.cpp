@@ -55,6 +55,7 @@ class XmlDocument::CParser {
   void End();
   void Text(std::string_view piece);
   void RefuseHere(std::string why);
+  [[nodiscard]] tagRefusal Place() const;  // what is read now, without a reason
   tagSTag& TagInTurn(std::string_view name);
   template <typename Step>
   void Guarded(Step step);
@@ -67,8 +68,7 @@ class XmlDocument::CParser {
   std::string text;  // of the open elements, one behind the other
   tagSTag* previousTag = nullptr;
   bool stopped = false;
-  bool hasPlace = true;
-  std::string reason;  // empty for one of the library's
+  tagRefusal refused;  // without a reason: it is the library's
   std::exception_ptr failure;
 };
 
@@ -165,22 +165,23 @@ void XmlDocument::CParser::End() {
 // --- refusals ---
 
 void XmlDocument::CParser::RefuseHere(std::string why) {
-  reason = std::move(why);
+  refused = Place();
+  refused.reason = std::move(why);
   stopped = true;
 }
 
 void XmlDocument::CParser::Refuse(std::string why) {
-  reason = std::move(why);
-  hasPlace = false;
+  refused.reason = std::move(why);
+}
+
+XmlDocument::tagRefusal XmlDocument::CParser::Place() const {
+  return {XML_GetCurrentLineNumber(parser.get()), XML_GetCurrentColumnNumber(parser.get()) + 1, ""};
 }
 
 XmlDocument::tagRefusal XmlDocument::CParser::Refusal() const {
-  tagRefusal refusal;
-  refusal.reason = !reason.empty() ? reason : XML_ErrorString(XML_GetErrorCode(parser.get()));
-  if (hasPlace) {
-    refusal.line = XML_GetCurrentLineNumber(parser.get());
-    refusal.column = XML_GetCurrentColumnNumber(parser.get()) + 1;
-  }
+  if (!refused.reason.empty()) return refused;
+  tagRefusal refusal = Place();
+  refusal.reason = XML_ErrorString(XML_GetErrorCode(parser.get()));
   return refusal;
 }
 
@@ -238,7 +239,7 @@ bool XmlDocument::Take(std::unique_ptr<CStore> filled, CParser& parser, bool acc
   return true;
 }
 
-bool XmlDocument::Load(const wchar_t* path, tagRefusal* refusal) {
+bool XmlDocument::Load(const wchar_t* path, tagRefusal* refusal, std::size_t limit) {
   const ZRWString wanted(path);
   loadedPath = wanted;
   Discard();
@@ -250,10 +251,10 @@ bool XmlDocument::Load(const wchar_t* path, tagRefusal* refusal) {
     if (refusal != nullptr) *refusal = {0, 0, "can't be opened: " + why};
     return false;
   }
-  return Read(file.get(), refusal);
+  return Read(file.get(), limit, refusal);
 }
 
-bool XmlDocument::Read(std::FILE* file, tagRefusal* refusal) {
+bool XmlDocument::Read(std::FILE* file, std::size_t limit, tagRefusal* refusal) {
   auto filled = std::make_unique<CStore>();
   CParser parser(*filled);
   bool accepted = true;
@@ -266,8 +267,8 @@ bool XmlDocument::Read(std::FILE* file, tagRefusal* refusal) {
     if (std::ferror(file) != 0) {
       parser.Refuse("can't be read: " + std::generic_category().message(errno));
       accepted = false;
-    } else if (total > kMaximumFileSize) {
-      parser.Refuse("larger than " + std::to_string(kMaximumFileSize) + " bytes");
+    } else if (total > limit) {
+      parser.Refuse("larger than " + std::to_string(limit) + " bytes");
       accepted = false;
     } else {
       accepted = parser.FeedBuffer(count, isFinal);
