@@ -1,5 +1,6 @@
 #include "zrevents/zreventserver.h"
 
+#include <algorithm>
 #include <map>
 
 #include "host/base/zrlogger.h"
@@ -189,6 +190,13 @@ unsigned int ZREventServer::GetNumberOfEvents() const {
   for (const auto& group : groups)
     sum += static_cast<unsigned int>(group->NumEvents());
   return sum;
+}
+
+std::uint32_t ZREventServer::LongestPass() {
+  std::uint32_t longest = 0;
+  for (const auto& group : groups)
+    longest = std::max(longest, group->LongestPass());
+  return longest;
 }
 
 bool ZREventServer::HasCircularDependence(const ZRWString& path) {

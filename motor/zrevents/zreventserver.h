@@ -51,6 +51,9 @@ class ZREVENTS_API ZREventServer {
   // Events that have a worker.
   [[nodiscard]] unsigned int GetNumberOfEvents() const;
 
+  // Milliseconds that the longest of the workers' last passes took. On the host's thread.
+  [[nodiscard]] std::uint32_t LongestPass();
+
   [[nodiscard]] XmlDocument* Cfg() { return &cfg; }
   [[nodiscard]] XmlDocument* TimeTableCfg() { return &timeTableCfg; }
   [[nodiscard]] XmlDocument* ParkingCfg() { return &parkingCfg; }

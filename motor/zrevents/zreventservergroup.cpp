@@ -57,6 +57,14 @@ bool ZREventServerGroup::GetLastEventClientActionsDateTime(ZRDateTime& out) {
   return true;
 }
 
+std::uint32_t ZREventServerGroup::LongestPass() {
+  const ZRMutexLock lock(mutex);
+  std::uint32_t longest = 0;
+  for (const auto& partial : partials)
+    longest = std::max(longest, partial->LastPass());
+  return longest;
+}
+
 void KeepNewest(ZRDateTime& newest, const ZRDateTime& candidate) {
   if (candidate.Valid() && (!newest.Valid() || newest < candidate)) newest = candidate;
 }

@@ -36,6 +36,9 @@ class ZREVENTS_API ZREventServerGroup {
   // none. `out` stays as it is unless the group is started. Always true.
   [[nodiscard]] bool GetLastEventClientActionsDateTime(ZRDateTime& out);
 
+  // Milliseconds that the worker's last pass took; 0 before the first one is over.
+  [[nodiscard]] std::uint32_t LongestPass();
+
  private:
   class ZREventServerGroupPartial;
 

@@ -57,6 +57,7 @@ void ZREventServerGroup::ZREventServerGroupPartial::Run() {
 }
 
 void ZREventServerGroup::ZREventServerGroupPartial::Pass() {
+  const std::uint32_t begun = ZRPlatform::Get().TickCount();
   const ZRDateTime now = ZRDateTime::LTC();
   pace.Begin();
   for (ZREventDriver* event : events) {
@@ -65,6 +66,7 @@ void ZREventServerGroup::ZREventServerGroupPartial::Pass() {
     if (event->hasClientActions()) UpdateTimes(*event);
     if (pace.IsDue(wasEnabled || event->IsEnabled())) ZRPlatform::Get().Sleep(0);
   }
+  lastPass = ZRPlatform::Get().TickCount() - begun;
 }
 
 void ZREventServerGroup::ZREventServerGroupPartial::UpdateTimes(const ZREventDriver& event) {

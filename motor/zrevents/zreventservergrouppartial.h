@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <vector>
 
@@ -35,6 +36,9 @@ class ZREventServerGroup::ZREventServerGroupPartial {
   // One pass over all events.
   void Pass();
 
+  // Milliseconds that the last pass took.
+  [[nodiscard]] std::uint32_t LastPass() const { return lastPass; }
+
   // Lets each of the newest times, activated, deactivated, acknowledged, replace `newest`.
   void KeepNewestTimes(ZRDateTime& newest) const;
 
@@ -45,6 +49,7 @@ class ZREventServerGroup::ZREventServerGroupPartial {
   ZRStateWord state{kThreadStopped};
   ZRThread thread;
   const std::vector<ZREventDriver*> events;
+  std::atomic<std::uint32_t> lastPass{0};
   ZRPassPace pace;             // worker only
   mutable ZRMutex timesMutex;  // a leaf
   ZRDateTime lastActivated ZR_GUARDED_BY(timesMutex);

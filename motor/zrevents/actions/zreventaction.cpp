@@ -30,7 +30,8 @@ std::unique_ptr<ZREventAction> ZREventActionKinds::Make(std::size_t kind, ZREven
   return Makers()[kind](owner);
 }
 
-void ZREventActionKinds::SetMaker(std::string_view tag, tagMaker maker) {
+ZREventActionKinds::tagMaker ZREventActionKinds::SetMaker(std::string_view tag, tagMaker maker) {
   const std::size_t place = PlaceOf(tag);
-  if (place != kUnknown) Makers()[place] = std::move(maker);
+  if (place == kUnknown) return {};
+  return std::exchange(Makers()[place], std::move(maker));
 }

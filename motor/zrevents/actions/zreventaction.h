@@ -46,6 +46,7 @@ class ZREventActionKinds {
   [[nodiscard]] static std::size_t KindOf(std::string_view tag);
   [[nodiscard]] static std::unique_ptr<ZREventAction> Make(std::size_t kind, ZREventDriver* owner);
 
-  // Makes a kind known, or unknown again with an empty maker. While nothing loads.
-  static void SetMaker(std::string_view tag, tagMaker maker);
+  // Makes a kind known, or unknown with an empty maker, and gives back the maker that it had. A
+  // tag that isn't in kTags stays unknown. While nothing loads.
+  static tagMaker SetMaker(std::string_view tag, tagMaker maker);
 };

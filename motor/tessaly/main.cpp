@@ -1,0 +1,9 @@
+#include "host/platform/zrsignals.h"
+#include "tessaly/zrcommandline.h"
+#include "tessaly/zrcommands.h"
+
+int main(int count, char** words) {
+  ZRSignals::Keep();
+  const ZRCommand command = ParseCommandLine(count, words);
+  return RunCommand(command);
+}

@@ -1,0 +1,27 @@
+// tessaly check: what of the configuration can't be used.
+
+#include <cstdio>
+
+#include "host/base/zrlogger.h"
+#include "host/support/zrtessalysetup.h"
+#include "tessaly/zrcommands.h"
+#include "tessaly/zrsite.h"
+
+int CheckSite(const ZRCommand& command) {
+  ZRFindings findings;
+  ZRSite site(command.site);
+  if (!site.LoadSettings(findings) || !site.TrySettings(findings)) {
+    PrintFindings(findings);
+    return kExitImpossible;
+  }
+  findings.clear();
+  SetLogLevel(kLogInvariant);
+  (void)site.TrySettings(findings);
+  site.MakeDrivers(findings);
+  site.LoadEvents(findings);
+  PrintFindings(findings);
+  const ZREventSystem& store = ZREventSystem::Get();
+  std::printf("%s: %d events, %d groups, %d time tables\n", command.site.c_str(),
+              store.EventsSize(), store.EventsGroupsSize(), store.TimeTablesSize());
+  return HasKind(findings, ZRFinding::tagKind::kDropped) ? kExitFaulty : kExitDone;
+}

@@ -1,0 +1,67 @@
+// A site at work: settings, drivers, engine, in the order in which they need each other.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "host/support/zrtessalysetup.h"
+#include "tessaly/zreventvariables.h"
+#include "tessaly/zrfinding.h"
+#include "zrevents/zreventserver.h"
+
+class ZRMachineDriver;
+
+// Threads   one, the host's.
+// Owns      the engine and the drivers. It stops what it has started.
+class ZRSite {
+ public:
+  // Which drivers StartDrivers starts.
+  enum class tagDrivers {
+    kAll,
+    kWithoutMachine  // in virtual time the machine's facts mean nothing
+  };
+
+  explicit ZRSite(const std::string& folderUtf8);
+  ~ZRSite();
+  ZRSite(const ZRSite&) = delete;
+  ZRSite& operator=(const ZRSite&) = delete;
+
+  // Reads the settings, and puts zone and language into force. False if there is no such site or
+  // its settings can't be used; `findings` say why.
+  [[nodiscard]] bool LoadSettings(ZRFindings& findings);
+  // Looks at settings and documents as they stand on the disk now, without taking them over.
+  // False if the site can't be loaded from them.
+  [[nodiscard]] bool TrySettings(ZRFindings& findings) const;
+
+  // Sends the log where the settings say. False with a reason.
+  [[nodiscard]] bool OpenLog(std::string& reason) const;
+
+  // Makes the drivers of the settings, and R$SYS. One that can't be made is a finding.
+  void MakeDrivers(ZRFindings& findings);
+  // Starts them, so that their first values exist. One that can't start is a finding.
+  void StartDrivers(tagDrivers which, ZRFindings& findings);
+
+  // Fills the store from the documents, and says what was left out.
+  void LoadEvents(ZRFindings& findings);
+
+  // Binds the events' variables and starts the engine. False if it can't have its threads.
+  [[nodiscard]] bool StartEngine(ZREventVariables::tagObserver observer);
+  // Ends the engine, then the drivers, and empties both.
+  void Stop();
+
+  // What the host shows of itself in R$SYS.
+  void ShowCycle();
+
+  [[nodiscard]] ZREventServer& Engine() { return engine; }
+  [[nodiscard]] const std::string& Folder() const { return folder; }
+
+ private:
+  [[nodiscard]] ZRWString WideFolder() const;
+  void StopDrivers();
+
+  const std::string folder;  // UTF-8
+  ZREventServer engine;
+  bool engineRuns = false;
+  std::unique_ptr<ZREventVariables> variables;
+  ZRMachineDriver* machine = nullptr;
+};
