@@ -22,7 +22,7 @@
 // by number.
 class TestDriver : public ZRDriver {
  public:
-  explicit TestDriver(const std::string& name) : ZRDriver(Wide(name), Wide(name)) {}
+  explicit TestDriver(const std::string& called) : ZRDriver(Wide(called), Wide(called)) {}
 
   void Set(const std::string& variable, double value) {
     Variable(NumberOf(variable)).SetNumber(value, ZRPlatform::Get().UtcMilliseconds());
