@@ -1,9 +1,12 @@
 // Drivers: devices, and the facts of this machine, as sets of live variables.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <map>
 #include <memory>
+#include <unordered_map>
 #include <vector>
 
 #include "host/driversupport/zrlivevalue.h"
@@ -17,8 +20,9 @@ using ZRWideMap = std::map<ZRWString, ZRWString>;
 // One device. The host makes and registers drivers, starts and stops them; the engine finds them
 // through the static operations.
 //
-// Threads   Start and Stop on the host's thread, while nothing looks drivers up; everything else
-//           on any.
+// Threads   Register, UnregisterAll, Start and Stop on the host's thread, while nothing looks
+//           drivers up; everything else on any.
+// Owns      its variables: they are withdrawn when it is destroyed.
 class ZRDriver {
  public:
   ZRDriver(const ZRWString& id, const ZRWString& name);
@@ -52,7 +56,8 @@ class ZRDriver {
 
   // --- variables ---
 
-  // Writes a variable by its number. An unknown number is passed over. Quick, from any thread.
+  // Writes a variable by its number, good as of now. An unknown number is passed over. Quick, from
+  // any thread.
   virtual void SetVariableValue(std::int64_t variable, double value);
   // Forces the variable `variable` ("name" is how the caller calls it). False if the driver has
   // no such variable or it can't be written.
@@ -67,13 +72,45 @@ class ZRDriver {
 
  protected:
   // Makes a variable of this driver known as Name() + "." + `variable`, unavailable until it is
-  // written. Its number is its index. Called in the constructor or in Start.
+  // written. Its number is its index; a name that the driver has already keeps its number. Called
+  // in the constructor or in Start.
   std::int64_t AddVariable(const ZRWString& variable);
+  // `number` is one that AddVariable gave.
   [[nodiscard]] ZRLiveValue& Variable(std::int64_t number);
+  [[nodiscard]] bool HasVariable(std::int64_t number) const;
   [[nodiscard]] std::int64_t VariableNumber(const ZRWString& variable) const;  // -1 if none
 
  private:
   const ZRWString id;
   const ZRWString name;
-  // The driver support room completes the representation.
+  // Both constant after Start.
+  std::vector<ZRLiveValue*> variables;  // published, by number
+  std::unordered_map<ZRWString, std::int64_t> numbers;
+};
+
+class ZRDriver::const_iterator {
+ public:
+  using iterator_category = std::forward_iterator_tag;
+  using value_type = ZRDriver*;
+  using difference_type = std::ptrdiff_t;
+  using pointer = ZRDriver* const*;
+  using reference = ZRDriver*;
+
+  const_iterator() = default;
+  explicit const_iterator(tagDrivers::const_iterator first) : position(first) {}
+
+  ZRDriver* operator*() const { return position->get(); }
+  const_iterator& operator++() {
+    ++position;
+    return *this;
+  }
+  const_iterator operator++(int) {
+    const_iterator before = *this;
+    ++position;
+    return before;
+  }
+  bool operator==(const const_iterator&) const = default;
+
+ private:
+  tagDrivers::const_iterator position{};
 };

@@ -24,11 +24,17 @@ class ZRDriverVariable : public ZRVariable {
   ZRDriverVariable(const ZRDriverVariable&) = delete;
   ZRDriverVariable& operator=(const ZRDriverVariable&) = delete;
 
-  // Finds the variable. False if no driver has it. The flag is reserved (false).
+  // Finds the variable; what was held before is given back. False if no driver has it. The flag is
+  // reserved (false).
   [[nodiscard]] bool Lock(bool reserved);
-  void SetValue(const ZRValue& value);  // after Lock
+  // Writes it, good as of now; a value that holds nothing makes it unavailable. Does nothing
+  // without a Lock that succeeded.
+  void SetValue(const ZRValue& value);
+  // False, with `value` as it was, if there is no value at present.
   [[nodiscard]] bool Value(ZRValue& value) const;
 
  private:
+  void Unlock();
+
   ZRLiveValue* held = nullptr;
 };

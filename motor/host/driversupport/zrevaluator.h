@@ -4,8 +4,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <variant>
 
 #include "host/base/zrvalue.h"
+#include "host/driversupport/zrexpressioncode.h"
+#include "host/driversupport/zrexpressionerror.h"
 #include "host/tools/zrbasicstring.h"
 
 // One expression.
@@ -23,12 +26,12 @@ class ZREvaluator {
   // Results of Evaluate; 0 is success.
   enum tagError : int {
     kSuccess = 0,
-    kNotAnalyzed = 1,   // no valid expression
-    kUnknown = 2,       // a variable that no driver has
-    kUnavailable = 3,   // a variable without a value at present
+    kNotAnalyzed = 1,  // no valid expression
+    kUnknown = 2,      // a variable that no driver has
+    kUnavailable = 3,  // a variable without a value at present
     kDivisionByZero = 4,
-    kWrongType = 5,     // a text where a number is needed, or the reverse
-    kOutOfRange = 6,    // overflow, or an argument outside of a function's domain
+    kWrongType = 5,   // a text where a number is needed, or the reverse
+    kOutOfRange = 6,  // overflow, or an argument outside of a function's domain
   };
 
   // Values of `valueType`.
@@ -42,18 +45,19 @@ class ZREvaluator {
   ZREvaluator(const ZREvaluator&) = delete;
   ZREvaluator& operator=(const ZREvaluator&) = delete;
 
-  // Flags as a list closed by -1. The flag 2 lets the expression read live variables; without
-  // any flag a reference is an error.
+  // Flags as a list closed by -1. The flag 2 lets the expression read live variables; without it
+  // a reference makes the expression invalid. They count from the next analysis of a text on.
   void SetFlags(int flag, ...);
 
   // Gives the text. What was analysed before is dropped.
   void Set(const ZRWString& expression);
 
   // Classifies the text, from its form alone, and makes it ready. The class, or kInvalid and then
-  // the place and the reason can be asked for.
+  // the place and the reason can be asked for. A text is analysed once: calls that follow give
+  // the same answer.
   int AnalizeExpression();
   [[nodiscard]] std::size_t ErrorPosition() const;  // index of the unit to blame, from 0
-  [[nodiscard]] ZRString ErrorReason() const;
+  [[nodiscard]] ZRString ErrorReason() const;       // empty unless the text is invalid
 
   // Evaluate a text that was set; analysed first if it hasn't been. `value` and `valueType` are
   // written on success only.
@@ -61,9 +65,21 @@ class ZREvaluator {
   // The same, giving a new value object to the caller.
   [[nodiscard]] int Evaluate(ZRVSValue** value, int& valueType);
 
-  // Bytes that this object holds on the heap.
+  // Bytes that this object holds on the heap. A constant, such as a delay, holds none.
   [[nodiscard]] std::size_t MemoryUsed() const;
 
  private:
-  // The driver support room completes the representation.
+  using tagText = std::unique_ptr<ZRWString>;
+  static constexpr std::int8_t kNotYet = -2;  // as a class: not analysed
+  static constexpr int kReferencesFlag = 2;
+
+  void Accept(ZRExpressionCode&& program, bool isConstant);
+  [[nodiscard]] int Run(double& result);
+
+  // Nothing, or a text that wasn't analysed, or what it became.
+  std::variant<std::monostate, tagText, double, ZRExpressionCode> content;
+  std::uint16_t errorPosition = 0;
+  std::int8_t classOfText = kNotYet;
+  ZRExpressionReason errorReason = ZRExpressionReason::kNone;
+  bool mayRefer = false;
 };
