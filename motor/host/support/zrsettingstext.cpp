@@ -7,7 +7,7 @@
 #include <sstream>
 #include <string>
 
-#include "host/support/zrsettingsnesting.h"
+#include "host/support/zrsettingsshape.h"
 
 namespace {
 
@@ -131,7 +131,7 @@ bool ParseSettings(std::string_view toml, ZRSettingNode& root, ZRSettingProblem&
     problem.text = "larger than 1 MiB";
     return false;
   }
-  if (!CheckNesting(toml, kMaximumSettingsNesting, problem)) return false;
+  if (!CheckShape(toml, kMaximumSettingsNesting, problem)) return false;
   root = {};
   try {
     Fill(toml::parse(toml), root);

@@ -120,8 +120,8 @@ TEST_F(Settings, OfAWrongTypeAreRefusedAtTheirPlace) {
   EXPECT_EQ("2:3 http.port must be an integer from 0 to 65535", Refusal("[http]\n  port = \"80\""));
   EXPECT_EQ("1:1 http must be a table", Refusal("http = 80"));
   EXPECT_EQ("2:1 smtp.ssl must be true or false", Refusal("[smtp]\nssl = 1"));
-  EXPECT_EQ("1:1 sms must be a table", Refusal("[[sms]]\nqueue = 1"));
-  EXPECT_EQ("1:1 driver must be written as [[driver]]", Refusal("[driver]\nname = \"x\""));
+  EXPECT_EQ("1:3 sms must be a table", Refusal("[[sms]]\nqueue = 1"));
+  EXPECT_EQ("1:2 driver must be written as [[driver]]", Refusal("[driver]\nname = \"x\""));
   EXPECT_EQ("1:1 driver must be written as [[driver]]", Refusal("driver = [1]"));
 }
 
@@ -186,7 +186,7 @@ TEST_F(Settings, SiteFolderGetsItsSeparatorOnce) {
 
 TEST_F(Settings, UnknownKeysAreWarnings) {
   EXPECT_EQ("2:1 the key \"nmae\" is not known", Warning("\nnmae = \"x\""));
-  EXPECT_EQ("1:7 the key \"a b\" in smtp is not known", Warning("smtp.'a b' = 1"));
+  EXPECT_EQ("1:6 the key \"a b\" in smtp is not known", Warning("smtp.'a b' = 1"));
   EXPECT_EQ("2:1 the key \"speed\" in preferences.modem is not known",
             Warning("[preferences.modem]\nspeed = 1"));
   EXPECT_EQ("1:1 the key of this place is not known", Warning("\"a\\nb\" = 1"));
@@ -207,6 +207,15 @@ TEST_F(Settings, ThatAreNoTomlAreRefusedAtTheirPlace) {
   EXPECT_EQ(2, problems[0].line);
   EXPECT_NE(0, problems[0].column);
   EXPECT_FALSE(problems[0].text.IsEmpty());
+}
+
+// These have ended other builds of the parser.
+TEST_F(Settings, ThatAreFarFromTomlAreRefusedToo) {
+  for (const char* bad : {"[,.j]", "[.]", "[[=]]", "[", "[[", "a.", "a.=", "= 1", "a = \xd0\xbd",
+                          "a = 08:05:\xd0\xbd", "\xff", "a = \"\xff\"", "a = \"\\\xc3\xa9\""}) {
+    EXPECT_FALSE(Load(bad)) << bad;
+    EXPECT_EQ(1u, problems.size()) << bad;
+  }
 }
 
 TEST_F(Settings, AreNotReadPastTheirLimits) {

@@ -1,4 +1,4 @@
-#include "host/support/zrsettingsnesting.h"
+#include "host/support/zrsettingsshape.h"
 
 #include <algorithm>
 #include <string>
@@ -7,14 +7,18 @@
 
 namespace {
 
-// Walks over brackets and points, past strings and comments.
-class CNesting {
- public:
-  CNesting(std::string_view toScan, int toAllow) : text(toScan), most(toAllow) {}
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-  // False if it stopped at one too many.
+// Walks over brackets and points, past strings and comments.
+class CShape {
+ public:
+  CShape(std::string_view toScan, int toAllow) : text(toScan), most(toAllow) {
+    if (text.starts_with(kByteOrderMark)) at = kByteOrderMark.size();
+  }
+
+  // False if it stopped behind something that isn't allowed.
   bool Scan() {
-    while (at < text.size() && open <= most && points <= most) {
+    while (at < text.size() && IsGood()) {
       if (text[at] == '"' || text[at] == '\'') {
         SkipString();
       } else {
@@ -23,19 +27,27 @@ class CNesting {
         if (text[at - 1] == '#') SkipLine();
       }
     }
-    return open <= most && points <= most;
+    return IsGood();
   }
 
   // Of what Scan stopped at.
-  void Place(ZRSettingProblem& problem) const {
+  [[nodiscard]] ZRSettingProblem Problem() const {
     const std::string_view before = text.substr(0, at - 1);
     const std::size_t lineStart = before.rfind('\n') + 1;  // 0 on the first line
+    ZRSettingProblem problem;
+    problem.text = isForeign ? ZRString("a character that only texts and comments may hold")
+                             : ZRString("nested deeper than ") + std::to_string(most).c_str();
     problem.line = static_cast<int>(std::count(before.begin(), before.end(), '\n')) + 1;
     problem.column = static_cast<int>(before.size() - lineStart) + 1;
+    return problem;
   }
 
  private:
+  [[nodiscard]] bool IsGood() const { return !isForeign && open <= most && points <= most; }
+
   void Count(char character) {
+    constexpr unsigned char kFirstForeign = 0x80;
+    if (static_cast<unsigned char>(character) >= kFirstForeign) isForeign = true;
     if (character == '.') {
       ++points;
       return;
@@ -76,14 +88,14 @@ class CNesting {
   std::size_t at = 0;
   int open = 0;
   int points = 0;  // since the key began
+  bool isForeign = false;
 };
 
 }  // namespace
 
-bool CheckNesting(std::string_view toml, int most, ZRSettingProblem& problem) {
-  CNesting nesting(toml, most);
-  if (nesting.Scan()) return true;
-  nesting.Place(problem);
-  problem.text = ZRString("nested deeper than ") + std::to_string(most).c_str();
+bool CheckShape(std::string_view toml, int most, ZRSettingProblem& problem) {
+  CShape shape(toml, most);
+  if (shape.Scan()) return true;
+  problem = shape.Problem();
   return false;
 }
