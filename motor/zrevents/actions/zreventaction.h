@@ -34,7 +34,7 @@ class ZREVENTS_API ZREventAction {
 };
 
 // The kinds of action by the tag of their element, in the order in which they are counted.
-class ZREventActionKinds {
+class ZREVENTS_API ZREventActionKinds {
  public:
   static constexpr std::array<std::string_view, 9> kTags = {
       "force", "shellExecute", "screen", "report", "device", "beep", "mail", "sms", "launchWeb"};
