@@ -81,6 +81,7 @@ class ZRBasicString {
 
   ZRBasicString() noexcept = default;
   // Copies `source`. Null is the empty text.
+  // NOLINTNEXTLINE(google-explicit-constructor): literals are texts everywhere
   explicit(false) ZRBasicString(const Char* source) { Assign(source, Traits::Length(source)); }
   // Copies `source` (true) or borrows it (false), and then it must outlive this text.
   template <std::same_as<bool> Flag>
@@ -99,7 +100,7 @@ class ZRBasicString {
     other.Forget();
   }
   ZRBasicString& operator=(const ZRBasicString& other) {
-    Assign(other.text, other.length);
+    if (this != &other) Assign(other.text, other.length);
     return *this;
   }
   ZRBasicString& operator=(ZRBasicString&& other) noexcept;
@@ -191,7 +192,7 @@ class ZRBasicString {
 
   [[nodiscard]] bool Owned() const noexcept { return (flags & kBorrowed) == 0; }
   void Free() noexcept {
-    if (Owned()) std::free(text);
+    if (Owned()) std::free(text);  // NOLINT(clang-analyzer-unix.Malloc): not when borrowed
   }
   // Becomes the shared empty text, without a look at the buffer.
   void Forget() noexcept {

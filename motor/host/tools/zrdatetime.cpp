@@ -176,7 +176,7 @@ class ZRDateText {
   [[nodiscard]] std::string_view View() const { return {buffer.data(), length}; }
 
  private:
-  std::array<char, 64> buffer;
+  std::array<char, 64> buffer{};
   std::size_t length = 0;
 };
 
@@ -278,6 +278,7 @@ void ZRDateTime::SetDate(int year, int month, int day) {
   SetDateTime(year, month, day, 0, 0, 0, 0, 0);
 }
 
+// NOLINTNEXTLINE(readability-function-size): eight numbers, as given
 void ZRDateTime::SetDateTime(int year, int month, int day, int hour, int minute, int second,
                              int millisecond, int /*reserved*/) {
   Invalidate();

@@ -19,7 +19,7 @@ constexpr std::wstring_view kEverything = L"*.*";
 
 // The folder of the running program; empty if the system doesn't say.
 ZRWString FolderOfProgram() {
-  std::array<char, PATH_MAX> path;
+  std::array<char, PATH_MAX> path{};
   const ssize_t length = ::readlink("/proc/self/exe", path.data(), path.size());
   if (length <= 0) return {};
   const std::string_view program(path.data(), static_cast<std::size_t>(length));
@@ -126,7 +126,7 @@ void SetSharePath(const ZRWString& path) {
 }
 
 void SplitFileName(const ZRWString& title, ZRWString& first, ZRWString& second) {
-  const ZRWString whole(title);  // the results may be the title itself
+  const ZRWString whole(title.View());  // the results may be the title itself
   const std::wstring_view text = whole.View();
   const std::size_t point = std::min(text.find(L'.'), text.size());
   first = ZRWString(text.substr(0, point));
@@ -164,7 +164,7 @@ bool ReadWholeFile(const ZRWString& path, std::size_t limit, ZRString& content) 
   ZRString whole;
   whole.SetGrowth(ZRString::kGrow | ZRString::kGrowDouble);
   const std::size_t most = std::min<std::size_t>(limit, ZRString::kMaximumLength);
-  std::array<char, 16 * 1024> piece;
+  std::array<char, 16384> piece{};
   std::size_t read = 0;
   do {
     read = std::fread(piece.data(), 1, piece.size(), file.get());

@@ -14,8 +14,8 @@ enum class Language : int { English, Spanish };
 constexpr std::array<std::string_view, 2> kLanguages{"en", "es"};
 
 struct tagEntry {
-  int id;
-  std::array<std::string_view, kLanguages.size()> texts;
+  int id = 0;
+  std::array<std::string_view, kLanguages.size()> texts{};
 };
 
 constexpr tagEntry kTable[] = {
@@ -86,8 +86,8 @@ ZRString StringLanguage() {
 bool ZRLoadString(int id, ZRString& text) {
   const std::string_view found = Find(id);
   if (found.empty()) {
-    text.Clear();
-    text.Append("#" + std::to_string(id));
+    text = "#";
+    text.Append(std::to_string(id));
     return false;
   }
   text.Assign(found.data(), found.size());

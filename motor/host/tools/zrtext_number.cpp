@@ -64,6 +64,7 @@ bool Parse(std::wstring_view text, tagNumberFormat& format) {
 // The digits of a number without sign, in the C notation. 309 before the point at most.
 class ZRDigits {
  public:
+  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): the buffer is filled as far as shown
   ZRDigits(double size, int decimals, bool scientific) {
     const bool plain = size == 0 || (size >= kPlainFrom && size < kPlainBelow);
     const auto form = scientific || (decimals < 0 && !plain) ? std::chars_format::scientific
@@ -118,7 +119,7 @@ void FormatDouble(ZRWString& out, double value, int digits, int decimals, bool t
   const bool finite = std::isfinite(value);
   const ZRDigits number(finite ? std::fabs(value) : 0, decimals, scientific);
   const std::string_view shown = number.View();
-  out.Reserve(2 * shown.size() + 2 * kMostDigits);  // all of it, whatever the separators
+  out.Reserve(2 * (shown.size() + kMostDigits));  // all of it, whatever the separators
   if (!finite || !IsZero(shown)) {
     if (std::signbit(value)) out.Append(L'-');
     if (sign && !std::signbit(value)) out.Append(L'+');

@@ -22,6 +22,32 @@ std::size_t AsciiRun(const char* at, const char* end) {
   return static_cast<std::size_t>(at - start);
 }
 
+// Number of units below 0x80 at the beginning.
+std::size_t AsciiRun(const wchar_t* at, const wchar_t* end) {
+  const wchar_t* const start = at;
+  const auto unit = [&at](int offset) { return static_cast<std::uint32_t>(at[offset]); };
+  while (end - at >= 4 && (unit(0) | unit(1) | unit(2) | unit(3)) < 0x80)
+    at += 4;
+  while (at < end && unit(0) < 0x80)
+    ++at;
+  return static_cast<std::size_t>(at - start);
+}
+
+// Copies ASCII from one width to the other and gives the place behind it.
+template <typename From, typename To>
+To* CopyAscii(const From* from, std::size_t count, To* to) {
+  std::size_t i = 0;
+  for (; i + 4 <= count; i += 4) {
+    to[i] = static_cast<To>(from[i]);
+    to[i + 1] = static_cast<To>(from[i + 1]);
+    to[i + 2] = static_cast<To>(from[i + 2]);
+    to[i + 3] = static_cast<To>(from[i + 3]);
+  }
+  for (; i < count; ++i)
+    to[i] = static_cast<To>(from[i]);
+  return to + count;
+}
+
 // What may follow a first byte.
 struct tagSequence {
   int more = 0;                           // bytes after the first; 0 for a byte that begins none
@@ -95,22 +121,48 @@ inline char32_t Take(const wchar_t*& at, const wchar_t* end) {
   return 0x10000 + ((unit - 0xD800) << 10) + (second - 0xDC00);
 }
 
+std::size_t BytesOf(std::wstring_view wide) {
+  const wchar_t* at = wide.data();
+  const wchar_t* const end = at + wide.size();
+  std::size_t bytes = 0;
+  while (at < end) {
+    const std::size_t run = AsciiRun(at, end);
+    bytes += run;
+    at += run;
+    if (at < end) bytes += Utf8Length(Take(at, end));
+  }
+  return bytes;
+}
+
+void WriteUtf8(std::wstring_view wide, char* out) {
+  const wchar_t* at = wide.data();
+  const wchar_t* const end = at + wide.size();
+  while (at < end) {
+    const std::size_t run = AsciiRun(at, end);
+    out = CopyAscii(at, run, out);
+    at += run;
+    if (at < end) out = PutCodePoint(out, Take(at, end));
+  }
+}
+
 }  // namespace
 
 void AppendUtf16(ZRWString& out, std::string_view narrow) {
-  out.AppendWritten(UnitsOf(narrow), [narrow](wchar_t* to) { WriteUtf16(narrow, to); });
+  if (AsciiRun(narrow.data(), narrow.data() + narrow.size()) == narrow.size()) {
+    out.AppendWritten(narrow.size(),
+                      [narrow](wchar_t* to) { (void)CopyAscii(narrow.data(), narrow.size(), to); });
+  } else {
+    out.AppendWritten(UnitsOf(narrow), [narrow](wchar_t* to) { WriteUtf16(narrow, to); });
+  }
 }
 
 void AppendUtf8(ZRString& out, std::wstring_view wide) {
-  const wchar_t* const begin = wide.data();
-  const wchar_t* const end = begin + wide.size();
-  std::size_t bytes = 0;
-  for (const wchar_t* at = begin; at < end;)
-    bytes += Utf8Length(Take(at, end));
-  out.AppendWritten(bytes, [begin, end](char* to) {
-    for (const wchar_t* at = begin; at < end;)
-      to = PutCodePoint(to, Take(at, end));
-  });
+  if (AsciiRun(wide.data(), wide.data() + wide.size()) == wide.size()) {
+    out.AppendWritten(wide.size(),
+                      [wide](char* to) { (void)CopyAscii(wide.data(), wide.size(), to); });
+  } else {
+    out.AppendWritten(BytesOf(wide), [wide](char* to) { WriteUtf8(wide, to); });
+  }
 }
 
 void Utf8ToUtf16(ZRWString& wide, const ZRString& narrow) {

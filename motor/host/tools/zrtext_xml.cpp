@@ -95,7 +95,7 @@ tagReference ReferenceAt(std::basic_string_view<Char> text) {
 template <typename Char>
 void Undo(ZRBasicString<Char>& out, const ZRBasicString<Char>& in) {
   if (&out == &in) {
-    const ZRBasicString<Char> copy(in);
+    const ZRBasicString<Char> copy(in.View());
     return Undo(out, copy);
   }
   out.Clear();
