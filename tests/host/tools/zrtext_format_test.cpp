@@ -175,7 +175,7 @@ TEST(ParseFormat, ReadsItsThreeForms) {
 TEST(ParseFormat, AnythingElseIsTheShortestText) {
   const tagParsed shortest{1, -1, false, false};
   for (const wchar_t* const format :
-       {L"",     L"+",    L"e",     L"16",   L"016", L"2.",          L".2",
+       {L"",     L"+",    L"e",     L"16",   L"002", L"2.",          L".2",
         L"2.16", L"16.2", L"2.2.2", L"e2.2", L"-2",  L" 2",          L"2 ",
         L"x",    L"%.2f", L"+-2",   L"++2",  L"e+2", L"99999999999", L"\xFF12"}) {
     EXPECT_EQ(shortest, Parsed(format)) << format;
