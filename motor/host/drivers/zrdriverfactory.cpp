@@ -16,13 +16,12 @@ std::string DataFolder() {
   return Utf16ToUtf8(ZRTessalySetup::Get().DataPath().View()).Text();
 }
 
-// What problems of a table begin with.
-std::string SubjectOf(const XmlDocument::XmlNode& settings) {
+}  // namespace
+
+std::string ZRDriverFactory::SubjectOf(const XmlDocument::XmlNode& settings) {
   const std::string_view name = settings.ValueUtf8("name");
   return name.empty() ? std::string("driver") : "driver \"" + std::string(name) + "\"";
 }
-
-}  // namespace
 
 std::unique_ptr<ZRDriver> ZRDriverFactory::Make(const XmlDocument::XmlNode& settings,
                                                 std::vector<ZRSettingProblem>& problems) {

@@ -32,6 +32,8 @@ class ZRDriverFactory {
                                           std::vector<ZRSettingProblem>& problems);
 
  private:
+  // What problems of a table begin with.
+  [[nodiscard]] static std::string SubjectOf(const XmlDocument::XmlNode& settings);
   // Each reads its keys; errors stay in `settings`.
   [[nodiscard]] static std::unique_ptr<ZRDriver> MakeMachine(ZRDriverSettings& settings);
   [[nodiscard]] static std::unique_ptr<ZRDriver> MakeSimulator(

@@ -125,7 +125,7 @@ std::unique_ptr<ZRDriver> ZRDriverFactory::MakeReplay(ZRDriverSettings& settings
 
 bool ZRDriverFactory::MeasureReplay(const XmlDocument::XmlNode& settings, ZRReadingsSpan& span,
                                     std::vector<ZRSettingProblem>& problems) {
-  ZRDriverSettings reader(settings, "replay", problems);
+  ZRDriverSettings reader(settings, SubjectOf(settings), problems);
   if (reader.RequiredText("type") != "replay") {
     reader.Error("type", "must be \"replay\"");
     return false;

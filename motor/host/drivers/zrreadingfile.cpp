@@ -55,12 +55,17 @@ void SkipBlanks(const std::string& line, char delimiter, std::size_t& at) {
     ++at;
 }
 
+// The name of a column that has none.
+std::string NumberedColumn(std::size_t index) {
+  return std::string(1, 'C').append(std::to_string(index + 1));
+}
+
 // A name of a column made fit for a variable.
 std::string VariableName(std::string_view column, std::size_t index) {
   std::string name(column);
   for (char& character : name)
     if (!ZRDriverSettings::IsName(std::string_view(&character, 1))) character = '_';
-  return ZRDriverSettings::IsName(name) ? name : "C" + std::to_string(index + 1);
+  return ZRDriverSettings::IsName(name) ? name : NumberedColumn(index);
 }
 
 bool ReadNumber(std::string_view text, char decimal, double& number) {
@@ -139,7 +144,7 @@ bool ZRReadingFile::ReadHeader(std::string& reason) {
   columnsOfFile = fields.size();
   std::vector<std::string> header;
   for (std::size_t i = 0; i < columnsOfFile; ++i)
-    header.push_back(form.header ? std::string(fields[i]) : "C" + std::to_string(i + 1));
+    header.push_back(form.header ? std::string(fields[i]) : NumberedColumn(i));
   return ChooseColumns(header, reason);
 }
 
@@ -252,7 +257,8 @@ std::optional<double> ZRReadingFile::ReadValue(std::string_view field, std::size
 void ZRReadingFile::Report(std::int64_t& count, const std::string& what) {
   ++count;
   if (faults.reported.size() < kMostReported)
-    faults.reported.push_back("line " + std::to_string(reader.LineNumber()) + ": " + what);
+    faults.reported.push_back(
+        std::string("line ").append(std::to_string(reader.LineNumber())).append(": ").append(what));
 }
 
 bool ZRReadingFile::Measure(ZRReadingsSpan& span) {

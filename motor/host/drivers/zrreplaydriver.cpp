@@ -111,6 +111,8 @@ std::int64_t ZRReplayDriver::NextDue(std::int64_t dueNow) const {
 }
 
 void ZRReplayDriver::Show(std::int64_t utc) {
+  if (shown > 0 && shown % span.readings == 0)
+    logger(kLogTrace, L"replay '%ls': begins again", Name().Text());
   for (std::size_t i = 0; i < columns.size(); ++i) {
     const std::optional<double>& value = file.Values()[i];
     ZRLiveValue& live = Variable(columns[i]);
@@ -155,7 +157,6 @@ void ZRReplayDriver::FetchAfterEnd() {
     End(L"ends: the file can't be read again");
     return;
   }
-  logger(kLogNotice, L"replay '%ls': begins again", Name().Text());
   runStart = due;
   runFirst = lastUtc = file.Utc();
 }

@@ -14,7 +14,7 @@ std::string Read(const std::string& form, const std::string& text) {
   EXPECT_TRUE(format.Set(form, reason)) << form << ": " << reason;
   ZRReadDate date;
   if (!format.Read(text, date)) return "-";
-  if (date.isInstant) return "@" + std::to_string(date.utc);
+  if (date.isInstant) return std::string("@").append(std::to_string(date.utc));
   constexpr std::size_t kRoom = 160;
   char shown[kRoom];
   (void)std::snprintf(shown, kRoom, "%04d-%02d-%02d %02d:%02d:%02d.%03d", date.year, date.month,

@@ -58,7 +58,7 @@ class ReadingFile : public testing::Test {
     while (file.Next() == ZRReadingFile::tagNext::kReading) {
       all += std::to_string((file.Utc() - kStart) / 1000) + ":";
       for (const auto& value : file.Values())
-        all += value ? " " + Shown(*value) : " -";
+        all.append(" ").append(value ? Shown(*value) : "-");
       all += "|";
     }
     return all;
@@ -212,7 +212,7 @@ TEST_F(ReadingFile, CantBeOpenedWithoutItsColumns) {
   form.columns.clear();
   std::string wide = "Date";
   for (std::size_t i = 0; i < ZRReadingFile::kMostColumns; ++i)
-    wide += ",c" + std::to_string(i);
+    wide.append(",c").append(std::to_string(i));
   EXPECT_FALSE(Open(wide + "\n"));
 }
 

@@ -95,8 +95,10 @@ TEST_F(ReplayDriver, InALoopItBeginsAgainADistanceBehindTheEnd) {
   Start();
   machine.Advance(299'999);
   EXPECT_EQ(3.0, NumberOf(L"house.P"));
+  EXPECT_EQ(0, log.Count("begins again"));
   machine.Advance(1);
   EXPECT_EQ(1.0, NumberOf(L"house.P"));
+  EXPECT_EQ(1, log.Count("begins again"));
   machine.Advance(60'000);
   EXPECT_EQ(2.0, NumberOf(L"house.P"));
   machine.Advance(300'000);
