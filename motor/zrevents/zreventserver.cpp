@@ -9,6 +9,7 @@
 #include "host/drivervariables/zrdrivervariablenames.h"
 #include "host/support/zrloadenabledevents.h"
 #include "host/support/zrtessalysetup.h"
+#include "zrevents/zrdriverpath.h"
 #include "zrevents/zreventdriver.h"
 #include "zrevents/zrgatetoken.h"
 
@@ -94,6 +95,7 @@ bool ZREventServer::Start() {
 }
 
 void ZREventServer::AddGroups() {
+  const ZRExclusiveLock lock(groupsMutex);
   const int count = eventSystem.EventsGroupsSize();
   logger(kLogTrace, kLogNewGroups, count);
   for (int i = 0; i < count; ++i)
@@ -104,6 +106,7 @@ void ZREventServer::AddGroups() {
 
 void ZREventServer::AssignEvents() {
   const ZRMutexLock lock(cfgMutex);
+  const ZRExclusiveLock groupsLock(groupsMutex);
   std::map<ZRWString, int> indexByName;  // of two groups with one name the later one wins
   int next = 0;
   for (auto group = eventSystem.EventsGroupsBegin(); group != eventSystem.EventsGroupsEnd();
@@ -131,12 +134,15 @@ void ZREventServer::AssignEvents() {
 }
 
 bool ZREventServer::StartGroups() {
-  for (const auto& group : groups) {
-    if (group->NumEvents() == 0 || group->Start()) continue;
-    DropGroups();
-    return false;
-  }
-  return true;
+  if (StartEachGroup()) return true;
+  DropGroups();
+  return false;
+}
+
+bool ZREventServer::StartEachGroup() {
+  const ZRSharedLock lock(groupsMutex);
+  return std::all_of(groups.begin(), groups.end(),
+                     [](const auto& group) { return group->NumEvents() == 0 || group->Start(); });
 }
 
 bool ZREventServer::StartListenerThread() {
@@ -161,11 +167,15 @@ void ZREventServer::PublishNumberOfEvents() {
 }
 
 void ZREventServer::DropGroups() {
-  for (auto& group : groups) {
+  std::vector<std::unique_ptr<ZREventServerGroup>> leaving;
+  {
+    const ZRExclusiveLock lock(groupsMutex);
+    leaving.swap(groups);
+  }
+  for (auto& group : leaving) {
     group->Stop();
     group.reset();
   }
-  groups.clear();
 }
 
 void ZREventServer::Stop() {
@@ -186,6 +196,7 @@ void ZREventServer::Reset() {
 }
 
 unsigned int ZREventServer::GetNumberOfEvents() const {
+  const ZRSharedLock lock(groupsMutex);
   unsigned int sum = 0;
   for (const auto& group : groups)
     sum += static_cast<unsigned int>(group->NumEvents());
@@ -193,6 +204,7 @@ unsigned int ZREventServer::GetNumberOfEvents() const {
 }
 
 std::uint32_t ZREventServer::LongestPass() {
+  const ZRSharedLock lock(groupsMutex);
   std::uint32_t longest = 0;
   for (const auto& group : groups)
     longest = std::max(longest, group->LongestPass());
@@ -201,21 +213,14 @@ std::uint32_t ZREventServer::LongestPass() {
 
 bool ZREventServer::HasCircularDependence(const ZRWString& path) {
   const ZRMutexLock lock(listenerDriverIdsMutex);
-  ZRWString::tagView rest = path.View();
-  for (std::size_t point = rest.find(L'.'); point != ZRWString::tagView::npos;
-       point = rest.find(L'.')) {
-    const ZRWString driver(rest.substr(0, point));
-    for (const ZRWString& listener : listenerDriverIds)
-      if (listener == driver) return true;
-    rest.remove_prefix(point + 1);
-  }
-  return false;
+  return LeadsThrough(path, listenerDriverIds);
 }
 
 ZRDateTime ZREventServer::GetLastEventsClientActionsDateTime() {
   ZRDateTime newest;
   const ZRGateToken token(*gate);
   if (!token.Taken()) return newest;
+  const ZRSharedLock lock(groupsMutex);
   for (const auto& group : groups) {
     ZRDateTime ofGroup;
     if (group->GetLastEventClientActionsDateTime(ofGroup)) KeepNewest(newest, ofGroup);

@@ -19,8 +19,10 @@
 // The engine. The host makes the one instance, then calls LoadCfg, Start, the services from its
 // web server's threads, Stop, and so on again.
 //
-// Threads   LoadCfg, Start and Stop on the host's thread; services on any.
-// Order     the gate, then a group's mutex; cfgMutex is never held while a group's mutex is taken.
+// Threads   LoadCfg, Start, Stop and Reset on the host's thread; everything else on any, the
+//           services not before the first LoadCfg has ended.
+// Order     the gate, then groupsMutex, then a group's mutex; cfgMutex comes before groupsMutex,
+//           and is never held while a group's mutex is taken.
 // Owns      the documents, the store, the workers. The host calls Stop before it destroys this.
 class ZREVENTS_API ZREventServer {
  public:
@@ -41,6 +43,9 @@ class ZREVENTS_API ZREventServer {
 
   // Starts the workers and the listener thread, and opens the gate. False, with nothing running,
   // if a thread can't be made. Only after Stop, or for the first time.
+  //
+  // A second Start without a Stop between makes no second worker for an event; its groups and
+  // events are counted twice.
   [[nodiscard]] bool Start();
   // Closes the gate, waits for the services in progress, ends all threads and empties the store.
   void Stop();
@@ -51,7 +56,7 @@ class ZREVENTS_API ZREventServer {
   // Events that have a worker.
   [[nodiscard]] unsigned int GetNumberOfEvents() const;
 
-  // Milliseconds that the longest of the workers' last passes took. On the host's thread.
+  // Milliseconds that the longest of the workers' last passes took.
   [[nodiscard]] std::uint32_t LongestPass();
 
   [[nodiscard]] XmlDocument* Cfg() { return &cfg; }
@@ -79,6 +84,7 @@ class ZREVENTS_API ZREventServer {
   void AddGroups();
   void AssignEvents();
   [[nodiscard]] bool StartGroups();
+  [[nodiscard]] bool StartEachGroup();
   [[nodiscard]] bool StartListenerThread();
   void DropGroups();
   void PublishNumberOfEvents();
@@ -93,7 +99,10 @@ class ZREVENTS_API ZREventServer {
   XmlDocument parkingCfg;
   ZRMutex cfgMutex;  // assignment of events in Start, reset in Stop
   ZREventSystem eventSystem;
-  std::vector<std::unique_ptr<ZREventServerGroup>> groups;  // host's thread, and the gate's holders
+  // Changed on the host's thread only. What a holder of the gate walks is locked all the same: a
+  // Start that fails takes the groups away while the gate is open.
+  mutable ZRSharedMutex groupsMutex;
+  std::vector<std::unique_ptr<ZREventServerGroup>> groups ZR_GUARDED_BY(groupsMutex);
   std::list<ZRWString> listenerDriverIds ZR_GUARDED_BY(listenerDriverIdsMutex);
   ZRMutex listenerDriverIdsMutex;
   ZREventList eventList;

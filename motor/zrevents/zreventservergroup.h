@@ -18,6 +18,8 @@ class ZREventDriver;
 // Owns      its workers; the events are the store's.
 class ZREVENTS_API ZREventServerGroup {
  public:
+  class ZREVENTS_HIDDEN ZREventServerGroupPartial;  // the worker proper
+
   ZREventServerGroup();
   virtual ~ZREventServerGroup();  // stops
   ZREventServerGroup(const ZREventServerGroup&) = delete;
@@ -40,8 +42,6 @@ class ZREVENTS_API ZREventServerGroup {
   [[nodiscard]] std::uint32_t LongestPass();
 
  private:
-  class ZREventServerGroupPartial;
-
   std::vector<ZREventDriver*> events;
   ZRMutex mutex;
   bool started ZR_GUARDED_BY(mutex) = false;
