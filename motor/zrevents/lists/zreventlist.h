@@ -6,13 +6,12 @@
 #include "host/remote/zrhttprequest.h"
 #include "host/remote/zrhttpresponse.h"
 #include "zrevents/zreventrt.h"
-#include "zrevents/zreventsexport.h"
 
 // The events of remote engines, and the changes that wait for registered listeners.
 //
 // No listener can register yet and no remote engine reports: nothing is queued, and the list is
 // empty.
-class ZREVENTS_API ZREventList {
+class ZREventList {
  public:
   // Takes over a change for the listeners. Without a listener it is destroyed.
   void QueueChange(std::unique_ptr<tagSEventRT> change);

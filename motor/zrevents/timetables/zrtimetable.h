@@ -4,12 +4,11 @@
 #include "host/tools/xmldocument.h"
 #include "host/tools/zrbasicstring.h"
 #include "host/tools/zrdatetime.h"
-#include "zrevents/zreventsexport.h"
 
 // Base of the three kinds. The list of the store owns them all.
 //
 // Threads   NeedCheck from any worker; the rest while nothing runs.
-class ZREVENTS_API ZRTimeTable {
+class ZRTimeTable {
  public:
   ZRTimeTable() = default;
   virtual ~ZRTimeTable();

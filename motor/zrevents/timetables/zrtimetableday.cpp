@@ -1,31 +1,12 @@
 #include "zrevents/timetables/zrtimetableday.h"
 
 #include <algorithm>
-#include <cwchar>
 #include <iterator>
 
-namespace {
-
-constexpr unsigned long kMinutesInHour = 60;
-constexpr unsigned long kLastHour = 24;
-
-// Two characters as a decimal number, in the manner of wcstol: white space and a sign in front
-// are taken, the rest ends at the first character that is no digit. A negative number is huge.
-unsigned long PairValue(const wchar_t* pair) {
-  const wchar_t text[] = {pair[0], pair[1], L'\0'};
-  return static_cast<unsigned long>(std::wcstol(text, nullptr, 10));
-}
-
-}  // namespace
-
-bool ParseTimeOfDay(const ZRWString& text, std::uint16_t& minutes) {
-  if (text.Length() < 2) return false;
-  const unsigned long hour = PairValue(text.Text());
-  const unsigned long minute = PairValue(text.Text() + text.Length() - 2);
-  if (hour > kLastHour || minute >= kMinutesInHour) return false;
-  if (hour == kLastHour && minute != 0) return false;
-  minutes = static_cast<std::uint16_t>(hour * kMinutesInHour + minute);
-  return true;
+ZRSlotFault ReadSlot(const XmlDocument::XmlNode& element, tagSlot& slot) {
+  if (!ParseTimeOfDay(element.Value(L"from", L""), slot.from)) return ZRSlotFault::kFrom;
+  if (!ParseTimeOfDay(element.Value(L"to", L""), slot.to)) return ZRSlotFault::kTo;
+  return slot.from > slot.to ? ZRSlotFault::kBackwards : ZRSlotFault::kNone;
 }
 
 void InsertSlot(std::vector<tagSlot>& slots, const tagSlot& slot) {
@@ -59,16 +40,13 @@ bool IsOutsideSlots(const std::vector<tagSlot>& slots, int minuteOfDay) {
 bool ZRTimeTableDay::LoadXml(const XmlDocument::XmlNode* node) {
   if (!ZRTimeTable::LoadXml(node)) return false;
   for (auto child = node->ChildsBegin(); child != node->ChildsEnd(); ++child) {
-    if ((*child)->TagUtf8() != "slot") continue;
     tagSlot slot{};
-    if (!ParseTimeOfDay((*child)->Value(L"from", L""), slot.from)) continue;
-    if (!ParseTimeOfDay((*child)->Value(L"to", L""), slot.to)) continue;
-    if (slot.from > slot.to) continue;
-    InsertSlot(slots, slot);
+    if ((*child)->TagUtf8() == "slot" && ReadSlot(**child, slot) == ZRSlotFault::kNone)
+      InsertSlot(slots, slot);
   }
   return true;
 }
 
 bool ZRTimeTableDay::NeedCheck(const ZRDateTime& now) {
-  return IsOutsideSlots(slots, now.Hour() * static_cast<int>(kMinutesInHour) + now.Minute());
+  return IsOutsideSlots(slots, now.Hour() * kMinutesInHour + now.Minute());
 }

@@ -4,7 +4,11 @@
 #include <cstdint>
 #include <vector>
 
+#include "zrevents/timetables/zrtimeofday.h"
 #include "zrevents/timetables/zrtimetable.h"
+
+// What is wrong with a slot's element: nothing, its `from`, its `to`, or their order.
+enum class ZRSlotFault { kNone, kFrom, kTo, kBackwards };
 
 // A span of a day in which events are switched off, in minutes since midnight.
 struct tagSlot {
@@ -14,10 +18,8 @@ struct tagSlot {
   bool operator==(const tagSlot&) const = default;
 };
 
-// Reads a time of day: the hours from the first two characters, the minutes from the last two,
-// whatever stands between. False for a text shorter than two characters and for a time beyond
-// 24:00. A short text is read twice: "12" is 12:12, and "123" is 12:23.
-[[nodiscard]] bool ParseTimeOfDay(const ZRWString& text, std::uint16_t& minutes);
+// Reads an element `slot` with its values `from` and `to`, and says why it can't be used.
+[[nodiscard]] ZRSlotFault ReadSlot(const XmlDocument::XmlNode& element, tagSlot& slot);
 
 // The slots of a table grow so far by repetition; beyond, a new slot is inserted once.
 inline constexpr std::size_t kMaximumRepeatedSlots = 4096;
@@ -30,7 +32,7 @@ void InsertSlot(std::vector<tagSlot>& slots, const tagSlot& slot);
 [[nodiscard]] bool IsOutsideSlots(const std::vector<tagSlot>& slots, int minuteOfDay);
 
 // A day table: the same slots every day.
-class ZREVENTS_API ZRTimeTableDay : public ZRTimeTable {
+class ZRTimeTableDay : public ZRTimeTable {
  public:
   // Reads the children `slot` with `from` and `to`. A slot that can't be read, or that ends
   // before it begins, is passed over.

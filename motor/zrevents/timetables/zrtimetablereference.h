@@ -12,7 +12,7 @@
 // store remembers the table that was asked.
 //
 // Threads   the cache is one atomic word: key and pick never disagree.
-class ZREVENTS_API ZRTimeTableReference : public ZRTimeTable {
+class ZRTimeTableReference : public ZRTimeTable {
  public:
   [[nodiscard]] bool LoadXml(const XmlDocument::XmlNode* node) override;
   // True without a pick, else the pick's answer.
@@ -35,7 +35,7 @@ class ZREVENTS_API ZRTimeTableReference : public ZRTimeTable {
 };
 
 // Picks by the day of the week: the child "day0" (Sunday) to "day6".
-class ZREVENTS_API ZRTimeTableWeek final : public ZRTimeTableReference {
+class ZRTimeTableWeek final : public ZRTimeTableReference {
  protected:
   [[nodiscard]] std::uint32_t Key(const ZRDateTime& now) const override;
   [[nodiscard]] const XmlDocument::XmlNode* Entry(const XmlDocument::XmlNode& table,
@@ -44,7 +44,7 @@ class ZREVENTS_API ZRTimeTableWeek final : public ZRTimeTableReference {
 
 // Picks by the date: the child `year` of that value `year`, in it "month1" to "month12", in it
 // "day1" to "day31".
-class ZREVENTS_API ZRTimeTableCalendar final : public ZRTimeTableReference {
+class ZRTimeTableCalendar final : public ZRTimeTableReference {
  protected:
   [[nodiscard]] std::uint32_t Key(const ZRDateTime& now) const override;
   [[nodiscard]] const XmlDocument::XmlNode* Entry(const XmlDocument::XmlNode& table,
