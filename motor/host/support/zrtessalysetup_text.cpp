@@ -93,12 +93,12 @@ class ZRTessalySetup::CReader {
 
  private:
   void ReadInstallation(ZRSettingsTable& file) {
-    ZRString name = Utf16ToUtf8(setup.programName.View());
-    file.Text("name", name, IsNotEmpty, "must not be empty");
-    setup.programName = Utf8ToUtf16(name.View());
-    ZRString language = Utf16ToUtf8(setup.language.View());
-    file.Text("language", language, IsLanguage, "must be \"en\" or \"es\"");
-    setup.language = Utf8ToUtf16(language.View());
+    ZRString shownName = Utf16ToUtf8(setup.programName.View());
+    file.Text("name", shownName, IsNotEmpty, "must not be empty");
+    setup.programName = Utf8ToUtf16(shownName.View());
+    ZRString letters = Utf16ToUtf8(setup.language.View());
+    file.Text("language", letters, IsLanguage, "must be \"en\" or \"es\"");
+    setup.language = Utf8ToUtf16(letters.View());
     file.Text("timezone", setup.timeZone, IsZone, "must be the name of a time zone");
     setup.cfgPath = ReadFolder(file, "config");
     setup.dataPath = ReadFolder(file, "data");

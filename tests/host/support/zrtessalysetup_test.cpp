@@ -237,6 +237,11 @@ TEST_F(Settings, ThatAreRefusedChangeNothing) {
   EXPECT_EQ("<settings><http><port>1</port></http><name>before</name></settings>", Tree());
 }
 
+TEST_F(Settings, LineContinuedBeforeAForeignCharacterIsJoined) {
+  ASSERT_TRUE(Load("name = \"\"\"a \\\n  \u00e9 \\\n \u3005 \\\n \U0001F600\"\"\""));
+  EXPECT_EQ("a \u00e9 \u3005 \U0001F600", Narrow(setup.ProgramName()));
+}
+
 // --- secrets ---
 
 TEST_F(Settings, PasswordIsNotInTheTree) {
