@@ -18,7 +18,7 @@ int CheckSite(const ZRCommand& command) {
   SetLogLevel(kLogInvariant);
   (void)site.TrySettings(findings);
   site.MakeDrivers(findings);
-  site.LoadEvents(findings);
+  site.LoadEvents({}, findings);
   PrintFindings(findings);
   const ZREventSystem& store = ZREventSystem::Get();
   std::printf("%s: %d events, %d groups, %d time tables\n", command.site.c_str(),

@@ -68,12 +68,11 @@ int RunThrough(ZRSite& site, const ZRReadingsSpan& span) {
   ZRFindings findings;
   site.MakeDrivers(findings);
   site.StartDrivers(ZRSite::tagDrivers::kWithoutMachine, findings);
-  site.LoadEvents(findings);
+  site.LoadEvents([&transcript](const ZREventDriver& event, bool active,
+                                double seconds) { transcript.Print(event, active, seconds); },
+                  findings);
   LogFindings(findings);
-  const bool runs =
-      site.StartEngine([&transcript](const ZREventDriver& event, bool active, double seconds) {
-        transcript.Print(event, active, seconds);
-      });
+  const bool runs = site.StartEngine();
   const auto length = static_cast<std::uint64_t>(span.last - span.first) + kTail;
   if (runs) time.Advance(length);
   site.Stop();

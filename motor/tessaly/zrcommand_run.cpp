@@ -25,9 +25,9 @@ bool StartWork(ZRSite& site) {
   ZRFindings findings;
   site.MakeDrivers(findings);
   site.StartDrivers(ZRSite::tagDrivers::kAll, findings);
-  site.LoadEvents(findings);
+  site.LoadEvents(LogTransition, findings);
   LogFindings(findings);
-  if (!site.StartEngine(LogTransition)) {
+  if (!site.StartEngine()) {
     logger(kLogInvariant, L"the engine can't start: the system gives no thread");
     return false;
   }

@@ -101,15 +101,15 @@ void ZRSite::StartDrivers(tagDrivers which, ZRFindings& findings) {
   }
 }
 
-void ZRSite::LoadEvents(ZRFindings& findings) {
+void ZRSite::LoadEvents(ZREventVariables::tagObserver observer, ZRFindings& findings) {
   engine.LoadCfg();
+  variables = std::make_unique<ZREventVariables>(std::move(observer));
+  variables->Bind(ZREventSystem::Get());
   CheckEvents(*engine.Cfg(), ZREventSystem::Get(), findings);
   CheckTimeTables(*engine.TimeTableCfg(), ZREventSystem::Get(), findings);
 }
 
-bool ZRSite::StartEngine(ZREventVariables::tagObserver observer) {
-  variables = std::make_unique<ZREventVariables>(std::move(observer));
-  variables->Bind(ZREventSystem::Get());
+bool ZRSite::StartEngine() {
   engineRuns = engine.Start();
   return engineRuns;
 }

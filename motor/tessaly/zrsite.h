@@ -41,11 +41,12 @@ class ZRSite {
   // Starts them, so that their first values exist. One that can't start is a finding.
   void StartDrivers(tagDrivers which, ZRFindings& findings);
 
-  // Fills the store from the documents, and says what was left out.
-  void LoadEvents(ZRFindings& findings);
+  // Fills the store from the documents, binds the events' variables, and says what was left out.
+  // `observer` is told of each activation and deactivation.
+  void LoadEvents(ZREventVariables::tagObserver observer, ZRFindings& findings);
 
-  // Binds the events' variables and starts the engine. False if it can't have its threads.
-  [[nodiscard]] bool StartEngine(ZREventVariables::tagObserver observer);
+  // Starts the engine. False if it can't have its threads.
+  [[nodiscard]] bool StartEngine();
   // Ends the engine, then the drivers, and empties both.
   void Stop();
 

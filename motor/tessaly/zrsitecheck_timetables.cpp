@@ -3,7 +3,6 @@
 #include <string>
 
 #include "tessaly/zrsitecheck.h"
-#include "zrevents/timetables/zrtimetableday.h"
 
 namespace {
 
@@ -57,16 +56,16 @@ class CTableCheck {
 
  private:
   void CheckSlot(const Node& slot) const {
-    std::uint16_t from = 0;
-    std::uint16_t to = 0;
-    if (!ParseTimeOfDay(slot.Value(L"from", L""), from)) {
-      Say(Kind::kDropped, slot, "a slot's 'from' is no time of day");
-    } else if (!ParseTimeOfDay(slot.Value(L"to", L""), to)) {
-      Say(Kind::kDropped, slot, "a slot's 'to' is no time of day");
-    } else if (from > to) {
-      Say(Kind::kDropped, slot, "a slot ends before it begins: a span across midnight needs two");
-    } else if (from == to) {
-      Say(Kind::kHint, slot, "a slot is empty");
+    switch (ZREventSystem::SlotFault(slot)) {
+      case ZRSlotFault::kFrom:
+        return Say(Kind::kDropped, slot, "a slot's 'from' is no time of day");
+      case ZRSlotFault::kTo:
+        return Say(Kind::kDropped, slot, "a slot's 'to' is no time of day");
+      case ZRSlotFault::kBackwards:
+        return Say(Kind::kDropped, slot,
+                   "a slot ends before it begins: a span across midnight needs two");
+      case ZRSlotFault::kNone:
+        return;
     }
   }
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "zrevents/timetables/zrtimetableday.h"
 #include "zrevents/timetables/zrtimetablereference.h"
 #include "zrevents/zreventdriver.h"
 
@@ -93,6 +92,11 @@ std::uint32_t ZREventSystem::TimeTableNumber(const wchar_t* idOrName) const {
 
 ZRTimeTable* ZREventSystem::TimeTableByNumber(std::uint32_t number) const {
   return number == 0 ? nullptr : timeTables.At(number - 1);
+}
+
+ZRSlotFault ZREventSystem::SlotFault(const XmlDocument::XmlNode& slot) {
+  tagSlot ignored{};
+  return ReadSlot(slot, ignored);
 }
 
 template <typename Table>

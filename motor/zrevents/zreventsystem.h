@@ -9,7 +9,7 @@
 #include "host/platform/zrmutex.h"
 #include "host/platform/zrownedlist.h"
 #include "host/tools/xmldocument.h"
-#include "zrevents/timetables/zrtimetable.h"
+#include "zrevents/timetables/zrtimetableday.h"
 #include "zrevents/zreventdrivergroup.h"
 #include "zrevents/zreventsexport.h"
 
@@ -84,6 +84,9 @@ class ZREVENTS_API ZREventSystem {
   // The last table that was found to lead back to itself, for the host's checks; null if none.
   void NoteCircularTimeTable(const ZRTimeTable& table) { circularTimeTable = &table; }
   [[nodiscard]] const ZRTimeTable* CircularTimeTable() const { return circularTimeTable; }
+
+  // What is wrong with a slot of a day table, for the host's checks.
+  [[nodiscard]] static ZRSlotFault SlotFault(const XmlDocument::XmlNode& slot);
 
   // The feed. It isn't written yet: not active, and an item has no effect.
   [[nodiscard]] bool GetRssActive() const { return rssActive; }
