@@ -48,8 +48,8 @@ int ZRProcess::Start(const ZRProcessStart& start) {
   CSpawn spawn;
   if (!start.folder.empty())
     (void)posix_spawn_file_actions_addchdir_np(&spawn.actions, start.folder.c_str());
-  std::vector<std::string> words = start.arguments;
-  words.insert(words.begin(), start.program);
+  std::vector<std::string> words{start.program};
+  words.insert(words.end(), start.arguments.begin(), start.arguments.end());
   std::vector<char*> pointers;
   pointers.reserve(words.size() + 1);
   for (std::string& word : words)
