@@ -86,7 +86,7 @@ void FillScalar(const toml::node& value, ZRSettingNode& node) {
   } else if (const auto* flag = value.as_boolean()) {
     node.kind = tagKind::kFlag;
     node.flag = flag->get();
-    node.text = node.flag ? "T" : "F";
+    node.text.assign(1, node.flag ? 'T' : 'F');
   } else {
     node.kind = tagKind::kDate;
     if (const auto* date = value.as_date()) node.text = DateText(date->get());
