@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -202,7 +202,9 @@ class LogFile : public Log {
   }
   [[nodiscard]] std::string Content(const std::string& behind = "") const {
     std::ifstream file(Path(behind), std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    std::ostringstream content;
+    content << file.rdbuf();
+    return content.str();
   }
   [[nodiscard]] mode_t Rights(const std::string& behind = "") const {
     struct stat status {};
