@@ -40,8 +40,8 @@ class XmlDocument {
  public:
   class XmlNode;
 
-  static constexpr int kMaximumDepth = 256;                            // elements, with the root
-  static constexpr std::size_t kMaximumFileSize = 256u * 1024 * 1024;  // bytes
+  static constexpr int kMaximumDepth = 256;  // elements, with the root
+  static constexpr std::size_t kMaximumFileSize = std::size_t{256} * 1024 * 1024;  // bytes
   static constexpr std::size_t kMaximumText = (1u << 30) - 1;  // bytes of one element's text
 
   // Where and why a text was refused. Lines and columns count from 1, columns in characters; both
@@ -116,7 +116,7 @@ class XmlDocument::XmlNode {
     explicit CChildIterator(Node* first) : at(first) {}
     Node* operator*() const { return at; }
     CChildIterator& operator++() {
-      at = at->Next();
+      if (at != nullptr) at = at->Next();
       return *this;
     }
     CChildIterator operator++(int) {
@@ -150,8 +150,8 @@ class XmlDocument::XmlNode {
   [[nodiscard]] std::string_view TextUtf8() const;
   [[nodiscard]] std::string_view ValueUtf8(std::string_view key) const;  // empty when absent
 
-  void SetValue(const wchar_t* text);
-  void SetValue(const ZRWString& text);
+  void SetValue(const wchar_t* value);
+  void SetValue(const ZRWString& value);
   // Sets or adds the first child `key`. Narrow text is UTF-8.
   void SetValue(const wchar_t* key, const wchar_t* value);
   void SetValue(const wchar_t* key, const ZRWString& value);
@@ -168,15 +168,16 @@ class XmlDocument::XmlNode {
   // whatever it holds: it is never read as a part of the path.
   [[nodiscard]] XmlNode* NodeV(const wchar_t* format, ...);
   [[nodiscard]] const XmlNode* NodeV(const wchar_t* format, ...) const;
-  // The first child `tag`, and the first one whose value `key` is there and exactly `value`.
-  [[nodiscard]] XmlNode* Child(std::string_view tag);
-  [[nodiscard]] const XmlNode* Child(std::string_view tag) const;
-  [[nodiscard]] XmlNode* Child(std::string_view tag, std::string_view key, std::string_view value);
-  [[nodiscard]] const XmlNode* Child(std::string_view tag, std::string_view key,
+  // The first child of that tag, and the first one whose value `key` is there and exactly `value`.
+  [[nodiscard]] XmlNode* Child(std::string_view childTag);
+  [[nodiscard]] const XmlNode* Child(std::string_view childTag) const;
+  [[nodiscard]] XmlNode* Child(std::string_view childTag, std::string_view key,
+                               std::string_view value);
+  [[nodiscard]] const XmlNode* Child(std::string_view childTag, std::string_view key,
                                      std::string_view value) const;
 
   // Appends a child. The second argument is reserved (null).
-  XmlNode* NewChild(const wchar_t* tag, const void* reserved);
+  XmlNode* NewChild(const wchar_t* childTag, const void* reserved);
   // Removes and destroys a child of this node; nothing if it is none. Fast for the first child,
   // and for one behind the child that was removed last.
   void RemoveChild(XmlNode* child);
@@ -205,7 +206,7 @@ class XmlDocument::XmlNode {
   [[nodiscard]] const XmlNode* ReachedV(const wchar_t* format, std::va_list arguments) const;
   [[nodiscard]] const XmlNode* ValueNode(std::string_view key) const;
   [[nodiscard]] XmlNode* BeforeChild(const XmlNode* child);
-  void SetChildText(const wchar_t* key, std::string_view text);
+  void SetChildText(const wchar_t* key, std::string_view value);
   void Append(XmlNode* child);
   void Adopt(XmlNode* copy);
   void Clear();

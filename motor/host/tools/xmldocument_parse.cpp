@@ -209,20 +209,19 @@ bool XmlDocument::CParser::FeedBuffer(std::size_t used, bool isFinal) {
 
 // --- the document ---
 
-bool XmlDocument::Parse(const char* source) {
-  return Parse(source != nullptr ? std::string_view(source) : std::string_view(), SIZE_MAX,
-               nullptr);
+bool XmlDocument::Parse(const char* text) {
+  return Parse(text != nullptr ? std::string_view(text) : std::string_view(), SIZE_MAX, nullptr);
 }
 
-bool XmlDocument::Parse(std::string_view source, std::size_t limit, tagRefusal* refusal) {
+bool XmlDocument::Parse(std::string_view text, std::size_t limit, tagRefusal* refusal) {
   auto filled = std::make_unique<CStore>();
   CParser parser(*filled);
-  bool accepted = source.size() <= limit;
+  bool accepted = text.size() <= limit;
   if (!accepted) parser.Refuse("larger than " + std::to_string(limit) + " bytes");
   for (bool isFinal = false; accepted && !isFinal;) {
-    const std::string_view piece = source.substr(0, kTextChunk);
-    source.remove_prefix(piece.size());
-    isFinal = source.empty();
+    const std::string_view piece = text.substr(0, kTextChunk);
+    text.remove_prefix(piece.size());
+    isFinal = text.empty();
     accepted = parser.Feed(piece, isFinal);
   }
   return Take(std::move(filled), parser, accepted, refusal);

@@ -101,7 +101,7 @@ class ZRFormattedPieces {
   }
 
   std::wstring_view format;
-  mutable std::va_list arguments;
+  mutable std::va_list arguments{};
   ZRWString whole;
 };
 

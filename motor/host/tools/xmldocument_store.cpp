@@ -7,9 +7,9 @@
 
 namespace {
 
-constexpr std::size_t kSmallestNodeBlock = 16;         // nodes
-constexpr std::size_t kSmallestTextBlock = 512;        // bytes
-constexpr std::size_t kLargestBlock = 64 * 1024;       // bytes
+constexpr std::size_t kSmallestNodeBlock = 16;                 // nodes
+constexpr std::size_t kSmallestTextBlock = 512;                // bytes
+constexpr std::size_t kLargestBlock = std::size_t{64} * 1024;  // bytes
 constexpr std::size_t kLongText = kLargestBlock / 16;  // a longer one is allocated by itself
 
 bool CanBeginName(char c) {

@@ -12,7 +12,7 @@ namespace {
 constexpr std::string_view kHeader = R"(<?xml version="1.0" encoding="UTF-8" standalone="yes"?>)";
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";    // U+FFFD
 constexpr std::string_view kNonCharacters = "\xEF\xBF\xBE";  // U+FFFE; U+FFFF is one more
-constexpr std::size_t kFileChunk = 64 * 1024;                // bytes written to a file at a time
+constexpr std::size_t kFileChunk = std::size_t{64} * 1024;   // bytes written to a file at a time
 constexpr std::string_view kUnfinished = ".unfinished";      // end of the name of a file in work
 
 // How the byte at the front of a text is written; `length` is what that stands for.

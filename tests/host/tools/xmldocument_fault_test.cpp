@@ -10,6 +10,7 @@
 #include <iterator>
 #include <memory>
 #include <new>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -102,8 +103,9 @@ class XmlFile : public testing::Test {
 
   void Write(const std::string& content) const { std::ofstream(path, std::ios::binary) << content; }
   [[nodiscard]] std::string Content() const {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    std::ostringstream content;
+    content << std::ifstream(path, std::ios::binary).rdbuf();
+    return content.str();
   }
   // Files in the folder.
   [[nodiscard]] std::ptrdiff_t Count() const {
