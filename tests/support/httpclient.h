@@ -6,6 +6,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -30,7 +31,7 @@ struct HttpReply {
   }
 };
 
-// Every wait ends after kPatienceSeconds, as if the server had closed the connection.
+// Every wait ends after kPatienceSeconds.
 class HttpClient {
  public:
   static constexpr int kPatienceSeconds = 20;
@@ -58,7 +59,8 @@ class HttpClient {
   void Close() {
     if (socket >= 0) (void)::close(std::exchange(socket, -1));
   }
-  void FinishSending() { (void)::shutdown(socket, SHUT_WR); }
+  // The server has closed the connection, and nothing more will come.
+  [[nodiscard]] bool IsClosed() const { return closed; }
 
   // False if the server doesn't take it.
   bool Send(std::string_view bytes) {
@@ -70,7 +72,7 @@ class HttpClient {
     return true;
   }
 
-  // Everything until the server closes.
+  // Everything until the server closes; IsClosed tells whether it did.
   [[nodiscard]] std::string ReceiveAll() {
     while (ReceiveMore()) {
     }
@@ -108,6 +110,7 @@ class HttpClient {
   bool ReceiveMore() {
     char piece[16 * 1024];
     const ssize_t size = ::recv(socket, piece, sizeof piece, 0);
+    closed = size == 0 || (size < 0 && errno == ECONNRESET);
     if (size <= 0) return false;
     received.append(piece, static_cast<std::size_t>(size));
     return true;
@@ -115,5 +118,6 @@ class HttpClient {
 
   int socket;
   bool connected = false;
+  bool closed = false;
   std::string received;
 };

@@ -1,7 +1,6 @@
 #include "host/remote/zranswerbody.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -11,14 +10,12 @@
 namespace {
 
 // A file of the owner alone that has no name and goes away with its descriptor; -1 if there is
-// none to be had. Not every file system can make it without a name in one step.
+// none to be had.
 int OpenNamelessFile(const std::string& folder) {
-  const int made = ::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, S_IRUSR | S_IWUSR);
-  if (made >= 0) return made;
   std::string path = folder + "/answer-XXXXXX";
-  const int named = ::mkostemp(path.data(), O_CLOEXEC);
-  if (named >= 0) (void)::unlink(path.c_str());
-  return named;
+  const int file = ::mkostemp(path.data(), O_CLOEXEC);
+  if (file >= 0) (void)::unlink(path.c_str());
+  return file;
 }
 
 }  // namespace

@@ -7,9 +7,9 @@
 #include <string_view>
 
 struct ZRAnswerLimits {
-  std::size_t memoryBytes;      // beyond, everything goes to a temporary file
-  std::uint64_t answerBytes;    // beyond, the answer is given up
-  std::string temporaryFolder;  // of the file, which never has a name there
+  std::size_t memoryBytes = 0;    // beyond, everything goes to a temporary file
+  std::uint64_t answerBytes = 0;  // beyond, the answer is given up
+  std::string temporaryFolder;    // of the file, which never has a name there
 };
 
 // Threads   one at a time.

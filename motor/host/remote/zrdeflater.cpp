@@ -15,7 +15,7 @@ constexpr int kLevel = 1;
 constexpr int kMemoryLevel = 8;
 constexpr int kWindowBits = 15;
 constexpr int kGzipFormat = 16;  // added to the window bits; without it, the zlib format
-constexpr std::size_t kPieceBytes = 16 * 1024;
+constexpr std::size_t kPieceBytes = std::size_t{16} * 1024;
 
 }  // namespace
 
@@ -34,7 +34,7 @@ class ZRDeflater::CStream {
 
   z_stream state{};
   bool ready = false;
-  std::array<Bytef, kPieceBytes> piece;
+  std::array<Bytef, kPieceBytes> piece{};
 };
 
 ZRDeflater::ZRDeflater(ZRContentCoding coding, ZRAnswerBody& target)

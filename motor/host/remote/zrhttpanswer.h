@@ -37,7 +37,7 @@ class ZRHttpAnswer final : public ZRHttpResponse {
   enum class tagStep { kNotBegun, kBegun, kEnded, kLost };
 
   // Texts are collected up to here, so that each of them costs no more than being copied.
-  static constexpr std::size_t kCollectBytes = 16 * 1024;
+  static constexpr std::size_t kCollectBytes = std::size_t{16} * 1024;
 
   void Take(std::string_view text) {
     if (step != tagStep::kBegun || !HasBody()) {

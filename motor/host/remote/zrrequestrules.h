@@ -14,7 +14,7 @@ inline constexpr int kStatusHeadersTooLarge = 431;
 inline constexpr int kStatusInternalError = 500;
 inline constexpr int kStatusUnavailable = 503;
 
-inline constexpr std::size_t kMostRequestBodyBytes = 64 * 1024;
+inline constexpr std::size_t kMostRequestBodyBytes = std::size_t{64} * 1024;
 
 // The head of a request, as it came.
 struct ZRRequestHead {

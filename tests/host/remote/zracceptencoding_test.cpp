@@ -68,6 +68,7 @@ TEST(AcceptEncoding, PassesOverWhatCannotBeRead) {
              {"gzip;q=0.1234", kIdentity},
              {"gzip;q=0,5", kIdentity},
              {"gzip;q=1;q=x", kIdentity},
+             {"gzip;q=x;q=1", kIdentity},
              {"gzip;level=9;q=0.5", kGzip},
              {"gzip;;q=0.5", kGzip},
              {",,;,;q=1,=,q=1", kIdentity},

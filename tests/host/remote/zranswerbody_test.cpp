@@ -61,6 +61,17 @@ TEST_F(AnswerBody, GoesToAFileAsAWholeBeyondThat) {
   (void)::close(file);
 }
 
+TEST_F(AnswerBody, HoldsNoMoreInMemoryThanItMay) {
+  const ZRAnswerLimits limits = Limits(4, 100);
+  ZRAnswerBody body(limits);
+  ASSERT_TRUE(body.Append("123"));
+  ASSERT_TRUE(body.Append("longer"));
+  ASSERT_TRUE(body.Append("4567"));
+  const int file = body.TakeFile();
+  EXPECT_EQ("123longer", Read(file, body.Size()));
+  (void)::close(file);
+}
+
 TEST_F(AnswerBody, FileHasNoNameAndOneReader) {
   const ZRAnswerLimits limits = Limits(1, 100);
   ZRAnswerBody body(limits);

@@ -30,7 +30,7 @@ TEST_F(WebServer, CompressesWithGzip) {
 TEST_F(WebServer, CompressesWithDeflate) {
   Start();
   const HttpReply reply =
-      Get("/packed", "Accept-Encoding: gzip;q=0.1\r\nAccept-Encoding: deflate\r\n");
+      Get("/packed", "Accept-Encoding: deflate\r\nAccept-Encoding: gzip;q=0.1\r\n");
   EXPECT_EQ("deflate", reply.Header("Content-Encoding"));
   EXPECT_EQ(kText, Inflated(reply.body, kInflateZlib));
 }
@@ -58,7 +58,9 @@ TEST_F(WebServer, TellsRoutesWhatTheClientSays) {
   EXPECT_EQ(200, Get("/look").status);
   EXPECT_FALSE(accepts);
   EXPECT_EQ("", authorization);
-  EXPECT_EQ(200, Get("/look", "accept-encoding: *\r\nAUTHORIZATION: Basic YTpi\r\n").status);
+  EXPECT_EQ(200,
+            Get("/look", "accept-encoding: *\r\nAUTHORIZATION: Basic YTpi\r\nAuthorization: x\r\n")
+                .status);
   EXPECT_TRUE(accepts);
   EXPECT_EQ("Basic YTpi", authorization);
 }
@@ -141,6 +143,7 @@ TEST_F(WebServer, TakesNothingThatFollowsARefusedBodyForARequest) {
       "GET /plain HTTP/1.1\r\nHost: localhost\r\nContent-Length: 48\r\n\r\n"
       "GET /plain HTTP/1.1\r\nHost: localhost\r\nX: yes\r\n\r\n");
   const std::string all = client.ReceiveAll();
+  EXPECT_TRUE(client.IsClosed());
   EXPECT_TRUE(all.starts_with("HTTP/1.1 400 "));
   EXPECT_EQ(std::string::npos, all.find("200 OK"));
   EXPECT_EQ(0, answered);
@@ -402,6 +405,7 @@ TEST_F(WebServer, StartsAgainAtTheSamePort) {
   server.Stop();
   EXPECT_EQ(0, server.Port());
   EXPECT_EQ("", open.ReceiveAll());
+  EXPECT_TRUE(open.IsClosed());
   server.Stop();
   Start();
   EXPECT_EQ(settings.port, server.Port());
@@ -466,6 +470,7 @@ TEST_F(WebServer, StopCutsOffAClientThatDoesNotTakeItsAnswer) {
   server.Stop();
   const HttpReply reply = slow.ReceiveReply();
   EXPECT_FALSE(reply.isWhole);
+  EXPECT_TRUE(slow.IsClosed());
 }
 
 TEST_F(WebServer, StopLetsAnAnswerUnderWayArrive) {

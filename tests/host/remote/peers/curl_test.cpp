@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -47,7 +47,9 @@ class Curl : public WebServer {
 
   std::string Read(const char* name) {
     std::ifstream file(folder / name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::ostringstream all;
+    all << file.rdbuf();
+    return all.str();
   }
 
   std::filesystem::path folder;
@@ -100,7 +102,9 @@ TEST_F(Curl, ASilentConnectionIsClosed) {
   HttpClient half(server.Port());
   ASSERT_TRUE(half.Send("GET /plain HTTP/1.1\r\nHost:"));
   EXPECT_EQ("", silent.ReceiveAll());
+  EXPECT_TRUE(silent.IsClosed());
   EXPECT_EQ("", half.ReceiveAll());
+  EXPECT_TRUE(half.IsClosed());
 }
 
 }  // namespace
