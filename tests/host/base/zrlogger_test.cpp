@@ -55,6 +55,8 @@ class Log : public testing::Test {
    public:
     CTime() : ZRVirtualTime(kNow) {}
     std::FILE* OpenFile(const std::string& path, const char* mode) override {
+      struct stat status {};
+      if (::stat(path.c_str(), &status) == 0) rightsBefore = status.st_mode & 07777;
       if (full) return ZRVirtualTime::OpenFile("/dev/full", mode);
       if (!failing) return ZRVirtualTime::OpenFile(path, mode);
       errno = EIO;
@@ -63,6 +65,7 @@ class Log : public testing::Test {
     bool RenameFile(const std::string& from, const std::string& to) override {
       return !failingMoves && ZRVirtualTime::RenameFile(from, to);
     }
+    mode_t rightsBefore = 0;  // of the file, before it was opened last
     bool failing = false;
     bool full = false;
     bool failingMoves = false;
@@ -240,6 +243,7 @@ TEST_F(LogFile, IsMadeForOwnerAndGroup) {
   EXPECT_TRUE(Open());
   (void)::umask(before);
   EXPECT_EQ(0640u, Rights());
+  EXPECT_EQ(0640u, time.rightsBefore);  // at no time open to others
 }
 
 TEST_F(LogFile, IsClosedToOthersWhenItIsThereAlready) {
