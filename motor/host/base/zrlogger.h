@@ -5,6 +5,8 @@
 // number being the priority that the journal reads at the front of a line.
 #pragma once
 
+#include <cstddef>
+
 #include "host/tools/zrbasicstring.h"
 
 // Levels in use, each with its name and its priority in the journal. Lower numbers count as the

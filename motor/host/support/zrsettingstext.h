@@ -7,7 +7,7 @@
 #include "host/support/zrsettingnode.h"
 #include "host/support/zrtessalysetup.h"
 
-inline constexpr std::size_t kMaximumSettingsSize = 1024 * 1024;  // bytes
+inline constexpr std::size_t kMaximumSettingsSize = std::size_t{1024} * 1024;  // bytes
 // Of brackets within brackets, and of points in one key.
 inline constexpr int kMaximumSettingsNesting = 16;
 
