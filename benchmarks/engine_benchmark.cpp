@@ -1,0 +1,210 @@
+// The engine's own costs: loading, a pass, a service.
+//
+// A pass is Work on each event of the store in turn, as a worker does it, without its pauses.
+
+#include <benchmark/benchmark.h>
+#include <malloc.h>
+#include <sys/resource.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "countallocations.h"
+#include "host/platform/zrthread.h"
+#include "host/remote/zrhttprequest.h"
+#include "host/remote/zrhttpresponse.h"
+#include "host/tools/zrdatetime.h"
+#include "host/tools/zrtext.h"
+#include "plausiblesite.h"
+#include "zrevents/zreventdriver.h"
+#include "zrevents/zreventdrivergroup.h"
+#include "zrevents/zreventserver.h"
+
+namespace {
+
+double ProcessorSeconds() {
+  rusage usage{};
+  (void)::getrusage(RUSAGE_SELF, &usage);
+  constexpr double kMicro = 1e-6;
+  return static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+         static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) * kMicro;
+}
+
+double HeapBytes() {
+  const struct mallinfo2 info = ::mallinfo2();
+  return static_cast<double>(info.uordblks + info.hblkhd);
+}
+
+// A store of `events` over a plant, and the events in the order of their pass.
+class Loaded {
+ public:
+  explicit Loaded(const tagPlausibleSite& shape) : site(shape) {
+    plant = static_cast<PlantDriver*>(ZRDriver::Register(std::make_unique<PlantDriver>()));
+    plant->ShowQuiet();
+    server.LoadCfg();
+    for (auto at = ZREventSystem::Get().EventsBegin(); at != ZREventSystem::Get().EventsEnd(); ++at)
+      events.push_back(*at);
+  }
+  ~Loaded() {
+    server.Reset();
+    ZRDriver::UnregisterAll();
+  }
+  Loaded(const Loaded&) = delete;
+  Loaded& operator=(const Loaded&) = delete;
+
+  void Pass(const ZRDateTime& now) const {
+    for (ZREventDriver* event : events)
+      event->Work(now);
+  }
+
+  PlausibleSite site;
+  PlantDriver* plant = nullptr;
+  ZREventServer server;
+  std::vector<ZREventDriver*> events;
+};
+
+void SetPerEvent(benchmark::State& state, const char* name, double seconds, double events) {
+  constexpr double kNano = 1e9;
+  state.counters[name] = seconds * kNano / events;
+}
+
+void BM_QuietPass(benchmark::State& state) {
+  const Loaded loaded({static_cast<int>(state.range(0)), 1});
+  const ZRDateTime now = ZRDateTime::LTC();
+  loaded.Pass(now);
+  const long long before = Allocations();
+  const double begun = ProcessorSeconds();
+  for (auto _ : state)
+    loaded.Pass(now);
+  const auto served = static_cast<double>(state.iterations() * state.range(0));
+  SetPerEvent(state, "ns_per_event", ProcessorSeconds() - begun, served);
+  state.counters["allocations"] = static_cast<double>(Allocations() - before);
+}
+
+void BM_FailingPass(benchmark::State& state) {
+  const Loaded loaded({static_cast<int>(state.range(0)), 1});
+  loaded.plant->ShowNothing();
+  const ZRDateTime now = ZRDateTime::LTC();
+  const double begun = ProcessorSeconds();
+  for (auto _ : state)
+    loaded.Pass(now);
+  SetPerEvent(state, "ns_per_event", ProcessorSeconds() - begun,
+              static_cast<double>(state.iterations() * state.range(0)));
+}
+
+// The events of 50 groups, on two threads.
+void BM_QuietPassOnTwoCores(benchmark::State& state) {
+  constexpr int kGroups = 50;
+  const Loaded loaded({static_cast<int>(state.range(0)), kGroups});
+  std::vector<std::vector<ZREventDriver*>> groups(kGroups);
+  for (ZREventDriver* event : loaded.events) {
+    const auto number = std::stoul(
+        std::string(Utf16ToUtf8((*event->GroupsVectorBegin())->Name().View()).View().substr(11)));
+    groups[number].push_back(event);
+  }
+  const ZRDateTime now = ZRDateTime::LTC();
+  const double begun = ProcessorSeconds();
+  for (auto _ : state) {
+    ZRThread threads[2];
+    for (std::size_t half = 0; half < 2; ++half) {
+      (void)threads[half].Start([&groups, half, now] {
+        for (std::size_t group = half; group < groups.size(); group += 2)
+          for (ZREventDriver* event : groups[group])
+            event->Work(now);
+      });
+    }
+  }
+  SetPerEvent(state, "ns_per_event", ProcessorSeconds() - begun,
+              static_cast<double>(state.iterations() * state.range(0)));
+}
+
+void BM_LoadCfg(benchmark::State& state) {
+  const PlausibleSite site({static_cast<int>(state.range(0)), 20});
+  ZRDriver::Register(std::make_unique<PlantDriver>());
+  const auto events = static_cast<double>(state.range(0));
+  double seconds = 0.0;
+  double bytes = 0.0;
+  for (auto _ : state) {
+    const double heapBefore = HeapBytes();
+    const double begun = ProcessorSeconds();
+    ZREventServer server;
+    server.LoadCfg();
+    seconds += ProcessorSeconds() - begun;
+    bytes = HeapBytes() - heapBefore;
+    if (ZREventSystem::Get().EventsSize() != static_cast<int>(state.range(0)))
+      state.SkipWithError("not all events were loaded");
+  }
+  constexpr double kMicro = 1e6;
+  state.counters["us_per_event"] =
+      seconds * kMicro / events / static_cast<double>(state.iterations());
+  state.counters["bytes_per_event"] = bytes / events;
+  state.counters["xml_bytes_per_event"] = static_cast<double>(site.BytesOfXml()) / events;
+  ZRDriver::UnregisterAll();
+}
+
+class PlainRequest final : public ZRHttpRequest {
+ public:
+  [[nodiscard]] bool AcceptDeflate() const override { return false; }
+  [[nodiscard]] const ZRString& Authorization() const override { return none; }
+
+ private:
+  ZRString none;
+};
+
+class MemoryResponse final : public ZRHttpResponse {
+ public:
+  void Begin(int /*status*/, int /*kind*/) override { body.clear(); }
+  void Write(const ZRBasicString<char>& text) override { body.append(text.View()); }
+  void Write(const char* text, int /*length*/) override { body.append(text); }
+  bool End() override { return true; }
+  std::string body;
+};
+
+void BM_ActiveService(benchmark::State& state) {
+  Loaded loaded({static_cast<int>(state.range(0)), 1});
+  loaded.plant->ShowActive();
+  const ZRDateTime now = ZRDateTime::LTC();
+  loaded.Pass(now);  // the delays begin
+  ZRPlatform::Get().Sleep(5100);
+  loaded.Pass(now);
+  PlainRequest request;
+  MemoryResponse response;
+  loaded.server.ProcessHttpServiceEventsActived(request, response);
+  const double begun = ProcessorSeconds();
+  for (auto _ : state)
+    loaded.server.ProcessHttpServiceEventsActived(request, response);
+  SetPerEvent(state, "ns_per_event", ProcessorSeconds() - begun,
+              static_cast<double>(state.iterations() * state.range(0)));
+  state.counters["body_bytes_per_event"] =
+      static_cast<double>(response.body.size()) / static_cast<double>(state.range(0));
+  const auto active = static_cast<std::int64_t>(loaded.server.ActiveEventsCount(request, response));
+  if (active != state.range(0)) state.SkipWithError("not all events are active");
+}
+
+constexpr int kRepetitions = 5;
+
+BENCHMARK(BM_QuietPass)
+    ->Arg(1000)
+    ->Arg(100'000)
+    ->Arg(1'000'000)
+    ->Repetitions(kRepetitions)
+    ->ReportAggregatesOnly();
+BENCHMARK(BM_FailingPass)->Arg(100'000)->Repetitions(kRepetitions)->ReportAggregatesOnly();
+BENCHMARK(BM_QuietPassOnTwoCores)
+    ->Arg(1'000'000)
+    ->Repetitions(kRepetitions)
+    ->ReportAggregatesOnly();
+BENCHMARK(BM_LoadCfg)
+    ->Arg(1000)
+    ->Arg(10'000)
+    ->Arg(100'000)
+    ->Iterations(1)
+    ->Repetitions(kRepetitions)
+    ->ReportAggregatesOnly();
+BENCHMARK(BM_LoadCfg)->Arg(1'000'000)->Iterations(1);
+BENCHMARK(BM_ActiveService)->Arg(10'000)->Repetitions(kRepetitions)->ReportAggregatesOnly();
+
+}  // namespace
+
+BENCHMARK_MAIN();
