@@ -7,7 +7,9 @@
 ZRPolledDriver::ZRPolledDriver(const ZRWString& ofId, const ZRWString& ofName,
                                std::uint32_t periodMilliseconds)
     : ZRDriver(ofId, ofName),
-      period(std::clamp(periodMilliseconds, kShortestPeriod, kLongestPeriod)) {}
+      period(std::clamp(periodMilliseconds, kShortestPeriod, kLongestPeriod)) {
+  RestartElapsed();
+}
 
 ZRPolledDriver::~ZRPolledDriver() {
   ZRPolledDriver::Stop();

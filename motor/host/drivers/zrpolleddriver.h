@@ -47,8 +47,8 @@ class ZRPolledDriver : public ZRDriver {
   [[nodiscard]] virtual std::int64_t NextDue(std::int64_t due) const { return due + period; }
   [[nodiscard]] std::uint32_t Period() const { return period; }  // ms
 
-  // Milliseconds since the driver started, by the tick count; not stepped with the clock. In the
-  // thread of the passes.
+  // Milliseconds since the driver was started, or made, by the tick count; not stepped with the
+  // clock. In the thread of the passes.
   [[nodiscard]] std::int64_t Elapsed();
 
   // A request to stop is there: a long pass ends early.

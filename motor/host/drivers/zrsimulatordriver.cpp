@@ -61,11 +61,13 @@ bool ZRSimulatorDriver::ForceValue(const ZRWString& variable, double value,
                                    const ZRWString& caller) {
   const std::int64_t number = VariableNumber(variable);
   if (number < 0 || !std::isfinite(value) || !IsOnline()) return false;
-  ZRMutexLock lock(mutex);
-  tagVariable& forced = variables[static_cast<std::size_t>(number)];
-  if (!std::holds_alternative<ZRConstantForm>(forced.simulation.form)) return false;
-  forced.forced = value;
-  Variable(number).SetNumber(value, ZRPlatform::Get().UtcMilliseconds());
+  {
+    ZRMutexLock lock(mutex);
+    tagVariable& forced = variables[static_cast<std::size_t>(number)];
+    if (!std::holds_alternative<ZRConstantForm>(forced.simulation.form)) return false;
+    forced.forced = value;
+    Variable(number).SetNumber(value, ZRPlatform::Get().UtcMilliseconds());
+  }
   logger(kLogTrace, L"driver '%ls': '%ls' is forced to %g by '%ls'", Name().Text(), variable.Text(),
          value, caller.Text());
   return true;

@@ -19,9 +19,11 @@ class MachineDriver : public testing::Test {
     machine.folders["/sys/class/thermal/thermal_zone0"] = {"temp", "type"};
     machine.files["/sys/class/thermal/thermal_zone0/temp"] = "41000\n";
     machine.folders["/sys/class/hwmon"] = {"hwmon0"};
-    machine.folders["/sys/class/hwmon/hwmon0"] = {"temp1_input", "temp2_input", "temp1_max"};
+    machine.folders["/sys/class/hwmon/hwmon0"] = {"temp1_input", "temp2_input", "temp3_input",
+                                                  "temp1_max"};
     machine.files["/sys/class/hwmon/hwmon0/temp1_input"] = "52500\n";
     machine.files["/sys/class/hwmon/hwmon0/temp2_input"] = "-273000\n";
+    machine.files["/sys/class/hwmon/hwmon0/temp3_input"] = "30000\n";
     machine.files["/sys/class/hwmon/hwmon0/temp1_max"] = "99000\n";
   }
 
@@ -61,6 +63,9 @@ TEST_F(MachineDriver, NeedsTwoReadingsToTellHowBusyTheProcessorsWere) {
   machine.files["/proc/stat"] = "cpu  130 0 0 970 0 0 0 0 0 0\n";
   machine.Advance(1000);
   EXPECT_EQ(30.0, NumberOf(L"R$SYS.CPU"));
+  machine.files["/proc/stat"] = "cpu  230 0 0 970 0 0 0 0 0 0\n";
+  machine.Advance(1000);
+  EXPECT_EQ(100.0, NumberOf(L"R$SYS.CPU"));
   driver.Stop();
 }
 
