@@ -52,10 +52,9 @@ void XmlDocument::XmlNode::Adopt(XmlNode* copy) {
 
 // Destroys the children.
 void XmlDocument::XmlNode::Clear() {
-  CStore& store = *tag->store;
-  while (last != nullptr)
+  while (last != nullptr) {
     RemoveChild(last->next);
-  if (store.cursor.parent == this) store.cursor = {};
+  }
 }
 
 ZRWString XmlDocument::XmlNode::Tag() const {

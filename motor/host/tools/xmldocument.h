@@ -29,8 +29,8 @@
 // Out: UTF-8 without any white space between the elements; an element without text and children
 // is "<tag></tag>", one with both has its text in front. & < > and a CR are written as &amp; &lt;
 // &gt; &#13;, a character that XML 1.0 forbids as U+FFFD, and an ASCII character that can't stand
-// in a tag as "_" (with one more in front where it can't begin one). So what was written can be
-// read again.
+// in a tag as "_" (with one more in front where it can't begin one). So what was written is
+// well-formed, if what its tags hold beyond ASCII are letters.
 //
 // Destruction, copying and writing need no stack for the depth. A document that is changed for
 // ever holds no more than what it was read from and the most that it ever had.

@@ -98,7 +98,6 @@ void XmlDocument::CStore::Release(XmlNode* top) noexcept {
       pending = first;
       node->last = nullptr;
     }
-    if (cursor.parent == node || cursor.before == node) cursor = {};
     DropText(*node);
     ReleaseTag(*node->tag);
     node->next = freeNodes;

@@ -47,7 +47,8 @@ class XmlDocument::CStore {
   [[nodiscard]] tagSTag& Tag(std::string_view text);
   void SetTag(XmlNode& node, tagSTag& tag) noexcept;
 
-  // Where the last removal from a parent took place, so that the next one can start there.
+  // Where the last removal from a parent took place, so that the next one can start there. Each
+  // removal sets it, so what it names is never destroyed.
   struct tagSCursor {
     const XmlNode* parent = nullptr;
     XmlNode* before = nullptr;

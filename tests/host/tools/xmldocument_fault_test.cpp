@@ -67,6 +67,7 @@ class ZRFaultyFiles : public ZRVirtualTime {
   std::FILE* OpenFile(const std::string& path, const char* mode) override {
     opened.push_back(path);
     if (faultyStream) {
+      if (*mode == 'w') std::ofstream(path, std::ios::binary) << "in part";
       return ::fopencookie(&stream, mode, {&ReadPart, &WritePart, nullptr, nullptr});
     }
     if (opensFail) {

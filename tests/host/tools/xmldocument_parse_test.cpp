@@ -106,6 +106,8 @@ TEST(XmlParse, AcceptsUtf16InBothOrders) {
   EXPECT_EQ("<r>\xC3\xA9\xF0\x9F\x98\x80</r>", Reread(Utf16(text, false)));
   EXPECT_EQ("<r>\xC3\xA9\xF0\x9F\x98\x80</r>", Reread(Utf16(text, true)));
   EXPECT_EQ("<r></r>", Reread(Utf16(u"<r/>", false)));
+  EXPECT_EQ("<r></r>", Reread(Utf16(u"<r/>", false).substr(2)));
+  EXPECT_EQ("<r></r>", Reread(Utf16(u"<r/>", true).substr(2)));
 }
 
 TEST(XmlParse, AcceptsLatin1WhereItIsDeclared) {

@@ -259,6 +259,18 @@ TEST_F(XmlElement, RemovalsInAnyOrderAgreeWithAList) {
   }
 }
 
+TEST_F(XmlElement, PlaceOfTheLastRemovalIsForgottenWithItsNode) {
+  XmlNode* const list = Root().NewChild(L"list", nullptr);
+  XmlNode* const only = list->NewChild(L"a", nullptr);
+  list->RemoveChild(list->NewChild(L"b", nullptr));
+  list->RemoveChild(only);
+  Root().NewChild(L"x", nullptr);
+  Root().NewChild(L"y", nullptr);
+  list->NewChild(L"c", nullptr);
+  list->RemoveChild(list->NewChild(L"d", nullptr));
+  EXPECT_EQ("<root><list><c></c></list><x></x><y></y></root>", Code(document));
+}
+
 TEST_F(XmlElement, WalkMayRemoveWhatItHasLeft) {
   for (int i = 0; i < 100; ++i)
     Root().NewChild(i % 3 == 0 ? L"keep" : L"drop", nullptr);
