@@ -15,7 +15,7 @@ ZRDriver::tagDrivers& Drivers() {
 
 }  // namespace
 
-ZRDriver::ZRDriver(const ZRWString& ofId, const ZRWString& ofName) : id(ofId), name(ofName) {}
+ZRDriver::ZRDriver(const ZRWString& id, const ZRWString& name) : ownId(id), ownName(name) {}
 
 ZRDriver::~ZRDriver() {
   for (ZRLiveValue* const variable : variables)
@@ -70,7 +70,7 @@ std::int64_t ZRDriver::AddVariable(const ZRWString& variable) {
   const auto [known, isNew] = numbers.emplace(variable, next);
   if (isNew) {
     ZRWString fullName;
-    JoinDriverVariable(name, variable, fullName);
+    JoinDriverVariable(ownName, variable, fullName);
     variables.push_back(ZRLiveValues::Get().Publish(fullName));
   }
   return known->second;

@@ -45,8 +45,8 @@ class ZRDriver {
 
   // --- identity ---
 
-  [[nodiscard]] const ZRWString& Id() const { return id; }
-  [[nodiscard]] const ZRWString& Name() const { return name; }  // as in [name.variable]
+  [[nodiscard]] const ZRWString& Id() const { return ownId; }
+  [[nodiscard]] const ZRWString& Name() const { return ownName; }  // as in [name.variable]
 
   // --- life; the base does nothing and succeeds ---
 
@@ -81,8 +81,8 @@ class ZRDriver {
   [[nodiscard]] std::int64_t VariableNumber(const ZRWString& variable) const;  // -1 if none
 
  private:
-  const ZRWString id;
-  const ZRWString name;
+  const ZRWString ownId;
+  const ZRWString ownName;
   // Both constant after Start.
   std::vector<ZRLiveValue*> variables;  // published, by number
   std::unordered_map<ZRWString, std::int64_t> numbers;

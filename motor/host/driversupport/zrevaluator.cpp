@@ -86,13 +86,11 @@ int ZREvaluator::Run(double& result) {
 }
 
 int ZREvaluator::Evaluate(double& value, int& valueType) {
-  double result = 0.0;
-  const int error = Run(result);
+  const auto* const program = std::get_if<ZRExpressionCode>(&content);
+  const int error = program != nullptr ? ZRExpressionMachine::Run(*program, value) : Run(value);
   if (error != kSuccess) return error;
-  if (result == result) {
-    value = result;
-    valueType = classOfText;
-  } else {
+  valueType = classOfText;
+  if (value != value) {
     value = 0.0;
     valueType = kTypeText;
   }

@@ -6,18 +6,23 @@
 
 namespace {
 
-// Bytes of the instruction at `at`, all included.
-std::size_t InstructionLength(const std::uint8_t* at) {
-  switch (ZROperationOf(at[0])) {
-    case ZROperation::kJump:
-      return 1 + sizeof(ZRJumpOffset);
-    case ZROperation::kCompare:
-    case ZROperation::kCompareZero:
-    case ZROperation::kCompareAny:
-      return ZRTest::HasOffset(at[1]) ? 2 + sizeof(ZRJumpOffset) : 2;
-    default:
-      return 1;
-  }
+ZROperands OperandsOf(ZRInstruction instruction) {
+  static constexpr ZROperands kOperands[] = {
+#define ZR_OPERANDS(name, operands) ZROperands::operands,
+      ZR_QUICK_INSTRUCTIONS(ZR_OPERANDS) ZR_RARE_INSTRUCTIONS(ZR_OPERANDS)
+#undef ZR_OPERANDS
+  };
+  return kOperands[static_cast<std::size_t>(instruction)];
+}
+
+// Bytes of an instruction, all included.
+std::size_t LengthOf(ZRInstruction instruction) {
+  if (instruction == ZRInstruction::kJump) return 1 + sizeof(ZRJumpOffset);
+  if (instruction < ZRInstruction::kCompareStack) return 1;
+  if (instruction > ZRInstruction::kCompareZeroEnd) return 1;
+  const bool leaves = instruction >= ZRInstruction::kCompareStackLeave &&
+                      instruction <= ZRInstruction::kCompareZeroLeave;
+  return leaves ? 2 + sizeof(ZRJumpOffset) : 2;
 }
 
 }  // namespace
@@ -48,8 +53,10 @@ void ZRExpressionCode::ReleaseVariables() {
   const ZRExpressionWord* word = words.get();
   const std::uint8_t* at = Instructions();
   const std::uint8_t* const end = at + bytesOfInstructions;
-  for (; at != end; at += InstructionLength(at)) {
-    switch (ZROperandsOf(*at)) {
+  while (at != end) {
+    const auto instruction = static_cast<ZRInstruction>(*at);
+    at += LengthOf(instruction);
+    switch (OperandsOf(instruction)) {
       case ZROperands::kStack:
         break;
       case ZROperands::kVariable:

@@ -10,13 +10,8 @@
 
 class ZRLiveValue;
 
+// What is done with values.
 enum class ZROperation : std::uint8_t {
-  kEnd,      // the accumulator is the result
-  kPush,     // the accumulator goes to the stack
-  kLoad,     // a number (a variable's or a constant)
-  kLoadAny,  // a number or a text (a variable's or a constant)
-  kJump,     // always
-  // Two numbers; every kind of operand.
   kAdd,
   kSubtract,
   kMultiply,
@@ -24,8 +19,8 @@ enum class ZROperation : std::uint8_t {
   kMinimum,
   kMaximum,
   kCompare,
-  // One number, or none.
   kCompareZero,
+  kCompareAny,  // two numbers or two texts
   kNegate,
   kAbsolute,
   kAvailable,
@@ -39,13 +34,11 @@ enum class ZROperation : std::uint8_t {
   kExponential,
   kLogarithm,
   kLogarithm10,
-  // From the stack.
   kRemainder,
   kPower,
   kRoundTo,
   kBit,
   kBetween,
-  kCompareAny,
 };
 
 // Where the operands of an instruction are.
@@ -58,38 +51,103 @@ enum class ZROperands : std::uint8_t {
   kText,              // the length in bytes, then UTF-8 filled up to whole words
 };
 
-// An instruction's first byte.
-constexpr std::uint8_t ZRInstruction(ZROperation operation, ZROperands operands) {
-  return static_cast<std::uint8_t>(static_cast<unsigned>(operation) << 3u |
-                                   static_cast<unsigned>(operands));
-}
-constexpr ZROperation ZROperationOf(std::uint8_t instruction) {
-  return static_cast<ZROperation>(instruction >> 3u);
-}
-constexpr ZROperands ZROperandsOf(std::uint8_t instruction) {
-  return static_cast<ZROperands>(instruction & 7u);
-}
+// The instructions: name, and where the operands are. Those of a family stand together, in the
+// order of ZROperands.
+//
+//   ...Stack to ...VariableConstant   on two numbers
+//   Compare...                        followed by a test: the accumulator becomes 1 or 0
+//   And..., Or...                     the accumulator, which is 1 or 0, and a comparison
+//   ...Leave                          leaves by one outcome of the test: an offset follows too
+//   ...End                            ends the program with the outcome of the test
+#define ZR_FAMILY(X, name)       \
+  X(name##Stack, kStack)         \
+  X(name##Variable, kVariable)   \
+  X(name##Constant, kConstant)   \
+  X(name##Variables, kVariables) \
+  X(name##VariableConstant, kVariableConstant)
+#define ZR_TESTS(X, suffix)                             \
+  X(CompareStack##suffix, kStack)                       \
+  X(CompareVariable##suffix, kVariable)                 \
+  X(CompareConstant##suffix, kConstant)                 \
+  X(CompareVariables##suffix, kVariables)               \
+  X(CompareVariableConstant##suffix, kVariableConstant) \
+  X(AndVariables##suffix, kVariables)                   \
+  X(AndVariableConstant##suffix, kVariableConstant)     \
+  X(OrVariables##suffix, kVariables)                    \
+  X(OrVariableConstant##suffix, kVariableConstant)      \
+  X(CompareZero##suffix, kStack)
+#define ZR_QUICK_INSTRUCTIONS(X) \
+  X(End, kStack)                 \
+  X(Push, kStack)                \
+  X(LoadVariable, kVariable)     \
+  X(LoadConstant, kConstant)     \
+  X(Jump, kStack)                \
+  X(Negate, kStack)              \
+  X(Absolute, kStack)            \
+  X(Available, kVariable)        \
+  ZR_FAMILY(X, Add)              \
+  ZR_FAMILY(X, Subtract)         \
+  ZR_FAMILY(X, Multiply)         \
+  ZR_FAMILY(X, Divide)           \
+  ZR_FAMILY(X, Minimum)          \
+  ZR_FAMILY(X, Maximum)          \
+  ZR_TESTS(X, )                  \
+  ZR_TESTS(X, Leave)             \
+  ZR_TESTS(X, End)
+#define ZR_RARE_INSTRUCTIONS(X) \
+  X(LoadAnyVariable, kVariable) \
+  X(LoadText, kText)            \
+  X(EqualAny, kStack)           \
+  X(DifferentAny, kStack)       \
+  X(Age, kVariable)             \
+  X(Sign, kStack)               \
+  X(Floor, kStack)              \
+  X(Ceiling, kStack)            \
+  X(Truncate, kStack)           \
+  X(Round, kStack)              \
+  X(SquareRoot, kStack)         \
+  X(Exponential, kStack)        \
+  X(Logarithm, kStack)          \
+  X(Logarithm10, kStack)        \
+  X(Remainder, kStack)          \
+  X(Power, kStack)              \
+  X(RoundTo, kStack)            \
+  X(Bit, kStack)                \
+  X(Between, kStack)
 
-// The second byte of the comparisons: which relation makes them true, and whether the program
-// goes on behind them. Where it may leave by one outcome only, an offset follows.
+enum class ZRInstruction : std::uint8_t {
+#define ZR_NAME(name, operands) k##name,
+  ZR_QUICK_INSTRUCTIONS(ZR_NAME) ZR_RARE_INSTRUCTIONS(ZR_NAME)
+#undef ZR_NAME
+};
+
+// The second byte of the comparisons.
 struct ZRTest {
+  // The relations of the left operand to the right one that make it true.
   static constexpr unsigned kLess = 1;
   static constexpr unsigned kEqual = 2;
   static constexpr unsigned kGreater = 4;
   static constexpr unsigned kRelations = 7;
 
-  static constexpr unsigned kLeaveIfFalse = 8;
-  static constexpr unsigned kLeaveIfTrue = 16;
-  static constexpr unsigned kLeave = kLeaveIfFalse | kLeaveIfTrue;
-  static constexpr unsigned kLeaveToEnd = 32;  // and not to the place that the offset tells
-
-  static constexpr bool HasOffset(unsigned test) {
-    return (test & kLeave) == kLeaveIfFalse || (test & kLeave) == kLeaveIfTrue;
-  }
+  // Of those that may leave: by which outcome, and whether that ends the program.
+  static constexpr unsigned kLeaveIfTrue = 8;  // otherwise: if it is false
+  static constexpr unsigned kLeaveToEnd = 16;  // and not to the place that the offset tells
 };
 
-// How far to go from behind the offset, in instruction bytes and in operand words; also behind
-// kJump.
+// The form of a comparison that leaves, or that ends the program.
+constexpr ZRInstruction ZRLeaving(ZRInstruction test) {
+  return static_cast<ZRInstruction>(static_cast<unsigned>(test) +
+                                    static_cast<unsigned>(ZRInstruction::kCompareStackLeave) -
+                                    static_cast<unsigned>(ZRInstruction::kCompareStack));
+}
+constexpr ZRInstruction ZREnding(ZRInstruction test) {
+  return static_cast<ZRInstruction>(static_cast<unsigned>(test) +
+                                    static_cast<unsigned>(ZRInstruction::kCompareStackEnd) -
+                                    static_cast<unsigned>(ZRInstruction::kCompareStack));
+}
+
+// How far to go from behind the offset, in instruction bytes and in operand words. Stands behind
+// the tests that leave, and behind kJump.
 struct ZRJumpOffset {
   std::uint16_t bytes;
   std::uint16_t words;

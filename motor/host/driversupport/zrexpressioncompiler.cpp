@@ -13,14 +13,52 @@ namespace {
 using tagKind = ZRExpressionNode::tagKind;
 
 bool IsFused(const ZRExpressionNode& node) {
-  return node.kind == tagKind::kOperation && node.operation >= ZROperation::kAdd &&
-         node.operation <= ZROperation::kCompare;
+  return node.kind == tagKind::kOperation && node.operation <= ZROperation::kCompare;
 }
 
 bool IsNumberOperand(const ZRExpressionNode& node) {
   return node.kind == tagKind::kNumber ||
          (node.kind == tagKind::kReference && node.type != ZRExpressionType::kAny);
 }
+
+constexpr ZRInstruction Behind(ZRInstruction instruction, unsigned count) {
+  return static_cast<ZRInstruction>(static_cast<unsigned>(instruction) + count);
+}
+
+constexpr ZRInstruction FusedInstruction(ZROperation operation, ZROperands operands) {
+  return Behind(ZRInstruction::kAddStack,
+                5 * static_cast<unsigned>(operation) + static_cast<unsigned>(operands));
+}
+static_assert(FusedInstruction(ZROperation::kMaximum, ZROperands::kVariableConstant) ==
+              ZRInstruction::kMaximumVariableConstant);
+static_assert(FusedInstruction(ZROperation::kCompare, ZROperands::kVariables) ==
+              ZRInstruction::kCompareVariables);
+
+// A comparison of a variable that is joined to the accumulator.
+constexpr ZRInstruction JoinedInstruction(ZRLeaveIf joinedTo, ZROperands operands) {
+  const ZRInstruction first =
+      joinedTo == ZRLeaveIf::kFalse ? ZRInstruction::kAndVariables : ZRInstruction::kOrVariables;
+  return Behind(first, operands == ZROperands::kVariables ? 0 : 1);
+}
+
+// Of an operation on the stack and the accumulator alone.
+constexpr ZRInstruction PlainInstruction(const ZRExpressionNode& node) {
+  switch (node.operation) {
+    case ZROperation::kNegate:
+      return ZRInstruction::kNegate;
+    case ZROperation::kAbsolute:
+      return ZRInstruction::kAbsolute;
+    case ZROperation::kCompareAny:
+      return node.test == ZRTest::kEqual ? ZRInstruction::kEqualAny : ZRInstruction::kDifferentAny;
+    default:
+      return Behind(ZRInstruction::kSign, static_cast<unsigned>(node.operation) -
+                                              static_cast<unsigned>(ZROperation::kSign));
+  }
+}
+static_assert(static_cast<unsigned>(ZRInstruction::kBetween) -
+                  static_cast<unsigned>(ZRInstruction::kSign) ==
+              static_cast<unsigned>(ZROperation::kBetween) -
+                  static_cast<unsigned>(ZROperation::kSign));
 
 }  // namespace
 
@@ -51,7 +89,7 @@ void ZRExpressionCompiler::CompileNode(std::size_t index) {
       CompileOperation(index);
       break;
     case tagKind::kNext:
-      CompileNext(node);
+      CompileNext(index);
       break;
     case tagKind::kChainEnd:
       CompileChainEnd(index);
@@ -73,28 +111,37 @@ bool ZRExpressionCompiler::IsRightOperand(std::size_t index) const {
   return IsNumberOperand(nodes[index]) && index + 1 < nodes.size() && IsFused(nodes[index + 1]);
 }
 
+// A comparison of a variable with a variable or a constant, as a whole operand of and/or.
+bool ZRExpressionCompiler::IsSimpleComparison(std::size_t index) const {
+  if (index + 3 >= nodes.size()) return false;
+  const tagNode& left = nodes[index];
+  const tagNode& comparison = nodes[index + 2];
+  const tagNode& behind = nodes[index + 3];
+  return left.kind == tagKind::kReference && IsNumberOperand(left) &&
+         IsNumberOperand(nodes[index + 1]) && comparison.kind == tagKind::kOperation &&
+         comparison.operation == ZROperation::kCompare &&
+         (behind.kind == tagKind::kChainEnd || (behind.kind == tagKind::kNext && !behind.isFirst));
+}
+
 void ZRExpressionCompiler::CompileLoad(const tagNode& node) {
   StartValue();
-  const bool mayBeText = node.type == ZRExpressionType::kAny;
-  const std::size_t at = bytes.size();
   switch (node.kind) {
     case tagKind::kNumber:
-      EmitInstruction(ZROperation::kLoad, ZROperands::kConstant);
+      Emit(ZRInstruction::kLoadConstant);
       EmitNumber(node.number);
       break;
     case tagKind::kText:
-      EmitInstruction(ZROperation::kLoadAny, ZROperands::kText);
+      Emit(ZRInstruction::kLoadText);
       EmitText(node);
       break;
     case tagKind::kAsk:
-      EmitInstruction(node.operation, ZROperands::kVariable);
+      Emit(node.operation == ZROperation::kAge ? ZRInstruction::kAge : ZRInstruction::kAvailable);
       EmitVariable(node);
       break;
     default:
-      EmitInstruction(mayBeText ? ZROperation::kLoadAny : ZROperation::kLoad,
-                      ZROperands::kVariable);
+      Emit(IsNumberOperand(node) ? ZRInstruction::kLoadVariable : ZRInstruction::kLoadAnyVariable);
+      if (IsNumberOperand(node)) lastLoad = bytes.size() - 1;
       EmitVariable(node);
-      if (!mayBeText) lastLoad = at;
       break;
   }
 }
@@ -106,8 +153,7 @@ void ZRExpressionCompiler::CompileOperation(std::size_t index) {
   } else if (node.operation == ZROperation::kCompareZero) {
     CompileZeroTest(node);
   } else {
-    EmitInstruction(node.operation);
-    if (node.operation == ZROperation::kCompareAny) EmitTest(node.test);
+    Emit(PlainInstruction(node));
   }
 }
 
@@ -115,7 +161,12 @@ void ZRExpressionCompiler::CompileArithmetic(std::size_t index) {
   const tagNode& node = nodes[index];
   const tagNode& right = nodes[index - 1];
   const ZROperands operands = IsNumberOperand(right) ? TakeRightOperand(right) : ZROperands::kStack;
-  EmitInstruction(node.operation, operands);
+  if (joinedTo != ZRLeaveIf::kNever) {
+    Emit(JoinedInstruction(joinedTo, operands));
+    joinedTo = ZRLeaveIf::kNever;
+  } else {
+    Emit(FusedInstruction(node.operation, operands));
+  }
   if (node.operation == ZROperation::kCompare) EmitTest(node.test);
 }
 
@@ -137,23 +188,34 @@ void ZRExpressionCompiler::CompileZeroTest(const tagNode& node) {
     bytes[lastTest] = static_cast<std::uint8_t>(bytes[lastTest] ^ ZRTest::kRelations);
     return;
   }
-  EmitInstruction(ZROperation::kCompareZero);
+  Emit(ZRInstruction::kCompareZero);
   EmitTest(node.test);
 }
 
-void ZRExpressionCompiler::CompileNext(const tagNode& node) {
-  if (node.isFirst) opened.push_back(handedOn == kNone ? leaves.size() : handedOn);
-  LeaveIf(node.test);
+// A simple comparison that follows is joined to the outcome so far: it costs less than a leave
+// that is foreseen wrongly. Anything else is skipped if the outcome decides.
+void ZRExpressionCompiler::CompileNext(std::size_t index) {
+  const tagNode& node = nodes[index];
+  const std::size_t inner = handedOn;
+  if (node.isFirst) Open();
+  if (!IsSimpleComparison(index + 1)) {
+    LeaveIf(node.leaveIf);
+    return;
+  }
+  if (inner != kNone) BindFrom(inner);
+  handedOn = kNone;
+  joinedTo = node.leaveIf;
+  holdsValue = false;
 }
 
 void ZRExpressionCompiler::CompileThen(const tagNode& node) {
-  opened.push_back(handedOn == kNone ? leaves.size() : handedOn);
-  LeaveIf(node.test);
+  Open();
+  LeaveIf(node.leaveIf);
 }
 
 void ZRExpressionCompiler::CompileElse() {
-  EmitInstruction(ZROperation::kJump);
-  const tagLeave jump{bytes.size() - 1, words.size(), 0};
+  Emit(ZRInstruction::kJump);
+  const tagLeave jump{bytes.size() - 1, words.size(), ZRLeaveIf::kNever};
   bytes.resize(bytes.size() + sizeof(ZRJumpOffset));
   BindFrom(opened.back());
   leaves.push_back(jump);
@@ -189,14 +251,13 @@ void ZRExpressionCompiler::CompileChainEnd(std::size_t index) {
 // Ends the program; what still waits for its goal ends it where it stands.
 void ZRExpressionCompiler::CompileEnd() {
   if (lastTest != kNone) {
-    bytes[lastTest] =
-        static_cast<std::uint8_t>(bytes[lastTest] | ZRTest::kLeave | ZRTest::kLeaveToEnd);
+    ChangeTest(lastTest, ZREnding, 0);
   } else {
-    EmitInstruction(ZROperation::kEnd);
+    Emit(ZRInstruction::kEnd);
   }
   for (const tagLeave& leave : leaves) {
-    if (leave.condition == 0) {
-      bytes[leave.at] = ZRInstruction(ZROperation::kEnd, ZROperands::kStack);
+    if (leave.outcome == ZRLeaveIf::kNever) {
+      bytes[leave.at] = static_cast<std::uint8_t>(ZRInstruction::kEnd);
     } else {
       bytes[leave.at] = static_cast<std::uint8_t>(bytes[leave.at] | ZRTest::kLeaveToEnd);
     }
@@ -205,25 +266,30 @@ void ZRExpressionCompiler::CompileEnd() {
 
 // A value is about to be loaded: one that is still needed makes room.
 void ZRExpressionCompiler::StartValue() {
-  if (holdsValue) EmitInstruction(ZROperation::kPush);
+  if (holdsValue) Emit(ZRInstruction::kPush);
   holdsValue = true;
 }
 
-// Leaves if the accumulator is false, or true. What was handed on and has the same outcome leaves
+// A chain or an if() begins; the leaves that are handed on to it are its first ones.
+void ZRExpressionCompiler::Open() {
+  opened.push_back(handedOn == kNone ? leaves.size() : handedOn);
+}
+
+// Leaves by that outcome of the accumulator. What was handed on and has the same outcome leaves
 // together with it; what has the other one goes on behind it.
-void ZRExpressionCompiler::LeaveIf(unsigned condition) {
+void ZRExpressionCompiler::LeaveIf(ZRLeaveIf outcome) {
   if (lastTest == kNone) {
-    EmitInstruction(ZROperation::kCompareZero);
+    Emit(ZRInstruction::kCompareZero);
     EmitTest(ZRTest::kLess | ZRTest::kGreater);
   }
   const std::size_t test = lastTest;
-  bytes[test] = static_cast<std::uint8_t>(bytes[test] | condition);
+  ChangeTest(test, ZRLeaving, outcome == ZRLeaveIf::kTrue ? ZRTest::kLeaveIfTrue : 0);
   bytes.resize(bytes.size() + sizeof(ZRJumpOffset));
   lastTest = kNone;
   if (handedOn != kNone) {
     std::size_t kept = handedOn;
     for (std::size_t i = handedOn; i < leaves.size(); ++i) {
-      if (leaves[i].condition == condition) {
+      if (leaves[i].outcome == outcome) {
         leaves[kept++] = leaves[i];
       } else {
         Bind(leaves[i]);
@@ -232,17 +298,26 @@ void ZRExpressionCompiler::LeaveIf(unsigned condition) {
     leaves.resize(kept);
     handedOn = kNone;
   }
-  leaves.push_back({test, words.size(), condition});
+  leaves.push_back({test, words.size(), outcome});
   holdsValue = false;
+}
+
+// Gives the comparison whose test is at that place another form.
+void ZRExpressionCompiler::ChangeTest(std::size_t test, ZRInstruction (*form)(ZRInstruction),
+                                      unsigned bits) {
+  bytes[test - 1] = static_cast<std::uint8_t>(form(static_cast<ZRInstruction>(bytes[test - 1])));
+  bytes[test] = static_cast<std::uint8_t>(bytes[test] | bits);
 }
 
 void ZRExpressionCompiler::BindFrom(std::size_t first) {
   for (std::size_t i = first; i < leaves.size(); ++i)
     Bind(leaves[i]);
   leaves.resize(first);
+  lastLoad = kNone;
+  lastTest = kNone;
 }
 
-// The leave comes out here; so nothing that follows joins what is in front.
+// The leave comes out here: nothing that follows may change what is in front.
 void ZRExpressionCompiler::Bind(const tagLeave& leave) {
   const std::size_t behind = leave.at + 1 + sizeof(ZRJumpOffset);
   const ZRJumpOffset offset{static_cast<std::uint16_t>(bytes.size() - behind),
@@ -252,8 +327,8 @@ void ZRExpressionCompiler::Bind(const tagLeave& leave) {
   lastTest = kNone;
 }
 
-void ZRExpressionCompiler::EmitInstruction(ZROperation operation, ZROperands operands) {
-  bytes.push_back(ZRInstruction(operation, operands));
+void ZRExpressionCompiler::Emit(ZRInstruction instruction) {
+  bytes.push_back(static_cast<std::uint8_t>(instruction));
   lastLoad = kNone;
   lastTest = kNone;
 }

@@ -12,15 +12,9 @@
 // One expression, compiled once.
 //
 // Promise   instructions that follow each other often are one: a comparison of a variable with a
-//           constant, with the jump behind it, is a single instruction. A program never needs more
-//           than kMaximumStack numbers on the stack.
+//           constant, with the jump behind it, is a single instruction.
 class ZRExpressionCompiler {
  public:
-  static constexpr int kMaximumStack = 512;
-  // What the deepest expression can leave waiting on the stack: in each level the left operands
-  // of a comparison, a sum, a product and a power, and two arguments.
-  static_assert(kMaximumStack >= 7 * (ZRExpressionParser::kMaximumDepth + 1));
-
   ZRExpressionCompiler(std::wstring_view source, const std::vector<ZRExpressionNode>& toCompile);
 
   // Refers to the live values of the expression; the program gives them back.
@@ -34,9 +28,9 @@ class ZRExpressionCompiler {
 
   // A place in the program from which it may leave to one further on.
   struct tagLeave {
-    std::size_t at;      // of its test, or of a kJump; the offset follows
-    std::size_t words;   // operands used by then
-    unsigned condition;  // kLeaveIfFalse, kLeaveIfTrue; 0 for a kJump
+    std::size_t at;     // of its test, or of a kJump; the offset follows
+    std::size_t words;  // operands used by then
+    ZRLeaveIf outcome;
   };
 
   void CompileNode(std::size_t index);
@@ -44,7 +38,7 @@ class ZRExpressionCompiler {
   void CompileOperation(std::size_t index);
   void CompileArithmetic(std::size_t index);
   void CompileZeroTest(const tagNode& node);
-  void CompileNext(const tagNode& node);
+  void CompileNext(std::size_t index);
   void CompileThen(const tagNode& node);
   void CompileElse();
   void CompileIfEnd(std::size_t index);
@@ -52,12 +46,15 @@ class ZRExpressionCompiler {
   void CompileEnd();
 
   [[nodiscard]] bool IsRightOperand(std::size_t index) const;
+  [[nodiscard]] bool IsSimpleComparison(std::size_t index) const;
   [[nodiscard]] ZROperands TakeRightOperand(const tagNode& right);
   void StartValue();
-  void LeaveIf(unsigned condition);
+  void Open();
+  void LeaveIf(ZRLeaveIf outcome);
+  void ChangeTest(std::size_t test, ZRInstruction (*form)(ZRInstruction), unsigned bits);
   void BindFrom(std::size_t first);
   void Bind(const tagLeave& leave);
-  void EmitInstruction(ZROperation operation, ZROperands operands = ZROperands::kStack);
+  void Emit(ZRInstruction instruction);
   void EmitTest(unsigned test);
   void EmitVariable(const tagNode& node);
   void EmitNumber(double number);
@@ -81,5 +78,6 @@ class ZRExpressionCompiler {
   bool holdsValue = false;       // the accumulator has a value that is needed later
   std::size_t lastLoad = kNone;  // the last instruction, if it loads a variable's number
   std::size_t lastTest = kNone;  // the test of the last instruction, if it has one and goes on
+  ZRLeaveIf joinedTo = ZRLeaveIf::kNever;  // the next comparison is joined to the accumulator
   bool isConstant = true;
 };

@@ -57,25 +57,25 @@ double Sign(double value) {
   return value < 0.0 ? -1.0 : 1.0;
 }
 
-int ApplyToOne(ZROperation operation, double value, double& result) {
-  switch (operation) {
-    case ZROperation::kSign:
+int ApplyToOne(ZRInstruction instruction, double value, double& result) {
+  switch (instruction) {
+    case ZRInstruction::kSign:
       return Good(Sign(value), result);
-    case ZROperation::kFloor:
+    case ZRInstruction::kFloor:
       return Good(std::floor(value), result);
-    case ZROperation::kCeiling:
+    case ZRInstruction::kCeiling:
       return Good(std::ceil(value), result);
-    case ZROperation::kTruncate:
+    case ZRInstruction::kTruncate:
       return Good(std::trunc(value), result);
-    case ZROperation::kRound:
+    case ZRInstruction::kRound:
       return Good(std::round(value), result);
-    case ZROperation::kSquareRoot:
+    case ZRInstruction::kSquareRoot:
       return Finite(std::sqrt(value), result);
-    case ZROperation::kExponential:
+    case ZRInstruction::kExponential:
       return Finite(std::exp(value), result);
-    case ZROperation::kLogarithm:
+    case ZRInstruction::kLogarithm:
       return Finite(std::log(value), result);
-    case ZROperation::kLogarithm10:
+    case ZRInstruction::kLogarithm10:
       return Finite(std::log10(value), result);
     default:
       return ZREvaluator::kNotAnalyzed;
@@ -84,20 +84,20 @@ int ApplyToOne(ZROperation operation, double value, double& result) {
 
 }  // namespace
 
-int ZRExpressionFunctions::Apply(ZROperation operation, const double* first, double last,
+int ZRExpressionFunctions::Apply(ZRInstruction instruction, const double* first, double last,
                                  double& result) {
-  switch (operation) {
-    case ZROperation::kRemainder:
+  switch (instruction) {
+    case ZRInstruction::kRemainder:
       return Remainder(first[0], last, result);
-    case ZROperation::kPower:
+    case ZRInstruction::kPower:
       return Power(first[0], last, result);
-    case ZROperation::kRoundTo:
+    case ZRInstruction::kRoundTo:
       return RoundTo(first[0], last, result);
-    case ZROperation::kBit:
+    case ZRInstruction::kBit:
       return Bit(first[0], last, result);
-    case ZROperation::kBetween:
+    case ZRInstruction::kBetween:
       return Good(first[1] <= first[0] && first[0] <= last ? 1.0 : 0.0, result);
     default:
-      return ApplyToOne(operation, last, result);
+      return ApplyToOne(instruction, last, result);
   }
 }

@@ -8,19 +8,13 @@
 #include <limits>
 
 #include "host/driversupport/zrevaluator.h"
-#include "host/driversupport/zrexpressioncompiler.h"
 #include "host/driversupport/zrexpressionfunctions.h"
 #include "host/driversupport/zrlivevalue.h"
 #include "host/platform/zrplatform.h"
 
 namespace {
 
-using tagOperation = ZROperation;
-using tagOperands = ZROperands;
-
-constexpr std::uint8_t Code(tagOperation operation, tagOperands operands = tagOperands::kStack) {
-  return ZRInstruction(operation, operands);
-}
+using tagInstruction = ZRInstruction;
 
 // A text in the accumulator or on the stack: a NaN that tells its place among the operands.
 constexpr std::uint64_t kTextMark = 0xFFFC'0000'0000'0000;
@@ -56,11 +50,11 @@ int Age(const ZRLiveValue& variable, double& result) {
   return ZREvaluator::kSuccess;
 }
 
-// Equal or not: two numbers or two texts. The unit bit of `test` that holds.
-int RelationOfAny(const ZRExpressionWord* operands, double left, double right, unsigned& relation) {
+// Whether two numbers or two texts are the same.
+int AreEqual(const ZRExpressionWord* operands, double left, double right, bool& result) {
   if (IsText(left) != IsText(right)) return ZREvaluator::kWrongType;
   if (!IsText(left)) {
-    relation = left == right ? ZRTest::kEqual : ZRTest::kLess;
+    result = left == right;
     return ZREvaluator::kSuccess;
   }
   char buffers[2][ZRLiveValue::kMaximumText];
@@ -70,11 +64,11 @@ int RelationOfAny(const ZRExpressionWord* operands, double left, double right, u
       !ZRExpressionMachine::Text(operands, right, buffers[1], rightText)) {
     return ZREvaluator::kUnavailable;
   }
-  relation = leftText == rightText ? ZRTest::kEqual : ZRTest::kLess;
+  result = leftText == rightText;
   return ZREvaluator::kSuccess;
 }
 
-// Loads a variable or a text of the program, whichever it is.
+// Loads a variable's number or text, whichever it has.
 int LoadAny(const ZRExpressionWord* operands, std::size_t place, double& value) {
   const ZRLiveValue& variable = *operands[place].variable;
   if (variable.Number(value)) return ZREvaluator::kSuccess;
@@ -83,7 +77,217 @@ int LoadAny(const ZRExpressionWord* operands, std::size_t place, double& value) 
   return ZREvaluator::kSuccess;
 }
 
+// The quick instructions are executed without a call, each jumping right to the next one: the
+// processor then foresees every jump from the instruction before it. For that the compiler's
+// labels are taken as values.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wpedantic"
+
+#define ZR_NEXT goto* kLabels[*at++]
+
+// The next operand is a variable: its number as `name`, or the end of the program.
+#define ZR_VARIABLE(name)                                   \
+  const double name = operand->variable->NumberOrNan();     \
+  if (name != name) return WhyNoNumber(*operand->variable); \
+  ++operand
+
+// `statement` on `left` and `right`, for each place where they can be.
+#define ZR_ON_TWO(name, suffix, statement)    \
+  name##Stack##suffix : {                     \
+    const double left = *--top;               \
+    const double right = value;               \
+    statement;                                \
+  }                                           \
+  name##Variable##suffix : {                  \
+    const double left = value;                \
+    ZR_VARIABLE(right);                       \
+    statement;                                \
+  }                                           \
+  name##Constant##suffix : {                  \
+    const double left = value;                \
+    const double right = (operand++)->number; \
+    statement;                                \
+  }                                           \
+  name##Variables##suffix : {                 \
+    ZR_VARIABLE(left);                        \
+    ZR_VARIABLE(right);                       \
+    statement;                                \
+  }                                           \
+  name##VariableConstant##suffix : {          \
+    ZR_VARIABLE(left);                        \
+    const double right = (operand++)->number; \
+    statement;                                \
+  }
+
+#define ZR_FINITE(result)                                \
+  value = result;                                        \
+  if (!IsFinite(value)) return ZREvaluator::kOutOfRange; \
+  ZR_NEXT
+
+// A comparison joined to the accumulator, which is 1 or 0: if that is `deciding`, the variables
+// needn't have a number.
+#define ZR_JOINED(name, suffix, deciding, join, conclusion)                                    \
+  name##Variables##suffix : {                                                                  \
+    const double left = operand[0].variable->NumberOrNan();                                    \
+    const double right = operand[1].variable->NumberOrNan();                                   \
+    if (left != left || right != right) {                                                      \
+      if (value != deciding) return WhyNoNumber(*operand[left != left ? 0 : 1].variable);      \
+    }                                                                                          \
+    operand += 2;                                                                              \
+    const unsigned test = *at++;                                                               \
+    const unsigned isTrue = static_cast<unsigned>(value != 0.0) join Holds(test, left, right); \
+    conclusion;                                                                                \
+  }                                                                                            \
+  name##VariableConstant##suffix : {                                                           \
+    const double left = operand[0].variable->NumberOrNan();                                    \
+    const double right = operand[1].number;                                                    \
+    if (left != left) {                                                                        \
+      if (value != deciding) return WhyNoNumber(*operand[0].variable);                         \
+    }                                                                                          \
+    operand += 2;                                                                              \
+    const unsigned test = *at++;                                                               \
+    const unsigned isTrue = static_cast<unsigned>(value != 0.0) join Holds(test, left, right); \
+    conclusion;                                                                                \
+  }
+
+#define ZR_TESTED(suffix, conclusion)                                     \
+  ZR_ON_TWO(Compare, suffix, const unsigned test = *at++;                 \
+            const unsigned isTrue = Holds(test, left, right); conclusion) \
+  ZR_JOINED(And, suffix, 0.0, &, conclusion)                              \
+  ZR_JOINED(Or, suffix, 1.0, |, conclusion)                               \
+  CompareZero##suffix : {                                                 \
+    const unsigned test = *at++;                                          \
+    const unsigned isTrue = Holds(test, value, 0.0);                      \
+    conclusion;                                                           \
+  }
+
+// The three things that can follow a test.
+#define ZR_GO_ON  \
+  value = isTrue; \
+  ZR_NEXT
+#define ZR_LEAVE                                                        \
+  value = isTrue;                                                       \
+  if (isTrue != (test & ZRTest::kLeaveIfTrue) / ZRTest::kLeaveIfTrue) { \
+    at += sizeof(ZRJumpOffset);                                         \
+    ZR_NEXT;                                                            \
+  }                                                                     \
+  if ((test & ZRTest::kLeaveToEnd) == 0) {                              \
+    ZR_JUMP;                                                            \
+    ZR_NEXT;                                                            \
+  }                                                                     \
+  result = value;                                                       \
+  return ZREvaluator::kSuccess
+#define ZR_END     \
+  result = isTrue; \
+  return ZREvaluator::kSuccess
+
+#define ZR_JUMP                             \
+  ZRJumpOffset offset;                      \
+  std::memcpy(&offset, at, sizeof(offset)); \
+  at += sizeof(offset) + offset.bytes;      \
+  operand += offset.words
+
+// 1 if the relation between the two numbers is one of the test's.
+inline unsigned Holds(unsigned test, double left, double right) {
+  const unsigned relation = (left >= right ? 1u : 0u) + (left > right ? 1u : 0u);
+  return test >> relation & 1u;
+}
+
 }  // namespace
+
+// NOLINTNEXTLINE(readability-function-size, readability-function-cognitive-complexity)
+int ZRExpressionMachine::ExecuteQuick(const std::uint8_t* at, const ZRExpressionWord* operand,
+                                      double* top, double value, double& result, tagState& rare) {
+  static const void* const kLabels[] = {
+#define ZR_LABEL(name, operands) &&name,
+#define ZR_RARE_LABEL(name, operands) &&Rare,
+      ZR_QUICK_INSTRUCTIONS(ZR_LABEL) ZR_RARE_INSTRUCTIONS(ZR_RARE_LABEL)
+#undef ZR_LABEL
+#undef ZR_RARE_LABEL
+  };
+  ZR_NEXT;
+
+End:
+  result = value;
+  return ZREvaluator::kSuccess;
+Push:
+  *top++ = value;
+  ZR_NEXT;
+LoadVariable : {
+  ZR_VARIABLE(number);
+  value = number;
+  ZR_NEXT;
+}
+LoadConstant:
+  value = (operand++)->number;
+  ZR_NEXT;
+Jump : {
+  ZR_JUMP;
+  ZR_NEXT;
+}
+Negate:
+  value = -value;
+  ZR_NEXT;
+Absolute:
+  value = std::fabs(value);
+  ZR_NEXT;
+Available:
+  value = (operand++)->variable->Quality() == ZRQuality::kGood ? 1.0 : 0.0;
+  ZR_NEXT;
+
+  ZR_ON_TWO(Add, , ZR_FINITE(left + right))
+  ZR_ON_TWO(Subtract, , ZR_FINITE(left - right))
+  ZR_ON_TWO(Multiply, , ZR_FINITE(left * right))
+  ZR_ON_TWO(Divide, , if (right == 0.0) return ZREvaluator::kDivisionByZero;
+            ZR_FINITE(left / right))
+  ZR_ON_TWO(Minimum, , value = right < left ? right : left; ZR_NEXT)
+  ZR_ON_TWO(Maximum, , value = left < right ? right : left; ZR_NEXT)
+  ZR_TESTED(, ZR_GO_ON)
+  ZR_TESTED(Leave, ZR_LEAVE)
+  ZR_TESTED(End, ZR_END)
+
+Rare:
+  rare = {at - 1, operand, top, value};
+  return kRare;
+}
+
+#pragma GCC diagnostic pop
+
+int ZRExpressionMachine::ExecuteRare(tagState& state, const ZRExpressionWord* operands) {
+  const auto instruction = static_cast<tagInstruction>(*state.at++);
+  const auto place = static_cast<std::size_t>(state.operand - operands);
+  switch (instruction) {
+    case tagInstruction::kLoadAnyVariable:
+      ++state.operand;
+      return LoadAny(operands, place, state.value);
+    case tagInstruction::kLoadText:
+      state.operand += 1 + (state.operand->length + 7) / 8;
+      state.value = ConstantTextAt(place);
+      return ZREvaluator::kSuccess;
+    case tagInstruction::kAge:
+      return Age(*(state.operand++)->variable, state.value);
+    case tagInstruction::kEqualAny:
+    case tagInstruction::kDifferentAny: {
+      bool areEqual = false;
+      const int error = AreEqual(operands, *--state.top, state.value, areEqual);
+      state.value = areEqual == (instruction == tagInstruction::kEqualAny) ? 1.0 : 0.0;
+      return error;
+    }
+    default:
+      state.top -= ZRExpressionFunctions::FromStack(instruction);
+      return ZRExpressionFunctions::Apply(instruction, state.top, state.value, state.value);
+  }
+}
+
+int ZRExpressionMachine::GoOn(tagState& state, const ZRExpressionWord* operands, double& result) {
+  int outcome = kRare;
+  while (outcome == kRare) {
+    outcome = ExecuteRare(state, operands);
+    if (outcome != ZREvaluator::kSuccess) return outcome;
+    outcome = ExecuteQuick(state.at, state.operand, state.top, state.value, result, state);
+  }
+  return outcome;
+}
 
 bool ZRExpressionMachine::Text(const ZRExpressionWord* operands, double result, char* buffer,
                                std::string_view& utf8) {
@@ -97,159 +301,4 @@ bool ZRExpressionMachine::Text(const ZRExpressionWord* operands, double result, 
   if (!word->variable->Text(buffer, length)) return false;
   utf8 = std::string_view(buffer, length);
   return true;
-}
-
-// The next operand is a variable: its number as `name`, or the end.
-#define ZR_NUMBER(name)                                     \
-  const double name = operand->variable->NumberOrNan();     \
-  if (name != name) return WhyNoNumber(*operand->variable); \
-  ++operand
-
-// An operation on `left` and `right`, for every place where they can be.
-#define ZR_ON_TWO(operation, statement)                                 \
-  case Code(tagOperation::operation, tagOperands::kStack): {            \
-    const double left = *--top;                                         \
-    const double right = value;                                         \
-    statement;                                                          \
-  }                                                                     \
-  case Code(tagOperation::operation, tagOperands::kVariable): {         \
-    const double left = value;                                          \
-    ZR_NUMBER(right);                                                   \
-    statement;                                                          \
-  }                                                                     \
-  case Code(tagOperation::operation, tagOperands::kConstant): {         \
-    const double left = value;                                          \
-    const double right = (operand++)->number;                           \
-    statement;                                                          \
-  }                                                                     \
-  case Code(tagOperation::operation, tagOperands::kVariables): {        \
-    ZR_NUMBER(left);                                                    \
-    ZR_NUMBER(right);                                                   \
-    statement;                                                          \
-  }                                                                     \
-  case Code(tagOperation::operation, tagOperands::kVariableConstant): { \
-    ZR_NUMBER(left);                                                    \
-    const double right = (operand++)->number;                           \
-    statement;                                                          \
-  }
-
-#define ZR_FINITE(result)                                \
-  value = result;                                        \
-  if (!IsFinite(value)) return ZREvaluator::kOutOfRange; \
-  continue
-
-#define ZR_COMPARE                                                                         \
-  relation = (left < right ? ZRTest::kLess : 0u) | (left == right ? ZRTest::kEqual : 0u) | \
-             (left > right ? ZRTest::kGreater : 0u);                                       \
-  break
-
-// The cases end by `continue`, those of the comparisons by `break`: what follows the switch is
-// the test that they have in common.
-// NOLINTNEXTLINE(readability-function-size, readability-function-cognitive-complexity)
-int ZRExpressionMachine::Run(const ZRExpressionCode& code, double& result) {
-  const ZRExpressionWord* const operands = code.Operands();
-  const ZRExpressionWord* operand = operands;
-  const std::uint8_t* at = code.Instructions();
-  double stack[ZRExpressionCompiler::kMaximumStack];
-  double* top = stack;
-  double value = 0.0;
-  for (;;) {
-    unsigned relation = 0;
-    const std::uint8_t instruction = *at++;
-    switch (instruction) {
-      case Code(tagOperation::kEnd):
-        result = value;
-        return ZREvaluator::kSuccess;
-      case Code(tagOperation::kPush):
-        *top++ = value;
-        continue;
-      case Code(tagOperation::kLoad, tagOperands::kVariable): {
-        ZR_NUMBER(number);
-        value = number;
-        continue;
-      }
-      case Code(tagOperation::kLoad, tagOperands::kConstant):
-        value = (operand++)->number;
-        continue;
-
-        ZR_ON_TWO(kAdd, ZR_FINITE(left + right))
-        ZR_ON_TWO(kSubtract, ZR_FINITE(left - right))
-        ZR_ON_TWO(kMultiply, ZR_FINITE(left * right))
-        ZR_ON_TWO(kDivide, if (right == 0.0) return ZREvaluator::kDivisionByZero;
-                  ZR_FINITE(left / right))
-        ZR_ON_TWO(kMinimum, value = right < left ? right : left; continue)
-        ZR_ON_TWO(kMaximum, value = left < right ? right : left; continue)
-        ZR_ON_TWO(kCompare, ZR_COMPARE)
-
-      case Code(tagOperation::kCompareZero):
-        relation = value == 0.0 ? ZRTest::kEqual : ZRTest::kLess;
-        break;
-      case Code(tagOperation::kNegate):
-        value = -value;
-        continue;
-      case Code(tagOperation::kAbsolute):
-        value = std::fabs(value);
-        continue;
-      case Code(tagOperation::kAvailable, tagOperands::kVariable):
-        value = (operand++)->variable->Quality() == ZRQuality::kGood ? 1.0 : 0.0;
-        continue;
-
-      case Code(tagOperation::kJump): {
-        ZRJumpOffset offset;
-        std::memcpy(&offset, at, sizeof(offset));
-        at += sizeof(offset) + offset.bytes;
-        operand += offset.words;
-        continue;
-      }
-      case Code(tagOperation::kLoadAny, tagOperands::kVariable): {
-        double any = 0.0;
-        const int error = LoadAny(operands, static_cast<std::size_t>(operand - operands), any);
-        if (error != ZREvaluator::kSuccess) return error;
-        value = any;
-        ++operand;
-        continue;
-      }
-      case Code(tagOperation::kLoadAny, tagOperands::kText):
-        value = ConstantTextAt(static_cast<std::size_t>(operand - operands));
-        operand += 1 + (operand->length + 7) / 8;
-        continue;
-      case Code(tagOperation::kCompareAny): {
-        const int error = RelationOfAny(operands, *--top, value, relation);
-        if (error != ZREvaluator::kSuccess) return error;
-        break;
-      }
-      case Code(tagOperation::kAge, tagOperands::kVariable): {
-        double seconds = 0.0;
-        const int error = Age(*(operand++)->variable, seconds);
-        if (error != ZREvaluator::kSuccess) return error;
-        value = seconds;
-        continue;
-      }
-      default: {
-        double outcome = 0.0;
-        top -= ZRExpressionFunctions::FromStack(ZROperationOf(instruction));
-        const int error =
-            ZRExpressionFunctions::Apply(ZROperationOf(instruction), top, value, outcome);
-        if (error != ZREvaluator::kSuccess) return error;
-        value = outcome;
-        continue;
-      }
-    }
-
-    const unsigned test = *at++;
-    const unsigned isTrue = (test & relation) != 0 ? 1 : 0;
-    value = isTrue;
-    if ((test & (ZRTest::kLeaveIfFalse << isTrue)) == 0) {
-      if ((test & ZRTest::kLeave) != 0) at += sizeof(ZRJumpOffset);
-      continue;
-    }
-    if ((test & ZRTest::kLeaveToEnd) != 0) {
-      result = value;
-      return ZREvaluator::kSuccess;
-    }
-    ZRJumpOffset offset;
-    std::memcpy(&offset, at, sizeof(offset));
-    at += sizeof(offset) + offset.bytes;
-    operand += offset.words;
-  }
 }

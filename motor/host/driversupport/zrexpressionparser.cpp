@@ -131,19 +131,18 @@ bool ZRExpressionParser::ParseNot() {
 
 // a and b and c, with one end for all of them.
 bool ZRExpressionParser::ParseChain(ZRTokenKind kind) {
-  const auto decides = static_cast<std::uint8_t>(kind == ZRTokenKind::kAnd ? ZRTest::kLeaveIfFalse
-                                                                           : ZRTest::kLeaveIfTrue);
+  const ZRLeaveIf decides = kind == ZRTokenKind::kAnd ? ZRLeaveIf::kFalse : ZRLeaveIf::kTrue;
   const std::size_t at = token.position;
   if (!NeedTruth()) return false;
   for (bool isFirst = true; token.kind == kind; isFirst = false) {
     Add(tagNode::tagKind::kNext, token.position);
-    nodes.back().test = decides;
+    nodes.back().leaveIf = decides;
     nodes.back().isFirst = isFirst;
     Advance();
     if (!ParseOperators(LevelOf(kind) + 1) || !NeedTruth()) return false;
   }
   Add(tagNode::tagKind::kChainEnd, at);
-  nodes.back().test = decides;
+  nodes.back().leaveIf = decides;
   nodes.back().type = ZRExpressionType::kLogical;
   return true;
 }
@@ -312,7 +311,7 @@ bool ZRExpressionParser::ParseIf() {
   if (!ParseOperators(kOrLevel) || !NeedTruth()) return false;
   if (!Expect(ZRTokenKind::kComma, ZRExpressionReason::kTooFewArguments)) return false;
   Add(tagNode::tagKind::kThen, at);
-  nodes.back().test = ZRTest::kLeaveIfFalse;
+  nodes.back().leaveIf = ZRLeaveIf::kFalse;
   if (!ParseOperators(kOrLevel)) return false;
   if (!Expect(ZRTokenKind::kComma, ZRExpressionReason::kTooFewArguments)) return false;
   const std::size_t thenValue = Last();

@@ -18,6 +18,9 @@ enum class ZRExpressionType : std::uint8_t {
   kAny,  // a number or a text: known when it is evaluated
 };
 
+// Which outcome of a test skips what follows it: false in "and", true in "or".
+enum class ZRLeaveIf : std::uint8_t { kNever, kFalse, kTrue };
+
 // A step of the expression in the order of evaluation: the operands first, then what is done with
 // them.
 struct ZRExpressionNode {
@@ -36,15 +39,14 @@ struct ZRExpressionNode {
 
   tagKind kind = tagKind::kNumber;
   ZRExpressionType type = ZRExpressionType::kNumber;
-  ZROperation operation = ZROperation::kEnd;
-  // Comparisons: the relations that make it true. kNext and kChainEnd: what an operand must be to
-  // decide the chain (kLeaveIfFalse for "and").
-  std::uint8_t test = 0;
-  bool isFirst = false;         // of the kNext of a chain
-  std::uint16_t position = 0;   // in the text, for blame
-  std::uint16_t length = 0;     // of the content
-  std::uint16_t begin = 0;      // of the content, in the text
-  std::uint16_t thenValue = 0;  // kIfEnd: the node that gives the second argument's value
+  ZROperation operation = ZROperation::kAdd;
+  std::uint8_t test = 0;                  // comparisons: the relations that make it true
+  ZRLeaveIf leaveIf = ZRLeaveIf::kNever;  // kNext, kChainEnd, kThen
+  bool isFirst = false;                   // of the kNext of a chain
+  std::uint16_t position = 0;             // in the text, for blame
+  std::uint16_t length = 0;               // of the content
+  std::uint16_t begin = 0;                // of the content, in the text
+  std::uint16_t thenValue = 0;            // kIfEnd: the node that gives the second argument's value
   double number = 0.0;
 };
 

@@ -96,17 +96,6 @@ bool ZRLiveValue::Text(char* buffer, std::size_t& length) const {
   }
 }
 
-ZRQuality ZRLiveValue::Quality() const {
-  switch (word.load(std::memory_order_acquire)) {
-    case kUnknown:
-      return ZRQuality::kUnknown;
-    case kUnavailable:
-      return ZRQuality::kUnavailable;
-    default:
-      return ZRQuality::kGood;
-  }
-}
-
 ZRLiveValue::tagText& ZRLiveValue::TextSlot() {
   tagText* slot = text.load(std::memory_order_acquire);
   if (slot != nullptr) return *slot;

@@ -51,7 +51,11 @@ class ZRLiveValue {
   // True, with the text in `buffer` (of kMaximumText bytes) and its length, if it holds a text.
   [[nodiscard]] bool Text(char* buffer, std::size_t& length) const;
   [[nodiscard]] bool HoldsText() const { return word.load(std::memory_order_acquire) == kText; }
-  [[nodiscard]] ZRQuality Quality() const;
+  [[nodiscard]] ZRQuality Quality() const {
+    const std::uint64_t seen = word.load(std::memory_order_acquire);
+    if (seen == kUnknown) return ZRQuality::kUnknown;
+    return seen == kUnavailable ? ZRQuality::kUnavailable : ZRQuality::kGood;
+  }
   // UTC in ms since 1970 of the last good value; 0 if there never was one. Not older than the
   // value that the same thread saw before.
   [[nodiscard]] std::int64_t LastGood() const { return lastGood.load(std::memory_order_acquire); }
