@@ -1,6 +1,5 @@
 #include "host/drivers/zrreplaydriver.h"
 
-#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -56,7 +55,7 @@ bool ZRReplayDriver::Prepare() {
   state = tagState::kPlaying;
   now = due = runStart = shown = reportedAt = reportedPercent = 0;
   distance = kDefaultDistance;
-  runFirst = lastUtc = span.first;
+  lastUtc = span.first;
   Fetch();
   due = 0;
   return true;
@@ -142,13 +141,12 @@ void ZRReplayDriver::Fetch() {
   }
   if (file.Utc() > lastUtc) distance = file.Utc() - lastUtc;
   lastUtc = file.Utc();
-  due = settings.isStep ? now + settings.step : runStart + Scaled(lastUtc - runFirst);
+  due = settings.isStep ? now + settings.step : runStart + Scaled(lastUtc - span.first);
 }
 
 void ZRReplayDriver::FetchAfterEnd() {
-  // At least 1 ms behind the last reading, so that a run through the file takes some time.
-  due = settings.isStep ? now + settings.step
-                        : std::max(runStart + Scaled(lastUtc - runFirst + distance), due + 1);
+  // Some time behind the start of this run, so that a loop can't turn on the spot.
+  due = settings.isStep ? now + settings.step : runStart + Scaled(lastUtc - span.first + distance);
   if (!settings.loop) {
     state = tagState::kEnding;
     return;
@@ -158,7 +156,7 @@ void ZRReplayDriver::FetchAfterEnd() {
     return;
   }
   runStart = due;
-  runFirst = lastUtc = file.Utc();
+  lastUtc = file.Utc();
 }
 
 void ZRReplayDriver::End(const wchar_t* why) {

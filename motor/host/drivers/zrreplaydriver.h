@@ -73,7 +73,6 @@ class ZRReplayDriver final : public ZRPolledDriver {
   std::int64_t now = 0;       // of the pass
   std::int64_t due = 0;       // of the reading that was fetched, or of the end
   std::int64_t runStart = 0;  // of this run through the file
-  std::int64_t runFirst = 0;  // UTC of the first reading of this run
   std::int64_t lastUtc = 0;   // of the reading that was fetched last
   std::int64_t shownUtc = 0;  // of the reading that was shown last
   std::int64_t distance = 0;  // of the last two readings
