@@ -23,6 +23,7 @@
 class ZREventDriverGroup;
 class ZREventList;
 class ZRTimeTable;
+class ZRXmlWriter;
 
 // One event: a condition that a user defined, what is to happen when it holds, and its state. It
 // lives from LoadXml to the end of its store; each time it becomes active it makes one occurrence,
@@ -208,8 +209,7 @@ class ZREVENTS_API ZREventDriver {
   void AppendEscape(ZRWString& out, const ZRWString& text, std::size_t& at);
 
   // --- services ---
-  void AppendHead(ZRString& xml, const uuid& idToShow) const;
-  void AppendOccurrence(ZRString& xml, const tagSEventRT& occurrence, bool canAcknowledge) const;
+  void WriteHead(ZRXmlWriter& xml, const uuid& idToShow) const;
   bool ProcessHttpServiceEventsNotified(const tagSEventRT* occurrence, ZRHttpResponse& response,
                                         bool canAcknowledge) const;
   bool ProcessHttpServiceEventsNotified(const tagSEventRT* occurrence, XmlDocument& document,

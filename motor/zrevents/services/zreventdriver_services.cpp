@@ -1,7 +1,7 @@
 // An event, and its occurrences, as elements of the active and notified services.
 
 #include "host/tools/zrtext.h"
-#include "zrevents/services/zrxmltext.h"
+#include "zrevents/services/zrxmlwriter.h"
 #include "zrevents/zreventdriver.h"
 
 namespace {
@@ -12,12 +12,19 @@ bool IsShown(const tagSEventRT& occurrence, int mark, const ZRDateTime& time) {
   return (occurrence.status & mark) != 0 && time.Valid();
 }
 
-void AppendDate(ZRString& xml, std::string_view tag, const tagSEventRT& occurrence, int mark,
-                const ZRDateTime& time) {
+// An element of that name, if the occurrence has the mark and its time.
+void WriteDate(ZRXmlWriter& xml, std::string_view tag, const tagSEventRT& occurrence, int mark,
+               const ZRDateTime& time) {
   if (!IsShown(occurrence, mark, time)) return;
   ZRString text;
   (void)DateTime2String(text, time, false, false);
-  AppendRawElement(xml, tag, text.View());
+  xml.Write("<");
+  xml.Write(tag);
+  xml.Write(">");
+  xml.Write(text.View());
+  xml.Write("</");
+  xml.Write(tag);
+  xml.Write(">");
 }
 
 void AddDate(XmlDocument::XmlNode& element, const wchar_t* key, const tagSEventRT& occurrence,
@@ -41,28 +48,42 @@ const wchar_t* Flag(bool flag) {
 
 }  // namespace
 
-void ZREventDriver::AppendHead(ZRString& xml, const uuid& idToShow) const {
-  const ZRWString idText = idToShow.toWString();
-  AppendElement(xml, "id", idText);
-  AppendElement(xml, "idn", idText);
-  AppendElement(xml, "name", name);
-  AppendElement(xml, "description", description);
+// From the opening tag to the opened annotation.
+void ZREventDriver::WriteHead(ZRXmlWriter& xml, const uuid& idToShow) const {
+  std::array<char, kUuidTextLength + 1> idText{};
+  guidtoc(idToShow, idText.data());
+  const std::string_view shown(idText.data(), kUuidTextLength);
+  xml.Write("<event><id>");
+  xml.Write(shown);
+  xml.Write("</id><idn>");
+  xml.Write(shown);
+  xml.Write("</idn><name>");
+  xml.WriteText(name);
+  xml.Write("</name><description>");
+  xml.WriteText(description);
+  xml.Write("</description><annotation>");
 }
 
 bool ZREventDriver::ProcessHttpServiceEventsActived(ZRHttpResponse& response) {
   if (!IsEnabled()) return true;
-  ZRString xml;
-  xml.SetGrowth(ZRString::kGrow | ZRString::kGrowDouble);
-  xml.Append("<event>");
-  AppendHead(xml, id);
-  AppendElement(xml, "annotation", Annotation());
-  AppendElement(xml, "deaAnnotation", DeaAnnotation());
-  AppendElement(xml, "ackAnnotation", AckAnnotation());
+  ZRXmlWriter xml(response);
+  WriteHead(xml, id);
+  xml.WriteText(Annotation());
+  xml.Write("</annotation><deaAnnotation>");
+  xml.WriteText(DeaAnnotation());
+  xml.Write("</deaAnnotation><ackAnnotation>");
+  xml.WriteText(AckAnnotation());
+  xml.Write("</ackAnnotation>");
   const ZRDateTime since = LastActiveDateTime();
-  if (since.Valid()) AppendElement(xml, "dateTime", FourteenDigits(since.LTC2UTC()));
-  AppendFlag(xml, "notified", notify);
-  xml.Append("</event>");
-  response.Write(xml);
+  if (since.Valid()) {
+    const auto digits = FourteenDigits(since.LTC2UTC());
+    xml.Write("<dateTime>");
+    xml.Write(std::string_view(digits.data(), digits.size()));
+    xml.Write("</dateTime>");
+  }
+  xml.Write("<notified>");
+  xml.WriteFlag(notify);
+  xml.Write("</notified></event>");
   return true;
 }
 
@@ -78,19 +99,21 @@ bool ZREventDriver::ProcessHttpServiceEventsNotified(const tagSEventRT* occurren
                                                      ZRHttpResponse& response,
                                                      bool canAcknowledge) const {
   if (!notify || occurrence->status == 0) return true;
-  ZRString xml;
-  xml.SetGrowth(ZRString::kGrow | ZRString::kGrowDouble);
-  xml.Append("<event>");
-  AppendHead(xml, occurrence->id);
-  AppendRawElement(xml, "annotation", occurrence->annotation.View());
-  AppendRawElement(xml, "deaAnnotation", occurrence->deaAnnotation.View());
-  AppendRawElement(xml, "ackAnnotation", occurrence->ackAnnotation.View());
-  AppendDate(xml, "dateTime", *occurrence, kActivated, occurrence->actived);
-  AppendDate(xml, "ackDateTime", *occurrence, kAcknowledged, occurrence->acknowledged);
-  AppendDate(xml, "disableDateTime", *occurrence, kDeactivated, occurrence->deactivated);
-  AppendFlag(xml, "canAcknowledge", canAcknowledge);
-  xml.Append("</event>");
-  response.Write(xml);
+  ZRXmlWriter xml(response);
+  WriteHead(xml, occurrence->id);
+  // Narrow texts go out as they were stored.
+  xml.Write(occurrence->annotation.View());
+  xml.Write("</annotation><deaAnnotation>");
+  xml.Write(occurrence->deaAnnotation.View());
+  xml.Write("</deaAnnotation><ackAnnotation>");
+  xml.Write(occurrence->ackAnnotation.View());
+  xml.Write("</ackAnnotation>");
+  WriteDate(xml, "dateTime", *occurrence, kActivated, occurrence->actived);
+  WriteDate(xml, "ackDateTime", *occurrence, kAcknowledged, occurrence->acknowledged);
+  WriteDate(xml, "disableDateTime", *occurrence, kDeactivated, occurrence->deactivated);
+  xml.Write("<canAcknowledge>");
+  xml.WriteFlag(canAcknowledge);
+  xml.Write("</canAcknowledge></event>");
   return true;
 }
 
@@ -116,7 +139,10 @@ bool ZREventDriver::ProcessHttpServiceEventsActived(XmlDocument& document,
   element.SetValue(L"deaAnnotation", DeaAnnotation());
   element.SetValue(L"ackAnnotation", AckAnnotation());
   const ZRDateTime since = LastActiveDateTime();
-  if (since.Valid()) element.SetValue(L"dateTime", FourteenDigits(since.LTC2UTC()));
+  if (since.Valid()) {
+    const auto digits = FourteenDigits(since.LTC2UTC());
+    element.SetValue(L"dateTime", ZRString(digits.data(), digits.size()));
+  }
   element.SetValue(L"notified", Flag(notify));
   return true;
 }

@@ -1,13 +1,13 @@
 // The active and notified services, and the counters that go with them.
 
 #include "host/user/zrsecuritymanager.h"
-#include "zrevents/services/zrxmltext.h"
 #include "zrevents/zreventdriver.h"
 #include "zrevents/zreventserver.h"
 #include "zrevents/zrgatetoken.h"
 
 namespace {
 
+constexpr const char* kXmlHeader = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>";
 constexpr const char* kNoBody = "";  // digest of a request without one
 constexpr int kOk = 200;
 constexpr int kServiceUnavailable = 503;

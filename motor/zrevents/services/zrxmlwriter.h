@@ -1,0 +1,45 @@
+// Writes XML by hand, on one line, into an answer.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <string_view>
+
+#include "host/remote/zrhttpresponse.h"
+#include "host/tools/zrbasicstring.h"
+#include "host/tools/zrdatetime.h"
+
+// Collects what is written in one buffer of fixed size and hands it on when that is full: texts of
+// any length go through whole.
+//
+// Threads   one. Lives as long as one call.
+// Promise   the destructor hands on the rest.
+class ZRXmlWriter {
+ public:
+  explicit ZRXmlWriter(ZRHttpResponse& target) : response(target) {}
+  ~ZRXmlWriter() { Flush(); }
+  ZRXmlWriter(const ZRXmlWriter&) = delete;
+  ZRXmlWriter& operator=(const ZRXmlWriter&) = delete;
+
+  // As it stands.
+  void Write(std::string_view utf8);
+  // Converted to UTF-8 and escaped, as Utf16ToUtf8 and Text2Xml do.
+  void WriteText(const ZRWString& text);
+  // "T" or "F".
+  void WriteFlag(bool flag) { Write(flag ? "T" : "F"); }
+
+ private:
+  static constexpr std::size_t kSize = 2048;
+
+  void Flush();
+  void WriteSpecial(std::wstring_view units);
+
+  ZRHttpResponse& response;
+  std::size_t used = 0;
+  // The end of the buffer is kept for the terminator.
+  std::array<char, kSize> buffer;
+};
+
+// The 14 digits of a date in the active service: day, month, year, hour, minute, second.
+inline constexpr std::size_t kDateDigits = 14;
+[[nodiscard]] std::array<char, kDateDigits> FourteenDigits(const ZRDateTime& date);
