@@ -81,7 +81,10 @@ TEST_F(EventTransitions, ActivateActionsRunBeforeTheEventIsActiveAndHasAnOccurre
 TEST_F(EventTransitions, ActivationEmptiesTheTextsOfTheActivityBefore) {
   Make(PumpWithTexts());
   Holds();
+  event->SetMark(Activated(), kAcknowledged);
   Fails();
+  event->AddOccurrence();
+  ASSERT_EQ(Look(), (tagSight{-1, false, false, true, "", "off 0/0", "ack 0/0"}));
   LookWhileActionsRun();
   Holds();
   EXPECT_EQ(seen.at(0), (tagSight{kMomentActivate, false, true, true, "on 0/0", "", ""}))
