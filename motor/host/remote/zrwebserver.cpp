@@ -14,6 +14,7 @@
 #include "host/remote/zrasciitext.h"
 #include "host/remote/zrhttpanswer.h"
 #include "host/remote/zrlistensocket.h"
+#include "host/remote/zropenconnections.h"
 #include "host/remote/zrrequestprogress.h"
 #include "host/remote/zrrequestrules.h"
 
@@ -170,6 +171,9 @@ class ZRWebServer::CServer {
   static void OnCompleted(void* server, MHD_Connection* connection, void** state,
                           MHD_RequestTerminationCode how);
 
+  static void OnConnection(void* server, MHD_Connection* connection, void** context,
+                           MHD_ConnectionNotificationCode what);
+
   bool StartDaemon(const ZRWebServerSettings& settings);
   MHD_Result Handle(MHD_Connection* connection, std::string_view path, std::string_view method,
                     bool isWhole);
@@ -184,6 +188,7 @@ class ZRWebServer::CServer {
   std::size_t mostHeadBytes = 0;       // constant after Start
   std::uint32_t stopMilliseconds = 0;  // the host's thread only
   ZRRequestProgress progress;
+  ZROpenConnections connections;
   MHD_Daemon* daemon = nullptr;  // the host's thread only
 };
 
@@ -205,6 +210,7 @@ bool ZRWebServer::CServer::Start(const ZRWebServerSettings& settings, std::strin
   stopMilliseconds = settings.stopMilliseconds;
   if (!listener.Open(settings.address, settings.port, reason)) return false;
   progress.Open();
+  connections.Allow();
   if (StartDaemon(settings)) return true;
   listener.Close();
   reason = "the threads of the web server can't be started";
@@ -221,7 +227,8 @@ bool ZRWebServer::CServer::StartDaemon(const ZRWebServerSettings& settings) {
       listener.Descriptor(), MHD_OPTION_THREAD_POOL_SIZE, pool, MHD_OPTION_CONNECTION_LIMIT,
       settings.connections, MHD_OPTION_CONNECTION_TIMEOUT, settings.idleSeconds,
       MHD_OPTION_CONNECTION_MEMORY_LIMIT, connectionBytes, MHD_OPTION_UNESCAPE_CALLBACK,
-      &KeepEscapes, nullptr, MHD_OPTION_NOTIFY_COMPLETED, &OnCompleted, this, MHD_OPTION_END);
+      &KeepEscapes, nullptr, MHD_OPTION_NOTIFY_COMPLETED, &OnCompleted, this,
+      MHD_OPTION_NOTIFY_CONNECTION, &OnConnection, this, MHD_OPTION_END);
   return daemon != nullptr;
 }
 
@@ -231,6 +238,10 @@ void ZRWebServer::CServer::Stop() {
   (void)MHD_quiesce_daemon(daemon);
   listener.Refuse();
   progress.WaitUntilQuiet(stopMilliseconds);
+  // The library must have nothing left to read when it stops: an answer of its own to a request
+  // that isn't HTTP, begun in that moment, would crash it.
+  connections.ShutAll();
+  (void)connections.WaitUntilNone(stopMilliseconds);
   MHD_stop_daemon(std::exchange(daemon, nullptr));
   listener.Close();
 }
@@ -257,6 +268,18 @@ void ZRWebServer::CServer::OnCompleted(void* server, MHD_Connection*, void** sta
                                        MHD_RequestTerminationCode) {
   if (*state != nullptr) static_cast<CServer*>(server)->progress.EndRequest();
   *state = nullptr;
+}
+
+void ZRWebServer::CServer::OnConnection(void* server, MHD_Connection* connection, void**,
+                                        MHD_ConnectionNotificationCode what) {
+  auto& connections = static_cast<CServer*>(server)->connections;
+  const int socket =
+      MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD)->connect_fd;
+  if (what == MHD_CONNECTION_NOTIFY_STARTED) {
+    connections.Add(socket);
+  } else {
+    connections.Remove(socket);
+  }
 }
 
 MHD_Result ZRWebServer::CServer::Handle(MHD_Connection* connection, std::string_view path,

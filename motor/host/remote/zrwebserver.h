@@ -17,7 +17,7 @@ struct ZRWebServerSettings {
   unsigned int threads = 4;
   unsigned int connections = 256;         // at once
   unsigned int idleSeconds = 15;          // then a silent connection is closed
-  std::uint32_t stopMilliseconds = 2000;  // of Stop, for clients that take their answers
+  std::uint32_t stopMilliseconds = 2000;  // of Stop, for clients that still take answers
   std::size_t headerBytes = std::size_t{16} * 1024;
   std::size_t memoryBytes = std::size_t{1024} * 1024;  // of an answer, before it goes to a file
   std::uint64_t answerBytes = 1ull << 30;              // of an answer; beyond, it is given up

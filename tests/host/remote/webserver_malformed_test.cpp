@@ -126,6 +126,29 @@ TEST_F(MalformedRequests, WithOddBodies) {
   SendAll(kBodies);
 }
 
+// The library crashed when it answered such a request in the moment in which it was stopped.
+TEST_F(MalformedRequests, ThatComeWhileTheServerStops) {
+  constexpr int kTurns = 30;
+  constexpr int kClients = 4;
+  for (int turn = 0; turn < kTurns; ++turn) {
+    Start();
+    const std::uint16_t port = server.Port();
+    ZRThread clients[kClients];
+    for (ZRThread& thread : clients) {
+      ASSERT_TRUE(thread.Start([&] {
+        while (true) {
+          HttpClient client(port);
+          if (!client.IsConnected()) return;
+          (void)client.Send(kHead + "nonsense\r\n\r\n");
+          (void)client.ReceiveAll();
+        }
+      }));
+    }
+    (void)Get("/plain");
+    server.Stop();
+  }
+}
+
 // Odd, but every part that counts is clear.
 TEST_F(MalformedRequests, ThatAreTakenAllTheSame) {
   Start();

@@ -1,7 +1,8 @@
 #include "host/remote/zrwebserver.h"
 
-#include <cstdlib>
+#include <memory>
 #include <stdexcept>
+#include <vector>
 
 #include "host/remote/inflated.h"
 #include "host/remote/webserverfixture.h"
@@ -422,36 +423,43 @@ TEST_F(WebServer, StopsWhileNothingHappens) {
   }
 }
 
-TEST_F(WebServer, StopLetsARequestInProgressFinish) {
-  for (const unsigned int threads : {1u, 4u}) {
+TEST_F(WebServer, StopLetsRequestsInProgressFinish) {
+  for (const unsigned int threads : {1u, 2u}) {
     settings.threads = threads;
-    ZRStateWord step(0);
+    ZRStateWord begun(0);
+    ZRStateWord allowed(0);
     server.Get("/waits", [&](ZRHttpRequest&, ZRHttpResponse& response) {
-      step.Set(1);
-      step.WaitUntil(2);
+      begun.Set(begun.Get() + 1);
+      allowed.WaitUntil(1);
       response.Begin(200, kContentXml);
       response.Write(kText, -1);
       (void)response.End();
     });
     Start();
-    const std::uint16_t port = server.Port();
-    HttpClient client(port);
-    ASSERT_TRUE(client.Send("GET /waits HTTP/1.1\r\nHost: localhost\r\n\r\n"));
-    step.WaitUntil(1);
+    std::vector<std::unique_ptr<HttpClient>> clients;
+    for (unsigned int i = 1; i <= threads; ++i) {
+      clients.push_back(std::make_unique<HttpClient>(server.Port()));
+      ASSERT_TRUE(clients.back()->Send("GET /waits HTTP/1.1\r\nHost: localhost\r\n\r\n"));
+      begun.WaitUntil(i);
+    }
+    // No thread is free to take this connection: it ends when the server stops listening.
+    HttpClient refused(server.Port());
     std::atomic<bool> stopped{false};
     ZRThread stopper;
     ASSERT_TRUE(stopper.Start([&] {
       server.Stop();
       stopped = true;
     }));
-    while (HttpClient(port).IsConnected()) {
-    }
+    EXPECT_EQ("", refused.ReceiveAll());
+    EXPECT_TRUE(refused.IsClosed());
     EXPECT_FALSE(stopped);
-    step.Set(2);
-    const HttpReply reply = client.ReceiveReply();
-    EXPECT_EQ(200, reply.status);
-    EXPECT_EQ(kText, reply.body);
-    EXPECT_EQ("close", reply.Header("Connection"));
+    allowed.Set(1);
+    for (const auto& client : clients) {
+      const HttpReply reply = client->ReceiveReply();
+      EXPECT_EQ(200, reply.status);
+      EXPECT_EQ(kText, reply.body);
+      EXPECT_EQ("close", reply.Header("Connection"));
+    }
     stopper.Join();
     EXPECT_TRUE(stopped);
   }
@@ -475,7 +483,7 @@ TEST_F(WebServer, StopCutsOffAClientThatDoesNotTakeItsAnswer) {
 
 TEST_F(WebServer, StopLetsAnAnswerUnderWayArrive) {
   constexpr int kSmallBuffer = 64 * 1024;
-  settings.stopMilliseconds = 60'000;
+  settings.stopMilliseconds = 200'000;
   const std::string text(5'000'000, 'x');
   Answer("/large", kContentXml, text);
   Start();
