@@ -4,14 +4,16 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <string>
 
 // A file of the repository, byte for byte; its absence is a failure of the test.
 inline std::string RepositoryFile(const std::string& path) {
   std::ifstream file(std::string(ZR_SOURCE_DIR) + "/" + path, std::ios::binary);
   EXPECT_TRUE(file.is_open()) << path;
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  std::ostringstream content;
+  content << file.rdbuf();
+  return content.str();
 }
 inline std::string Golden(const std::string& name) {
   return RepositoryFile("tests/golden/" + name);
