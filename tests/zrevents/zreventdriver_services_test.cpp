@@ -129,6 +129,29 @@ TEST_F(EventElements, LongTextsComeOutWhole) {
   EXPECT_EQ(Element(Notified(), "annotation"), longText + longText);
 }
 
+// Whatever a buffer ends in: a sequence of UTF-8, a pair, an escape.
+TEST_F(EventElements, LongTextsAreEscapedAsShortOnesAre) {
+  std::string pattern;
+  for (int count = 0; count < 700; ++count)
+    pattern += "<\xC3\xB1\xF0\x9F\x94\xA5&\"x";
+  ZRString escaped;
+  Text2Xml(escaped, pattern.c_str());
+  XmlDocument document;
+  document.Create(L"event");
+  document.Root()->SetValue(L"id", Wide(EventXml::Id(1)));
+  document.Root()->SetValue(L"name", L"Pump");
+  document.Root()->SetValue(L"condition", L"1 = 1");
+  for (std::size_t shift = 0; shift < 12; ++shift) {
+    const std::string start(shift, 'y');
+    document.Root()->SetValue(L"description", Wide(start + pattern));
+    event = std::make_unique<OwnEvent>();
+    ASSERT_TRUE(event->LoadXml(document.Root()));
+    Cycle();
+    EXPECT_EQ(Element(Active(), "description"), start + Str(escaped)) << shift;
+    EXPECT_TRUE(Active().ends_with("</notified></event>"));
+  }
+}
+
 // --- the notified service's elements ---
 
 TEST_F(EventElements, OccurrenceIsOneElementNamedByItsOwnId) {
