@@ -59,6 +59,7 @@ class HttpClient {
   void Close() {
     if (socket >= 0) (void)::close(std::exchange(socket, -1));
   }
+  void FinishSending() { (void)::shutdown(socket, SHUT_WR); }
   // The server has closed the connection, and nothing more will come.
   [[nodiscard]] bool IsClosed() const { return closed; }
 

@@ -218,7 +218,8 @@ bool ZRWebServer::CServer::Start(const ZRWebServerSettings& settings, std::strin
 }
 
 bool ZRWebServer::CServer::StartDaemon(const ZRWebServerSettings& settings) {
-  constexpr unsigned int kFlags = MHD_USE_INTERNAL_POLLING_THREAD | MHD_USE_EPOLL | MHD_USE_ITC;
+  // Not its epoll: that overlooks clients that leave, and can abort when it is made quiet.
+  constexpr unsigned int kFlags = MHD_USE_INTERNAL_POLLING_THREAD | MHD_USE_POLL | MHD_USE_ITC;
   // The library reads a head into half of a connection's memory, and notes its parts beside.
   const std::size_t connectionBytes = 2 * settings.headerBytes + kReplyHeadBytes;
   const unsigned int pool = settings.threads > 1 ? settings.threads : 0;

@@ -126,6 +126,22 @@ TEST_F(MalformedRequests, WithOddBodies) {
   SendAll(kBodies);
 }
 
+// No silence is needed to tell that nothing more will come.
+TEST_F(MalformedRequests, EndWithTheirClient) {
+  settings.idleSeconds = 0;
+  Start();
+  for (const std::vector<tagRequest>* requests : {&kNoHttp, &kTargets, &kHeaders, &kBodies}) {
+    for (const tagRequest& request : *requests) {
+      SCOPED_TRACE(request.name);
+      HttpClient client(server.Port());
+      (void)client.Send(request.bytes);
+      client.FinishSending();
+      (void)client.ReceiveAll();
+      EXPECT_TRUE(client.IsClosed());
+    }
+  }
+}
+
 // The library crashed when it answered such a request in the moment in which it was stopped.
 TEST_F(MalformedRequests, ThatComeWhileTheServerStops) {
   constexpr int kTurns = 30;
