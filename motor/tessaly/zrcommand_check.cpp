@@ -3,22 +3,21 @@
 #include <cstdio>
 
 #include "host/base/zrlogger.h"
-#include "host/support/zrtessalysetup.h"
 #include "tessaly/zrcommands.h"
 #include "tessaly/zrsite.h"
 
 int CheckSite(const ZRCommand& command) {
+  SetLogLevel(kLogConfiguration);
   ZRFindings findings;
   ZRSite site(command.site);
-  if (!site.LoadSettings(findings) || !site.TrySettings(findings)) {
+  if (!site.LoadSettings(findings) || !site.TryDocuments(findings)) {
     PrintFindings(findings);
     return kExitImpossible;
   }
-  findings.clear();
-  SetLogLevel(kLogInvariant);
-  (void)site.TrySettings(findings);
   site.MakeDrivers(findings);
-  site.LoadEvents({}, findings);
+  site.StartDrivers(ZRSite::tagDrivers::kNone, findings);
+  site.LoadEvents({});
+  site.CheckLoaded(findings);
   PrintFindings(findings);
   const ZREventSystem& store = ZREventSystem::Get();
   std::printf("%s: %d events, %d groups, %d time tables\n", command.site.c_str(),

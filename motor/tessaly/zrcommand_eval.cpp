@@ -1,9 +1,13 @@
 // tessaly eval: an expression on a site's live values.
 
+#include <array>
+#include <charconv>
 #include <cstdio>
+#include <memory>
 #include <string>
 
 #include "host/base/zrlogger.h"
+#include "host/base/zrlogtext.h"
 #include "host/driversupport/zrevaluator.h"
 #include "host/tools/zrtext.h"
 #include "tessaly/zrcommands.h"
@@ -30,11 +34,31 @@ const char* ErrorText(int code) {
   }
 }
 
-int Refuse(const ZREvaluator& evaluator, const std::string& expression) {
+std::string Shown(std::wstring_view text) {
+  return std::string(Utf16ToUtf8(EscapeLogText(ZRWString(text)).View()).View());
+}
+
+// The expression, a mark below the place to blame, and the reason.
+int Refuse(const ZREvaluator& evaluator, const ZRWString& expression) {
   const std::size_t at = evaluator.ErrorPosition();
-  std::printf("%s\n%s^\n", expression.c_str(), std::string(at, ' ').c_str());
+  const ZRWString before = EscapeLogText(ZRWString(expression.View().substr(0, at)));
+  std::printf("%s\n%s^\n", Shown(expression.View()).c_str(),
+              std::string(before.Length(), ' ').c_str());
   std::printf("wrong at character %zu: %s\n", at + 1, evaluator.ErrorReason().Text());
   return kExitFaulty;
+}
+
+void PrintValue(const ZRVSValue& value, int valueType) {
+  if (valueType == ZREvaluator::kTypeText) {
+    std::printf("text \"%s\"\n", Shown(value.String().View()).c_str());
+  } else if (valueType == ZREvaluator::kTypeLogical) {
+    std::printf("%s\n", value.Double() != 0.0 ? "true" : "false");
+  } else {
+    // As expressions write numbers, whatever the language.
+    std::array<char, 32> text{};
+    (void)std::to_chars(text.begin(), text.end(), value.Double());
+    std::printf("%s\n", text.data());
+  }
 }
 
 int Print(ZREvaluator& evaluator, int kind) {
@@ -47,33 +71,28 @@ int Print(ZREvaluator& evaluator, int kind) {
     std::printf("no value: %s\n", ErrorText(code));
     return kExitFaulty;
   }
-  if (valueType == ZREvaluator::kTypeText) {
-    std::printf("text \"%s\"\n", Utf16ToUtf8(value->String().View()).Text());
-  } else if (valueType == ZREvaluator::kTypeLogical) {
-    std::printf("%s\n", value->Double() != 0.0 ? "true" : "false");
-  } else {
-    ZRWString text;
-    FormatDouble(text, value->Double(), 0, -1, false, false, false);
-    std::printf("%s\n", Utf16ToUtf8(text.View()).Text());
-  }
+  PrintValue(*value, valueType);
   return kExitDone;
 }
 
 }  // namespace
 
 int EvaluateOnSite(const ZRCommand& command) {
+  SetLogLevel(kLogConfiguration);
   ZRFindings findings;
   ZRSite site(command.site);
   if (!site.LoadSettings(findings)) {
-    PrintFindings(findings);
+    LogFindings(findings);
     return kExitImpossible;
   }
-  SetLogLevel(kLogInvariant);
+  (void)site.TryDocuments(findings);
   site.MakeDrivers(findings);
   site.StartDrivers(ZRSite::tagDrivers::kAll, findings);
-  ZREvaluator evaluator(Utf8ToUtf16(std::string_view(command.expression)));
+  LogFindings(findings);
+  site.LoadEvents({});  // for the variables of the events
+  const ZRWString expression = Utf8ToUtf16(std::string_view(command.expression));
+  ZREvaluator evaluator(expression);
   evaluator.SetFlags(kReadsLiveVariables, -1);
   const int kind = evaluator.AnalizeExpression();
-  if (kind == ZREvaluator::kInvalid) return Refuse(evaluator, command.expression);
-  return Print(evaluator, kind);
+  return kind == ZREvaluator::kInvalid ? Refuse(evaluator, expression) : Print(evaluator, kind);
 }

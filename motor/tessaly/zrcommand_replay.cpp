@@ -1,6 +1,7 @@
 // tessaly replay: recorded readings from end to end, in virtual time.
 
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
 #include <optional>
 
@@ -19,28 +20,42 @@ namespace {
 constexpr double kMillisecondsInSecond = 1000.0;
 constexpr std::uint64_t kTail = 60'000;  // ms that are run behind the last reading
 
-// What all the replays of the settings hold together; nothing without one.
-std::optional<ZRReadingsSpan> MeasureReplays(ZRFindings& findings) {
-  std::optional<ZRReadingsSpan> all;
+// A run through all the replays of the settings.
+struct tagRecording {
+  std::int64_t first = 0;     // UTC in ms of the first reading of all
+  std::uint64_t length = 0;   // ms until the longest is over
+  std::int64_t readings = 0;  // of all, each shown once
+};
+
+// How long a replay takes at the speed that its settings ask for, in ms.
+std::uint64_t LengthOf(const XmlDocument::XmlNode& settings, const ZRReadingsSpan& span) {
+  constexpr double kDefaultStep = 1000.0;
+  const auto number = [&settings](std::string_view key, double otherwise) {
+    const std::string_view text = settings.ValueUtf8(key);
+    (void)std::from_chars(text.data(), text.data() + text.size(), otherwise);
+    return otherwise;
+  };
+  const double length = settings.ValueUtf8("speed") == "step"
+                            ? static_cast<double>(span.readings) * number("step_ms", kDefaultStep)
+                            : static_cast<double>(span.last - span.first) / number("speed", 1.0);
+  return static_cast<std::uint64_t>(length);
+}
+
+// Nothing without a replay that can be run.
+std::optional<tagRecording> MeasureReplays(ZRFindings& findings) {
+  std::optional<tagRecording> all;
   for (const XmlDocument::XmlNode* settings : ZRTessalySetup::Get().Drivers()) {
     if (settings->ValueUtf8("type") != "replay") continue;
     ZRReadingsSpan span;
     std::vector<ZRSettingProblem> problems;
-    if (!ZRDriverFactory::MeasureReplay(*settings, span, problems)) {
-      for (const ZRSettingProblem& problem : problems) {
-        findings.push_back({ZRFinding::tagKind::kBroken, ZRTessalySetup::kFileName,
-                            static_cast<std::uint64_t>(problem.line), 0,
-                            std::string(problem.text.View())});
-      }
-      continue;
+    if (ZRDriverFactory::MeasureReplay(*settings, span, problems)) {
+      if (!all) all = tagRecording{span.first};
+      all->first = std::min(all->first, span.first);
+      all->length = std::max(all->length, LengthOf(*settings, span));
+      all->readings += span.readings;
+    } else {
+      AddProblems(problems, ZRFinding::tagKind::kBroken, findings);
     }
-    if (!all) {
-      all = span;
-      continue;
-    }
-    all->first = std::min(all->first, span.first);
-    all->last = std::max(all->last, span.last);
-    all->readings += span.readings;
   }
   return all;
 }
@@ -61,26 +76,28 @@ class CTranscript {
   int transitions = 0;
 };
 
-int RunThrough(ZRSite& site, const ZRReadingsSpan& span) {
+int RunThrough(ZRSite& site, const tagRecording& recording) {
   const std::uint32_t begun = ZRPlatform::System().TickCount();
-  ZRVirtualTime time(span.first);
+  ZRVirtualTime time(recording.first);
   CTranscript transcript;
   ZRFindings findings;
   site.MakeDrivers(findings);
   site.StartDrivers(ZRSite::tagDrivers::kWithoutMachine, findings);
-  site.LoadEvents([&transcript](const ZREventDriver& event, bool active,
-                                double seconds) { transcript.Print(event, active, seconds); },
-                  findings);
+  site.LoadEvents([&transcript](const ZREventDriver& event, bool active, double seconds) {
+    transcript.Print(event, active, seconds);
+  });
+  site.CheckLoaded(findings);
   LogFindings(findings);
+  const std::uint64_t length = recording.length + kTail;
   const bool runs = site.StartEngine();
-  const auto length = static_cast<std::uint64_t>(span.last - span.first) + kTail;
   if (runs) time.Advance(length);
   site.Stop();
   const std::uint32_t taken = ZRPlatform::System().TickCount() - begun;
-  std::fprintf(stderr, "%lld readings, %ls: %d transitions, in %.2f s\n",
-               static_cast<long long>(span.readings),
-               DurationText(static_cast<double>(length) / kMillisecondsInSecond).Text(),
-               transcript.Transitions(), static_cast<double>(taken) / kMillisecondsInSecond);
+  std::fprintf(
+      stderr, "%lld readings, %s: %d transitions, in %.2f s\n",
+      static_cast<long long>(recording.readings),
+      Utf16ToUtf8(DurationText(static_cast<double>(length) / kMillisecondsInSecond).View()).Text(),
+      transcript.Transitions(), static_cast<double>(taken) / kMillisecondsInSecond);
   return runs ? kExitDone : kExitFaulty;
 }
 
@@ -89,12 +106,13 @@ int RunThrough(ZRSite& site, const ZRReadingsSpan& span) {
 int ReplaySite(const ZRCommand& command) {
   ZRFindings findings;
   ZRSite site(command.site);
-  std::optional<ZRReadingsSpan> span;
-  if (site.LoadSettings(findings) && site.TrySettings(findings)) span = MeasureReplays(findings);
-  LogFindings(findings);
-  if (!span) {
-    std::fprintf(stderr, "tessaly: %s has no replay to run\n", command.site.c_str());
+  if (!site.LoadSettings(findings) || !site.TryDocuments(findings)) {
+    LogFindings(findings);
     return kExitImpossible;
   }
-  return RunThrough(site, *span);
+  const std::optional<tagRecording> recording = MeasureReplays(findings);
+  LogFindings(findings);
+  if (recording) return RunThrough(site, *recording);
+  std::fprintf(stderr, "tessaly: %s has no replay to run\n", command.site.c_str());
+  return kExitImpossible;
 }

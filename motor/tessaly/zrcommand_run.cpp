@@ -16,17 +16,89 @@ namespace {
 
 constexpr std::uint32_t kLook = 1000;  // ms between two looks at the engine's cycle
 
-void LogTransition(ZREventDriver& event, bool active, double seconds) {
+void LogTransition(const ZREventDriver& event, bool active, double seconds) {
   logger(kLogNotice, L"%ls", TransitionLine(event, active, seconds).Text());
 }
 
-// Everything from drivers to workers, with the settings in force.
-bool StartWork(ZRSite& site) {
+// One run of a site: what is begun is ended with the object, the web server first.
+class CRun {
+ public:
+  explicit CRun(const ZRCommand& toCarryOut) : command(toCarryOut), site(command.site) {}
+  ~CRun() { End(); }
+  CRun(const CRun&) = delete;
+  CRun& operator=(const CRun&) = delete;
+
+  // Everything up to the engine's work. An exit code; kExitDone if it works now.
+  [[nodiscard]] int Begin();
+  // Until a request to stop, or a reload that fails.
+  [[nodiscard]] int WaitForTheEnd();
+
+ private:
+  [[nodiscard]] bool LoadSite();
+  void LoadWork();
+  [[nodiscard]] bool StartWeb();
+  [[nodiscard]] bool StartEngine();
+  [[nodiscard]] bool Reload();
+  void TakeSettings(const ZRFindings& findings);
+  void End();
+
+  const ZRCommand& command;
+  ZRSite site;
+  ZRWebServer web;
+  int settingsPort = 0;  // as the settings said when the web server started
+  bool works = false;    // Begin has succeeded
+};
+
+int CRun::Begin() {
+  if (!LoadSite()) return kExitImpossible;
+  LoadWork();
+  // The port is taken before any event can begin; until the engine works, services give a 503.
+  if (!StartWeb()) return kExitImpossible;
+  if (!StartEngine()) return kExitFaulty;
+  logger(kLogNotice, L"http://127.0.0.1:%d/services/events/actived.xml shows what is active",
+         static_cast<int>(web.Port()));
+  works = true;
+  return kExitDone;
+}
+
+bool CRun::LoadSite() {
+  ZRFindings findings;
+  if (!site.LoadSettings(findings)) {
+    LogFindings(findings);
+    return false;
+  }
+  std::string reason;
+  if (!site.OpenLog(reason)) {
+    std::fprintf(stderr, "tessaly: the log can't be opened: %s\n", reason.c_str());
+    return false;
+  }
+  const bool usable = site.TryDocuments(findings);
+  LogFindings(findings);
+  return usable;
+}
+
+// Drivers and events, with the settings in force.
+void CRun::LoadWork() {
   ZRFindings findings;
   site.MakeDrivers(findings);
   site.StartDrivers(ZRSite::tagDrivers::kAll, findings);
-  site.LoadEvents(LogTransition, findings);
+  site.LoadEvents(LogTransition);
+  site.CheckLoaded(findings);
   LogFindings(findings);
+}
+
+bool CRun::StartWeb() {
+  BindServices(web, site.Engine());
+  settingsPort = ZRTessalySetup::Get().HttpServerPort();
+  ZRWebServerSettings settings;
+  settings.port = static_cast<std::uint16_t>(command.port >= 0 ? command.port : settingsPort);
+  ZRString reason;
+  if (web.Start(settings, reason)) return true;
+  logger(kLogInvariant, L"the web server can't start: %s", reason.Text());
+  return false;
+}
+
+bool CRun::StartEngine() {
   if (!site.StartEngine()) {
     logger(kLogInvariant, L"the engine can't start: the system gives no thread");
     return false;
@@ -36,45 +108,43 @@ bool StartWork(ZRSite& site) {
   return true;
 }
 
-bool StartWeb(ZRWebServer& web, ZRSite& site, const ZRCommand& command) {
-  BindServices(web, site.Engine());
-  ZRWebServerSettings settings;
-  settings.port = static_cast<std::uint16_t>(
-      command.port >= 0 ? command.port : ZRTessalySetup::Get().HttpServerPort());
-  ZRString reason;
-  if (!web.Start(settings, reason)) {
-    logger(kLogInvariant, L"the web server can't start: %s", reason.Text());
-    return false;
-  }
-  logger(kLogNotice, L"http://127.0.0.1:%d/services/events/actived.xml shows what is active",
-         static_cast<int>(web.Port()));
-  return true;
-}
-
 // Takes over what the disk holds now, unless it is broken. False if the engine couldn't go on.
-bool Reload(ZRSite& site) {
+bool CRun::Reload() {
   ZRFindings findings;
-  if (!site.TrySettings(findings)) {
+  if (!site.TrySite(findings)) {
     LogFindings(findings);
     logger(kLogConfiguration, L"not reloaded: the configuration in force stays");
     return true;
   }
+  logger(kLogNotice, L"reloading");
   site.Stop();
-  findings.clear();
-  (void)site.LoadSettings(findings);
-  LogFindings(findings);
-  std::string reason;
-  if (!site.OpenLog(reason)) logger(kLogConfiguration, L"the log stays: %s", reason.c_str());
-  return StartWork(site);
+  TakeSettings(findings);
+  LoadWork();
+  return StartEngine();
 }
 
-int WaitForTheEnd(ZRSite& site) {
+// `findings` are those of the look before; they are told in the new log.
+void CRun::TakeSettings(const ZRFindings& findings) {
+  ZRFindings same;
+  if (!site.LoadSettings(same)) LogFindings(same);  // changed once more since that look
+  std::string reason;
+  if (!site.OpenLog(reason)) logger(kLogConfiguration, L"the log stays: %s", reason.c_str());
+  LogFindings(findings);
+  if (command.port < 0 && ZRTessalySetup::Get().HttpServerPort() != settingsPort) {
+    logger(kLogConfiguration,
+           L"http.port is changed: the web server stays at port %d until the "
+           L"next start",
+           static_cast<int>(web.Port()));
+  }
+}
+
+int CRun::WaitForTheEnd() {
   for (;;) {
     switch (ZRSignals::Wait(kLook)) {
       case ZRSignal::kStop:
         return kExitDone;
       case ZRSignal::kReload:
-        if (!Reload(site)) return kExitFaulty;
+        if (!Reload()) return kExitFaulty;
         break;
       case ZRSignal::kNone:
         site.ShowCycle();
@@ -83,35 +153,18 @@ int WaitForTheEnd(ZRSite& site) {
   }
 }
 
-int Impossible(const std::string& why) {
-  std::fprintf(stderr, "tessaly: %s\n", why.c_str());
-  return kExitImpossible;
+void CRun::End() {
+  if (works) logger(kLogNotice, L"stopping");
+  web.Stop();
+  site.Stop();
+  if (works) logger(kLogNotice, L"stopped");
+  FlushLog();
 }
 
 }  // namespace
 
 int RunSite(const ZRCommand& command) {
-  ZRFindings findings;
-  ZRSite site(command.site);
-  if (!site.LoadSettings(findings)) {
-    LogFindings(findings);
-    return kExitImpossible;
-  }
-  std::string reason;
-  if (!site.OpenLog(reason)) return Impossible("the log can't be opened: " + reason);
-  findings.clear();
-  const bool usable = site.TrySettings(findings);
-  LogFindings(findings);
-  if (!usable) return kExitImpossible;
-  if (!StartWork(site)) return kExitFaulty;
-
-  ZRWebServer web;
-  int exitCode = kExitFaulty;
-  if (StartWeb(web, site, command)) exitCode = WaitForTheEnd(site);
-  logger(kLogNotice, L"stopping");
-  web.Stop();
-  site.Stop();
-  logger(kLogNotice, L"stopped");
-  FlushLog();
-  return exitCode;
+  CRun run(command);
+  const int exitCode = run.Begin();
+  return exitCode == kExitDone ? run.WaitForTheEnd() : exitCode;
 }

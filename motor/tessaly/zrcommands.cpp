@@ -1,6 +1,10 @@
 #include "tessaly/zrcommands.h"
 
-int RunCommand(const ZRCommand& command) {
+#include <cstdio>
+
+namespace {
+
+int CarryOut(const ZRCommand& command) {
   switch (command.verb) {
     case ZRCommand::tagVerb::kRun:
       return RunSite(command);
@@ -14,4 +18,13 @@ int RunCommand(const ZRCommand& command) {
       break;
   }
   return command.exitCode;
+}
+
+}  // namespace
+
+int RunCommand(const ZRCommand& command) {
+  const int exitCode = CarryOut(command);
+  if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return exitCode;
+  std::fputs("tessaly: standard output can't be written\n", stderr);
+  return exitCode == kExitDone ? kExitFaulty : exitCode;
 }

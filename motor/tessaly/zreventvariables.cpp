@@ -1,5 +1,6 @@
 #include "tessaly/zreventvariables.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "host/drivervariables/zrdrivervariablenames.h"
@@ -12,6 +13,7 @@ constexpr const wchar_t* kDriverName = L"EVENTS";
 constexpr const wchar_t* kStateVariable = L"ST";
 constexpr const wchar_t* kTimeVariable = L"TACT";
 constexpr std::int64_t kVariables = 2;  // of each event
+constexpr double kMillisecondsInSecond = 1000.0;
 
 // Null if the name is taken.
 ZRLiveValue* PublishNew(const ZRWString& event, const wchar_t* variable) {
@@ -63,12 +65,15 @@ void ZREventVariables::SetVariableValue(std::int64_t variable, double value) {
 
 void ZREventVariables::SetState(tagEntry& entry, bool active) const {
   if (entry.isKnown && entry.active == active) return;
-  if (entry.state != nullptr)
-    entry.state->SetNumber(active ? 1.0 : 0.0, ZRPlatform::Get().UtcMilliseconds());
+  const std::int64_t now = ZRPlatform::Get().UtcMilliseconds();
+  if (entry.state != nullptr) entry.state->SetNumber(active ? 1.0 : 0.0, now);
   const bool changed = entry.isKnown || active;
   entry.isKnown = true;
   entry.active = active;
-  if (changed && observer) observer(*entry.event, active, active ? 0.0 : entry.seconds);
+  if (active) entry.since = now;
+  if (!changed || !observer) return;
+  const std::int64_t span = active ? 0 : std::max<std::int64_t>(now - entry.since, 0);
+  observer(*entry.event, active, static_cast<double>(span) / kMillisecondsInSecond);
 }
 
 void ZREventVariables::SetTime(tagEntry& entry, double seconds) {

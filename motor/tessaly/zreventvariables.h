@@ -40,7 +40,8 @@ class ZREventVariables final : public ZRDriver {
     // The worker's own.
     bool isKnown = false;
     bool active = false;
-    double seconds = -1.0;
+    double seconds = -1.0;   // as the variable shows them
+    std::int64_t since = 0;  // UTC in ms of the activation
   };
 
   void SetState(tagEntry& entry, bool active) const;

@@ -23,7 +23,32 @@ const char* KindText(ZRFinding::tagKind kind) {
   return "";
 }
 
+bool IsHint(const ZRFinding& finding) {
+  return finding.kind == ZRFinding::tagKind::kHint;
+}
+
+// Calls `show` with each line to be shown, and whether it is only a hint.
+template <typename Show>
+void ForEachShown(const ZRFindings& findings, Show show) {
+  std::size_t shown = 0;
+  for (const bool hints : {false, true}) {
+    for (const ZRFinding& finding : findings) {
+      if (IsHint(finding) == hints && shown++ < kMostShown) show(hints, FindingLine(finding));
+    }
+  }
+  if (shown > kMostShown) show(false, "and " + std::to_string(shown - kMostShown) + " more");
+}
+
 }  // namespace
+
+void AddProblems(const std::vector<ZRSettingProblem>& problems, ZRFinding::tagKind kind,
+                 ZRFindings& findings) {
+  for (const ZRSettingProblem& problem : problems) {
+    findings.push_back({kind, ZRTessalySetup::kFileName, static_cast<std::uint64_t>(problem.line),
+                        static_cast<std::uint64_t>(problem.column),
+                        std::string(problem.text.View())});
+  }
+}
 
 std::string FindingLine(const ZRFinding& finding) {
   std::string line = finding.file;
@@ -39,13 +64,11 @@ bool HasKind(const ZRFindings& findings, ZRFinding::tagKind kind) {
 }
 
 void LogFindings(const ZRFindings& findings) {
-  for (const ZRFinding& finding : findings) {
-    const bool isHint = finding.kind == ZRFinding::tagKind::kHint;
-    logger(isHint ? kLogDelivery : kLogConfiguration, L"%s", FindingLine(finding).c_str());
-  }
+  ForEachShown(findings, [](bool isHint, const std::string& line) {
+    logger(isHint ? kLogDelivery : kLogConfiguration, L"%s", line.c_str());
+  });
 }
 
 void PrintFindings(const ZRFindings& findings) {
-  for (const ZRFinding& finding : findings)
-    std::printf("%s\n", FindingLine(finding).c_str());
+  ForEachShown(findings, [](bool, const std::string& line) { std::printf("%s\n", line.c_str()); });
 }

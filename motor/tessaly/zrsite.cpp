@@ -1,10 +1,12 @@
 #include "tessaly/zrsite.h"
 
+#include <charconv>
 #include <utility>
 
 #include "host/base/zrlogger.h"
 #include "host/drivers/zrdriverfactory.h"
 #include "host/drivers/zrmachinedriver.h"
+#include "host/drivers/zrpolleddriver.h"
 #include "host/tools/zrdatetime.h"
 #include "host/tools/zrstringtable.h"
 #include "host/tools/zrtext.h"
@@ -14,14 +16,6 @@ namespace {
 
 using Kind = ZRFinding::tagKind;
 
-void AddProblems(const std::vector<ZRSettingProblem>& problems, Kind kind, ZRFindings& findings) {
-  for (const ZRSettingProblem& problem : problems) {
-    findings.push_back({kind, ZRTessalySetup::kFileName, static_cast<std::uint64_t>(problem.line),
-                        static_cast<std::uint64_t>(problem.column),
-                        std::string(problem.text.View())});
-  }
-}
-
 bool LoadInto(ZRTessalySetup& setup, const ZRWString& folder, ZRFindings& findings) {
   std::vector<ZRSettingProblem> problems;
   std::vector<ZRSettingProblem> warnings;
@@ -29,6 +23,33 @@ bool LoadInto(ZRTessalySetup& setup, const ZRWString& folder, ZRFindings& findin
   AddProblems(problems, Kind::kBroken, findings);
   AddProblems(warnings, Kind::kHint, findings);
   return loaded;
+}
+
+// False, with nothing changed, if there is no such zone.
+bool PutZoneIntoForce(const ZRTessalySetup& setup, ZRFindings& findings) {
+  if (ZRDateTime::SetLocalZone(setup.TimeZone())) return true;
+  findings.push_back({Kind::kBroken, ZRTessalySetup::kFileName, 0, 0,
+                      "timezone: there is no zone '" + std::string(setup.TimeZone().View()) + "'"});
+  return false;
+}
+
+// The line in which the settings begin to describe a driver; 0 for one that they don't.
+std::uint64_t LineOfDriver(const std::string& name) {
+  for (const XmlDocument::XmlNode* settings : ZRTessalySetup::Get().Drivers()) {
+    const std::string_view line = settings->ValueUtf8("__line");
+    std::uint64_t number = 0;
+    if (settings->ValueUtf8("name") == name)
+      (void)std::from_chars(line.data(), line.data() + line.size(), number);
+    if (number != 0) return number;
+  }
+  return 0;
+}
+
+// Starts a driver, or makes it ready only.
+bool Begin(ZRDriver& driver, ZRSite::tagDrivers which) {
+  if (which != ZRSite::tagDrivers::kNone) return driver.Start();
+  auto* const polled = dynamic_cast<ZRPolledDriver*>(&driver);
+  return polled == nullptr || polled->Prepare();
 }
 
 }  // namespace
@@ -45,21 +66,27 @@ ZRWString ZRSite::WideFolder() const {
 
 bool ZRSite::LoadSettings(ZRFindings& findings) {
   ZRTessalySetup& setup = ZRTessalySetup::Get();
-  if (!LoadInto(setup, WideFolder(), findings)) return false;
-  if (!ZRDateTime::SetLocalZone(setup.TimeZone())) {
-    findings.push_back(
-        {Kind::kBroken, ZRTessalySetup::kFileName, 0, 0,
-         "timezone: there is no zone '" + std::string(setup.TimeZone().View()) + "'"});
+  if (!FolderExists(WideFolder())) {
+    findings.push_back({Kind::kBroken, folder, 0, 0, "there is no such folder"});
     return false;
   }
+  if (!LoadInto(setup, WideFolder(), findings)) return false;
+  if (!PutZoneIntoForce(setup, findings)) return false;
   (void)SetStringLanguage(Utf16ToUtf8(setup.CurrentLanguage().View()));
   return true;
 }
 
-bool ZRSite::TrySettings(ZRFindings& findings) const {
+bool ZRSite::TryDocuments(ZRFindings& findings) const {
+  CheckDocuments(ZRTessalySetup::Get(), findings);
+  return !HasKind(findings, Kind::kBroken);
+}
+
+bool ZRSite::TrySite(ZRFindings& findings) const {
   ZRTessalySetup setup;
   if (!LoadInto(setup, WideFolder(), findings)) return false;
-  CheckDocuments(setup.CfgPath(), findings);
+  CheckDocuments(setup, findings);
+  if (!PutZoneIntoForce(setup, findings)) return false;
+  (void)ZRDateTime::SetLocalZone(ZRTessalySetup::Get().TimeZone());
   return !HasKind(findings, Kind::kBroken);
 }
 
@@ -94,19 +121,24 @@ void ZRSite::MakeDrivers(ZRFindings& findings) {
 void ZRSite::StartDrivers(tagDrivers which, ZRFindings& findings) {
   for (auto driver = ZRDriver::DriversBegin(); driver != ZRDriver::DriversEnd(); ++driver) {
     if (which == tagDrivers::kWithoutMachine && *driver == machine) continue;
-    if ((*driver)->Start()) continue;
-    const ZRString name = Utf16ToUtf8((*driver)->Name().View());
-    findings.push_back({Kind::kDropped, ZRTessalySetup::kFileName, 0, 0,
-                        "driver '" + std::string(name.View()) + "' can't start"});
+    if (Begin(**driver, which)) continue;
+    const std::string name(Utf16ToUtf8((*driver)->Name().View()).View());
+    findings.push_back({Kind::kDropped, ZRTessalySetup::kFileName, LineOfDriver(name), 0,
+                        "driver '" + name + "' can't start"});
   }
 }
 
-void ZRSite::LoadEvents(ZREventVariables::tagObserver observer, ZRFindings& findings) {
+void ZRSite::LoadEvents(ZREventVariables::tagObserver observer) {
   engine.LoadCfg();
   variables = std::make_unique<ZREventVariables>(std::move(observer));
   variables->Bind(ZREventSystem::Get());
-  CheckEvents(*engine.Cfg(), ZREventSystem::Get(), findings);
-  CheckTimeTables(*engine.TimeTableCfg(), ZREventSystem::Get(), findings);
+}
+
+void ZRSite::CheckLoaded(ZRFindings& findings) {
+  const ZRTessalySetup& setup = ZRTessalySetup::Get();
+  ZREventSystem& store = ZREventSystem::Get();
+  CheckEvents(*engine.Cfg(), store, ShownFile(setup, kEventsFile), findings);
+  CheckTimeTables(*engine.TimeTableCfg(), store, ShownFile(setup, kTimeTablesFile), findings);
 }
 
 bool ZRSite::StartEngine() {

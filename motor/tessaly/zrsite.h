@@ -18,7 +18,8 @@ class ZRSite {
   // Which drivers StartDrivers starts.
   enum class tagDrivers {
     kAll,
-    kWithoutMachine  // in virtual time the machine's facts mean nothing
+    kWithoutMachine,  // in virtual time the machine's facts mean nothing
+    kNone             // they are made ready only, so that their variables exist
   };
 
   explicit ZRSite(const std::string& folderUtf8);
@@ -29,9 +30,11 @@ class ZRSite {
   // Reads the settings, and puts zone and language into force. False if there is no such site or
   // its settings can't be used; `findings` say why.
   [[nodiscard]] bool LoadSettings(ZRFindings& findings);
+  // Looks at the documents of the settings in force. False if one can't be read.
+  [[nodiscard]] bool TryDocuments(ZRFindings& findings) const;
   // Looks at settings and documents as they stand on the disk now, without taking them over.
   // False if the site can't be loaded from them.
-  [[nodiscard]] bool TrySettings(ZRFindings& findings) const;
+  [[nodiscard]] bool TrySite(ZRFindings& findings) const;
 
   // Sends the log where the settings say. False with a reason.
   [[nodiscard]] bool OpenLog(std::string& reason) const;
@@ -41,9 +44,11 @@ class ZRSite {
   // Starts them, so that their first values exist. One that can't start is a finding.
   void StartDrivers(tagDrivers which, ZRFindings& findings);
 
-  // Fills the store from the documents, binds the events' variables, and says what was left out.
-  // `observer` is told of each activation and deactivation.
-  void LoadEvents(ZREventVariables::tagObserver observer, ZRFindings& findings);
+  // Fills the store from the documents, and binds the events' variables. `observer` is told of
+  // each activation and deactivation.
+  void LoadEvents(ZREventVariables::tagObserver observer);
+  // Says what of the documents isn't in force. After LoadEvents, before StartEngine.
+  void CheckLoaded(ZRFindings& findings);
 
   // Starts the engine. False if it can't have its threads.
   [[nodiscard]] bool StartEngine();

@@ -1,39 +1,68 @@
 #include "tessaly/zrsitecheck.h"
 
-#include <string>
+#include <initializer_list>
 
-#include "host/support/zrloadenabledevents.h"
 #include "host/tools/zrfiles.h"
 #include "host/tools/zrtext.h"
+#include "tessaly/zrelementcheck.h"
 
 namespace {
 
-ZRWString PathOf(const ZRWString& folder, const char* file) {
-  const std::string name(file);
-  return folder + Utf8ToUtf16(std::string_view(name).substr(name.rfind('/') + 1));
-}
+using Kind = ZRFinding::tagKind;
+using Node = XmlDocument::XmlNode;
 
 // True if something is there, readable or not.
 bool Exists(const ZRWString& path) {
   ZRFileFind find;
-  return find.FindFile(path) != 0;
+  return find.FindFile(path) != 0 || FolderExists(path);
 }
 
-void CheckDocument(const ZRWString& folder, const char* file, ZRFindings& findings) {
-  const ZRWString path = PathOf(folder, file);
+void SayWhatIsOff(const Node& root, const char* list, const char* what, const std::string& file,
+                  ZRFindings& findings) {
+  const Node* const elements = root.Child(list);
+  if (elements == nullptr) return;
+  for (auto child = elements->ChildsBegin(); child != elements->ChildsEnd(); ++child) {
+    if ((*child)->ValueUtf8("enabled") == "F")
+      ZRElementCheck(**child, what, file, findings).Say(Kind::kHint, "it is switched off");
+  }
+}
+
+void CheckDocument(const ZRTessalySetup& setup, std::string_view name, ZRFindings& findings) {
+  const ZRWString path = setup.CfgPath() + Utf8ToUtf16(name);
   if (!Exists(path)) return;
+  const std::string file = ShownFile(setup, name);
   XmlDocument document;
   XmlDocument::tagRefusal refusal;
-  if (document.Load(path.Text(), &refusal)) return;
-  findings.push_back(
-      {ZRFinding::tagKind::kBroken, file, refusal.line, refusal.column, refusal.reason});
+  if (!document.Load(path.Text(), &refusal)) {
+    findings.push_back({Kind::kBroken, file, refusal.line, refusal.column, refusal.reason});
+  } else if (name == kEventsFile) {
+    SayWhatIsOff(*document.Root(), "eventsGroups", "group", file, findings);
+    SayWhatIsOff(*document.Root(), "events", "event", file, findings);
+  }
 }
 
 }  // namespace
 
-void CheckDocuments(const ZRWString& configurationFolder, ZRFindings& findings) {
-  if (!Exists(PathOf(configurationFolder, kEventsFile)))
-    findings.push_back({ZRFinding::tagKind::kHint, kEventsFile, 0, 0, "no such file: no events"});
-  for (const char* file : {kEventsFile, kTimeTablesFile, kParkingFile})
-    CheckDocument(configurationFolder, file, findings);
+std::string ShownFile(const ZRTessalySetup& setup, std::string_view name) {
+  std::wstring_view folder = setup.CfgPath().View();
+  const std::wstring_view site = setup.SitePath().View();
+  if (folder.starts_with(site)) folder.remove_prefix(site.size());
+  return std::string(Utf16ToUtf8(folder).View()) + std::string(name);
+}
+
+bool FolderExists(const ZRWString& path) {
+  ZRFileFind find;
+  return find.FindFile(path + L"/*.*") != 0;
+}
+
+void CheckDocuments(const ZRTessalySetup& setup, ZRFindings& findings) {
+  if (!FolderExists(setup.CfgPath())) {
+    findings.push_back({Kind::kHint, ShownFile(setup, ""), 0, 0, "no such folder: no events"});
+    return;
+  }
+  if (!Exists(setup.CfgPath() + Utf8ToUtf16(kEventsFile)))
+    findings.push_back(
+        {Kind::kHint, ShownFile(setup, kEventsFile), 0, 0, "no such file: no events"});
+  for (const std::string_view name : {kEventsFile, kTimeTablesFile, kParkingFile})
+    CheckDocument(setup, name, findings);
 }

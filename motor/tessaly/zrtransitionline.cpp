@@ -1,5 +1,7 @@
 #include "tessaly/zrtransitionline.h"
 
+#include <algorithm>
+
 #include "host/tools/zrtext.h"
 #include "zrevents/zreventdriver.h"
 
@@ -7,7 +9,8 @@ ZRWString DurationText(double seconds) {
   constexpr long long kMinute = 60;
   constexpr long long kHour = 60 * kMinute;
   constexpr long long kDay = 24 * kHour;
-  const auto whole = static_cast<long long>(seconds);
+  constexpr double kLongest = 1e15;
+  const auto whole = static_cast<long long>(std::clamp(seconds, 0.0, kLongest));
   if (whole < kMinute) return FormatWide(L"%lld s", whole);
   if (whole < kHour) return FormatWide(L"%lld min %lld s", whole / kMinute, whole % kMinute);
   if (whole < kDay) return FormatWide(L"%lld h %lld min", whole / kHour, whole % kHour / kMinute);
