@@ -30,6 +30,9 @@ std::string Event(int number, int groups) {
          "</idn>\n <name>Feeder " + std::to_string((number * 7919) % 1000003) +
          " power out of range</name>\n <description>Active power of feeder " + place +
          " in substation " + std::to_string(number % 97) +
+         ", measured at the low-voltage side of its transformer; call the duty engineer if it "
+         "lasts for "
+         "more than an hour, and tell the grid operator which loads were shed meanwhile." +
          "</description>\n <annotation>Power of feeder " + place +
          " is %a1 kW, for more than %b s</annotation>\n <deaAnnotation>Power of feeder " + place +
          " is back at %a1 kW</deaAnnotation>\n <ackAnnotation>Seen</ackAnnotation>\n"
@@ -74,6 +77,10 @@ PlausibleSite::PlausibleSite(const tagPlausibleSite& shape) {
   std::vector<ZRSettingProblem> warnings;
   if (!ZRTessalySetup::Get().Load(Utf8ToUtf16(std::string_view(folder)), problems, warnings))
     std::abort();
+}
+
+ZRWString PlausibleSite::EventsFile() const {
+  return Utf8ToUtf16(std::string_view(folder + "/config/default.xeve"));
 }
 
 PlausibleSite::~PlausibleSite() {

@@ -22,6 +22,7 @@ class PlausibleSite {
   PlausibleSite(const PlausibleSite&) = delete;
   PlausibleSite& operator=(const PlausibleSite&) = delete;
 
+  [[nodiscard]] ZRWString EventsFile() const;
   [[nodiscard]] std::size_t BytesOfXml() const { return bytes; }
 
  private:

@@ -115,6 +115,25 @@ class ZREVENTS_API ZREventDriver {
 
   // One cycle at the local time `now`. Always true.
   bool Work(const ZRDateTime& now);
+  // Ask the processor to bring near what Work reads: first the event, some events later its
+  // condition.
+  void Prefetch() const {
+    __builtin_prefetch(&timeTable);
+    __builtin_prefetch(&occurrences);
+  }
+  void PrefetchCondition() const {
+    if (condition) condition->Prefetch();
+  }
+  // The same for who lists the event: first its fields, some events later its longer texts.
+  void PrefetchFields() const {
+    __builtin_prefetch(&enabled);
+    __builtin_prefetch(&textMutex);
+    __builtin_prefetch(&id);
+    __builtin_prefetch(&description);
+    __builtin_prefetch(&deaAnnotation);
+    __builtin_prefetch(&activeSince);
+  }
+  void PrefetchTexts() const;
   void ResetDelayONCounter() { delayOnStart = 0; }
   void ResetDelayOFFCounter() { delayOffStart = 0; }
 

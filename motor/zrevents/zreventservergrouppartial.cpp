@@ -10,23 +10,9 @@ constexpr std::uint32_t kPause = 1000;  // ms between two passes
 
 }  // namespace
 
-void ZRPassPace::Begin() {
-  quiet = 0;
-  since = ZRPlatform::Get().TickCount();
-}
-
-bool ZRPassPace::IsDue(bool busy) {
-  if (!busy && ++quiet < kQuietEvents) return false;
-  quiet = 0;
-  const std::uint32_t now = ZRPlatform::Get().TickCount();
-  if (now == since) return false;
-  since = now;
-  return true;
-}
-
 ZREventServerGroup::ZREventServerGroupPartial::ZREventServerGroupPartial(
     std::vector<ZREventDriver*> toServe)
-    : events(std::move(toServe)) {}
+    : pass(std::move(toServe)) {}
 
 ZREventServerGroup::ZREventServerGroupPartial::~ZREventServerGroupPartial() {
   Stop();
@@ -59,13 +45,9 @@ void ZREventServerGroup::ZREventServerGroupPartial::Run() {
 void ZREventServerGroup::ZREventServerGroupPartial::Pass() {
   const std::uint32_t begun = ZRPlatform::Get().TickCount();
   const ZRDateTime now = ZRDateTime::LTC();
-  pace.Begin();
-  for (ZREventDriver* event : events) {
-    const bool wasEnabled = event->IsEnabled();
-    event->Work(now);
-    if (event->hasClientActions()) UpdateTimes(*event);
-    if (pace.IsDue(wasEnabled || event->IsEnabled())) ZRPlatform::Get().Sleep(0);
-  }
+  pass.Run(now, [this](const ZREventDriver& event) {
+    if (event.hasClientActions()) UpdateTimes(event);
+  });
   lastPass = ZRPlatform::Get().TickCount() - begun;
 }
 

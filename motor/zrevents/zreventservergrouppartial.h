@@ -4,22 +4,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "zrevents/zreventpass.h"
 #include "zrevents/zreventservergroup.h"
-
-// Tells a worker when to give up the processor: at least once in each millisecond of running,
-// without asking the clock at every event.
-class ZRPassPace {
- public:
-  // True if it is time. `busy` says that the event served last may have taken long.
-  [[nodiscard]] bool IsDue(bool busy);
-  void Begin();
-
- private:
-  static constexpr int kQuietEvents = 64;  // some microseconds
-
-  int quiet = 0;
-  std::uint32_t since = 0;  // ticks
-};
 
 // The worker of a group: one thread that serves its events in turn, with a second of sleep after
 // each pass.
@@ -48,9 +34,8 @@ class ZREventServerGroup::ZREventServerGroupPartial {
 
   ZRStateWord state{kThreadStopped};
   ZRThread thread;
-  const std::vector<ZREventDriver*> events;
   std::atomic<std::uint32_t> lastPass{0};
-  ZRPassPace pace;             // worker only
+  ZREventPass pass;            // worker only
   mutable ZRMutex timesMutex;  // a leaf
   ZRDateTime lastActivated ZR_GUARDED_BY(timesMutex);
   ZRDateTime lastDeactivated ZR_GUARDED_BY(timesMutex);

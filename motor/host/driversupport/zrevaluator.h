@@ -65,6 +65,12 @@ class ZREvaluator {
   // The same, giving a new value object to the caller.
   [[nodiscard]] int Evaluate(ZRVSValue** value, int& valueType);
 
+  // Asks the processor to bring near what Evaluate reads: for whoever evaluates many in a row.
+  void Prefetch() const {
+    if (const auto* const program = std::get_if<ZRExpressionCode>(&content))
+      __builtin_prefetch(program->Operands());
+  }
+
   // Bytes that this object holds on the heap. A constant, such as a delay, holds none.
   [[nodiscard]] std::size_t MemoryUsed() const;
 

@@ -35,6 +35,41 @@ void BeginDocument(ZRHttpRequest& request, ZRHttpResponse& response) {
   response.Write(kXmlHeader, kToTerminator);
 }
 
+// Walks ahead of who lists the events, so that they are near when their turn comes.
+class CScout {
+ public:
+  explicit CScout(const ZREventSystem& system)
+      : fields(system.EventsBegin()), texts(fields), end(system.EventsEnd()) {
+    for (int i = 0; i < kFieldsAhead; ++i)
+      StepFields();
+    for (int i = 0; i < kTextsAhead; ++i)
+      StepTexts();
+  }
+  void Step() {
+    StepFields();
+    StepTexts();
+  }
+
+ private:
+  static constexpr int kFieldsAhead = 12;
+  static constexpr int kTextsAhead = 6;
+
+  void StepFields() {
+    if (fields == end) return;
+    (*fields)->PrefetchFields();
+    ++fields;
+  }
+  void StepTexts() {
+    if (texts == end) return;
+    (*texts)->PrefetchTexts();
+    ++texts;
+  }
+
+  ZREventSystem::tagEvents::const_iterator fields;
+  ZREventSystem::tagEvents::const_iterator texts;
+  const ZREventSystem::tagEvents::const_iterator end;
+};
+
 // Counts the events that `isListed` and on which some group gives the caller `right`.
 template <typename IsListed>
 int CountEvents(ZREventSystem& system, int right, ZRHttpRequest& request, IsListed isListed) {
@@ -53,7 +88,9 @@ bool ZREventServer::ProcessHttpServiceEventsActived(ZRHttpRequest& request,
   if (!token.Taken()) return RefuseForNow(response);
   BeginDocument(request, response);
   response.Write("<activedEvents>", kToTerminator);
+  CScout scout(eventSystem);
   for (auto event = eventSystem.EventsBegin(); event != eventSystem.EventsEnd(); ++event) {
+    scout.Step();
     if (!(*event)->IsEnabled()) continue;
     if (FirstAllowedGroup(**event, kResourceActiveEvents, request) != nullptr)
       (*event)->ProcessHttpServiceEventsActived(response);

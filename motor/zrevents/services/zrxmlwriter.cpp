@@ -3,39 +3,65 @@
 #include <algorithm>
 #include <cstring>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "host/tools/zrtext.h"
 
 namespace {
 
-constexpr std::size_t kBlock = 16;  // units that are looked at together
-
-// True for all but ASCII that stands for itself in XML. Without branches, so that the compiler
-// judges several units at once.
+// True for all but ASCII that stands for itself in XML.
 constexpr bool IsSpecial(wchar_t unit) {
-  return static_cast<bool>((unit < L' ') | (unit > L'~') | (unit == L'&') | (unit == L'<') |
-                           (unit == L'>') | (unit == L'"') | (unit == L'\''));
+  return unit < L' ' || unit > L'~' || unit == L'&' || unit == L'<' || unit == L'>' ||
+         unit == L'"' || unit == L'\'';
 }
 
-// True if none of the kBlock units at `text` is special.
-bool IsPlainBlock(const wchar_t* text) {
-  int special = 0;
-  for (std::size_t i = 0; i < kBlock; ++i)
-    special |= IsSpecial(text[i]) ? 1 : 0;
-  return special == 0;
+#if defined(__SSE2__)
+
+constexpr std::size_t kBlock = 16;
+
+// Narrows 16 units into `target`. False, with rubbish there, if one of them is special.
+bool CopyPlainBlock(char* target, const wchar_t* units) {
+  const auto load = [units](std::size_t at) {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + at));
+  };
+  // What doesn't fit a byte saturates to 0xFF, which is no ASCII.
+  const __m128i low = _mm_packs_epi32(load(0), load(4));
+  const __m128i high = _mm_packs_epi32(load(8), load(12));
+  const __m128i bytes = _mm_packus_epi16(low, high);
+  __m128i special = _mm_cmplt_epi8(bytes, _mm_set1_epi8(' '));  // 0x80 and above are negative
+  for (const char character : {'\x7F', '&', '<', '>', '"', '\''})
+    special = _mm_or_si128(special, _mm_cmpeq_epi8(bytes, _mm_set1_epi8(character)));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(target), bytes);
+  return _mm_movemask_epi8(special) == 0;
 }
 
-// The number of units at the start of `text` that aren't special.
-std::size_t PlainLength(std::wstring_view text) {
-  std::size_t plain = 0;
-  while (plain + kBlock <= text.size() && IsPlainBlock(text.data() + plain))
-    plain += kBlock;
+#else
+
+constexpr std::size_t kBlock = 1;
+
+bool CopyPlainBlock(char* target, const wchar_t* units) {
+  *target = static_cast<char>(*units);
+  return !IsSpecial(*units);
+}
+
+#endif
+
+// Narrows `text` into `target`, which has room for all of it, up to the first special unit. The
+// number of units that were taken.
+std::size_t CopyPlain(char* target, std::wstring_view text) {
+  std::size_t at = 0;
+  while (at + kBlock <= text.size() && CopyPlainBlock(target + at, text.data() + at))
+    at += kBlock;
+  const std::size_t rest = text.size() - at;
   // The last block overlaps the one before.
-  if (text.size() >= kBlock && text.size() - plain < kBlock &&
-      IsPlainBlock(text.data() + text.size() - kBlock))
+  if (rest != 0 && rest < kBlock && text.size() >= kBlock &&
+      CopyPlainBlock(target + text.size() - kBlock, text.data() + text.size() - kBlock))
     return text.size();
-  while (plain < text.size() && !IsSpecial(text[plain]))
-    ++plain;
-  return plain;
+  for (; at < text.size() && !IsSpecial(text[at]); ++at)
+    target[at] = static_cast<char>(text[at]);
+  return at;
 }
 
 bool IsHighSurrogate(wchar_t unit) {
@@ -59,10 +85,7 @@ void ZRXmlWriter::WriteText(const ZRWString& text) {
   std::wstring_view rest = text.View();
   while (!rest.empty()) {
     if (used == kSize - 1) Flush();
-    const std::size_t plain = PlainLength(rest.substr(0, kSize - 1 - used));
-    char* const target = buffer.data() + used;
-    for (std::size_t i = 0; i < plain; ++i)
-      target[i] = static_cast<char>(rest[i]);
+    const std::size_t plain = CopyPlain(buffer.data() + used, rest.substr(0, kSize - 1 - used));
     used += plain;
     rest.remove_prefix(plain);
     if (rest.empty() || !IsSpecial(rest.front())) continue;
