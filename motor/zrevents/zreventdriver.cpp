@@ -55,6 +55,11 @@ ZRWString ZREventDriver::TextOf(tagTextField field) const {
   return this->*field;
 }
 
+ZRWString ZREventDriver::IdStr() const {
+  const ZRWString text = TextOf(&ZREventDriver::idStr);
+  return text.IsEmpty() ? id.toWString() : text;
+}
+
 void ZREventDriver::SetText(tagTextField field, const ZRWString& text) {
   const ZRMutexLock lock(textMutex);
   this->*field = text;

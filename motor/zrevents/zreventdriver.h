@@ -129,7 +129,7 @@ class ZREVENTS_API ZREventDriver {
     __builtin_prefetch(&enabled);
     __builtin_prefetch(&textMutex);
     __builtin_prefetch(&id);
-    __builtin_prefetch(&description);
+    __builtin_prefetch(&annotationText);
     __builtin_prefetch(&deaAnnotation);
     __builtin_prefetch(&activeSince);
   }
@@ -218,6 +218,7 @@ class ZREVENTS_API ZREventDriver {
   using tagTextField = ZRWString ZREventDriver::*;
   using tagTimeField = ZRDateTime ZREventDriver::*;
   [[nodiscard]] ZRWString TextOf(tagTextField field) const;
+  [[nodiscard]] ZRWString IdStr() const;
   void SetText(tagTextField field, const ZRWString& text);
   void ExpandText(tagTextField field, const ZRWString& textTemplate);
   [[nodiscard]] ZRDateTime TimeOf(tagTimeField field) const;
@@ -228,6 +229,7 @@ class ZREVENTS_API ZREventDriver {
   void AppendEscape(ZRWString& out, const ZRWString& text, std::size_t& at);
 
   // --- services ---
+  void PrepareHead();
   void WriteHead(ZRXmlWriter& xml, const uuid& idToShow) const;
   bool ProcessHttpServiceEventsNotified(const tagSEventRT* occurrence, ZRHttpResponse& response,
                                         bool canAcknowledge) const;
@@ -264,7 +266,9 @@ class ZREVENTS_API ZREventDriver {
   bool rssAcknowledge = false;
 
   uuid id;
-  ZRWString idStr ZR_GUARDED_BY(textMutex);  // as the document gave it, or composed for a listener
+  // As the document gave it, or composed for a listener; empty for the text of `id`.
+  ZRWString idStr ZR_GUARDED_BY(textMutex);
+  ZRString head;  // UTF-8; constant after LoadXml
   ZRWString idn;
   ZRWString name;
   ZRWString description;

@@ -35,8 +35,8 @@ bool ZREventDriver::LoadXml(const XmlDocument::XmlNode* toLoad) {
 bool ZREventDriver::LoadDefinition() {
   ZRWString idText = node->Value(L"id", L"");
   id = wtouuid(idText);
-  SetText(&ZREventDriver::idStr, idText);
   if (id == uuid::null) return false;
+  SetText(&ZREventDriver::idStr, idText == id.toWString() ? ZRWString() : idText);
   LoadTexts();
   LoadFlags();
   timeTable = ZREventSystem::Get().LockTimeTable(node->Value(L"timeTable", L"").Text());
@@ -54,6 +54,7 @@ void ZREventDriver::LoadTexts() {
   idn = node->Value(L"idn", L"");
   name = node->Value(L"name", L"");
   description = node->Value(L"description", L"");
+  PrepareHead();
   annotation = node->Value(L"annotation", L"");
   deaAnnotation = node->Value(L"deaAnnotation", L"");
   ackAnnotation = node->Value(L"ackAnnotation", L"");

@@ -43,8 +43,8 @@ void ZREventDriver::PublishThatANewEventHasBeenCreated() {
                           L"' with no EventCreationPublisher set. Nothing published...");
   }
   (void)publisher->Publish(GetPublishThatANewEventHasBeenCreatedJSON(
-      EngineCreationPublisherManager::GetEngineUuid(), Standard(TextOf(&ZREventDriver::idStr)),
-      Standard(name), Standard(description)));
+      EngineCreationPublisherManager::GetEngineUuid(), Standard(IdStr()), Standard(name),
+      Standard(description)));
 }
 
 void ZREventDriver::PublishTriggeredEvent(tagSEventRT* transition) {
@@ -60,6 +60,6 @@ void ZREventDriver::PublishTriggeredEvent(tagSEventRT* transition) {
   }
   (void)publisher->Publish(GetPublishTriggeredEventJSON(
       EngineCreationPublisherManager::GetEngineUuid(),
-      Standard(transition->actived.ToCompleteWString()), Standard(TextOf(&ZREventDriver::idStr)),
+      Standard(transition->actived.ToCompleteWString()), Standard(IdStr()),
       TransitionText(transition->status), WidenBytes(transition->annotation)));
 }

@@ -43,10 +43,11 @@ XmlDocument::XmlNode& AddEvent(XmlDocument& document, const wchar_t* section) {
 }
 
 // The first lines of memory of a text; the processor sees to the rest by itself.
-void PrefetchText(const ZRWString& text, std::size_t lines) {
-  constexpr std::size_t kUnitsInLine = 64 / sizeof(wchar_t);
-  for (std::size_t line = 0; line < lines; ++line)
-    __builtin_prefetch(text.Text() + line * kUnitsInLine);
+void PrefetchLines(const void* text) {
+  constexpr std::size_t kLine = 64;
+  constexpr std::size_t kLines = 4;
+  for (std::size_t line = 0; line < kLines; ++line)
+    __builtin_prefetch(static_cast<const char*>(text) + line * kLine);
 }
 
 const wchar_t* Flag(bool flag) {
@@ -57,10 +58,21 @@ const wchar_t* Flag(bool flag) {
 
 void ZREventDriver::PrefetchTexts() const {
   if (!IsEnabled()) return;
-  PrefetchText(name, 2);
-  PrefetchText(description, 4);
+  PrefetchLines(head.Text());
   const ZRMutexLock lock(textMutex);
-  PrefetchText(annotationText, 4);
+  PrefetchLines(annotationText.Text());
+}
+
+// What stands between the id and the annotation, ready to be sent: the same in every answer.
+void ZREventDriver::PrepareHead() {
+  ZRString escaped;
+  head.Append("</idn><name>");
+  Text2Xml(escaped, Utf16ToUtf8(name.View()));
+  head.Append(escaped.View());
+  head.Append("</name><description>");
+  Text2Xml(escaped, Utf16ToUtf8(description.View()));
+  head.Append(escaped.View());
+  head.Append("</description><annotation>");
 }
 
 // From the opening tag to the opened annotation.
@@ -72,11 +84,7 @@ void ZREventDriver::WriteHead(ZRXmlWriter& xml, const uuid& idToShow) const {
   xml.Write(shown);
   xml.Write("</id><idn>");
   xml.Write(shown);
-  xml.Write("</idn><name>");
-  xml.WriteText(name);
-  xml.Write("</name><description>");
-  xml.WriteText(description);
-  xml.Write("</description><annotation>");
+  xml.Write(head.View());
 }
 
 bool ZREventDriver::ProcessHttpServiceEventsActived(ZRHttpResponse& response) {
