@@ -52,7 +52,7 @@ class CRun {
 int CRun::Begin() {
   if (!LoadSite()) return kExitImpossible;
   LoadWork();
-  // The port is taken before any event can begin; until the engine works, services give a 503.
+  // The port is taken before any event can begin; until the engine works, its lists are empty.
   if (!StartWeb()) return kExitImpossible;
   if (!StartEngine()) return kExitFaulty;
   logger(kLogNotice, L"http://127.0.0.1:%d/services/events/actived.xml shows what is active",

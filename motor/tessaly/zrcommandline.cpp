@@ -32,7 +32,8 @@ ZRCommand ParseCommandLine(int count, const char* const* words) {
           ZRCommand::tagVerb::kCheck);
   AddVerb(app, "eval", "Evaluate an expression on a site's live values.", command,
           ZRCommand::tagVerb::kEval)
-      ->add_option("EXPRESSION", command.expression, "for example '[meter.voltage] > 250'")
+      ->add_option("EXPRESSION", command.expression,
+                   "for example '[meter.voltage] > 250'; behind -- if it begins with a minus")
       ->required();
   AddVerb(app, "replay", "Run a site's recorded readings from end to end, as fast as it goes.",
           command, ZRCommand::tagVerb::kReplay);

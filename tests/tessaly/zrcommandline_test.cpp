@@ -1,0 +1,105 @@
+#include "tessaly/zrcommandline.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace {
+
+using Verb = ZRCommand::tagVerb;
+
+// Reads words, and keeps what is said to them.
+class CommandLine : public ::testing::Test {
+ protected:
+  ZRCommand Parse(std::vector<const char*> words) {
+    words.insert(words.begin(), "tessaly");
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    const ZRCommand command = ParseCommandLine(static_cast<int>(words.size()), words.data());
+    out = testing::internal::GetCapturedStdout();
+    error = testing::internal::GetCapturedStderr();
+    return command;
+  }
+  std::string out;
+  std::string error;
+};
+
+TEST_F(CommandLine, HasAVerbAndASite) {
+  const std::pair<const char*, Verb> verbs[] = {
+      {"run", Verb::kRun}, {"check", Verb::kCheck}, {"replay", Verb::kReplay}};
+  for (const auto& [word, verb] : verbs) {
+    const ZRCommand command = Parse({word, "a site"});
+    EXPECT_EQ(command.verb, verb) << word;
+    EXPECT_EQ(command.site, "a site");
+    EXPECT_EQ(command.port, -1);
+    EXPECT_EQ(command.exitCode, kExitDone);
+    EXPECT_EQ(out + error, "");
+  }
+}
+
+TEST_F(CommandLine, TakesAnExpressionAsItStands) {
+  for (const char* expression :
+       {"[meter.V] > 250", "[meter.V]", "-1 + 2", "\"a b\"", "", "[a,b]"}) {
+    const ZRCommand command = Parse({"eval", "house", expression});
+    EXPECT_EQ(command.verb, Verb::kEval) << expression << error;
+    EXPECT_EQ(command.expression, expression);
+  }
+  EXPECT_EQ(Parse({"eval", "house", "--", "-[meter.V]"}).expression, "-[meter.V]");
+}
+
+TEST_F(CommandLine, TakesAPortForRun) {
+  EXPECT_EQ(Parse({"run", "house", "--port", "0"}).port, 0);
+  EXPECT_EQ(Parse({"run", "--port=65535", "house"}).port, 65535);
+}
+
+TEST_F(CommandLine, HelpAndVersionAreDoneAtOnce) {
+  for (const std::vector<const char*>& words :
+       {std::vector<const char*>{"--help"}, {"-h"}, {"run", "--help"}, {"eval", "-h"}}) {
+    const ZRCommand command = Parse(words);
+    EXPECT_EQ(command.verb, Verb::kNone);
+    EXPECT_EQ(command.exitCode, kExitDone);
+    EXPECT_NE(out.find("Usage: tessaly"), std::string::npos) << out;
+    EXPECT_NE(out.find("Exit codes: 0"), std::string::npos) << out;
+    EXPECT_EQ(error, "");
+  }
+  const ZRCommand command = Parse({"--version"});
+  EXPECT_EQ(command.verb, Verb::kNone);
+  EXPECT_EQ(command.exitCode, kExitDone);
+  EXPECT_EQ(out.rfind("tessaly ", 0), 0u) << out;
+}
+
+TEST_F(CommandLine, HelpNamesEachVerb) {
+  (void)Parse({"--help"});
+  for (const char* verb : {"  run ", "  check ", "  eval ", "  replay "})
+    EXPECT_NE(out.find(verb), std::string::npos) << verb;
+}
+
+TEST_F(CommandLine, WordsThatMakeNoSenseAreRefused) {
+  const std::vector<const char*> cases[] = {
+      {},
+      {"walk"},
+      {"run"},
+      {"run", "a", "b"},
+      {"run", "a", "--port"},
+      {"run", "a", "--port", "65536"},
+      {"run", "a", "--port", "-1"},
+      {"run", "a", "--port", "http"},
+      {"check", "a", "--port", "1"},
+      {"check", "a", "--verbose"},
+      {"check", "a", "run", "b"},
+      {"eval", "a"},
+      {"eval", "a", "1", "2"},
+  };
+  for (const std::vector<const char*>& words : cases) {
+    std::string shown;
+    for (const char* word : words)
+      shown += std::string(word) + " ";
+    const ZRCommand command = Parse(words);
+    EXPECT_EQ(command.verb, Verb::kNone) << shown;
+    EXPECT_EQ(command.exitCode, kExitImpossible) << shown;
+    EXPECT_EQ(out, "") << shown;
+    EXPECT_NE(error, "") << shown;
+  }
+}
+
+}  // namespace

@@ -1,0 +1,420 @@
+#include "tessaly/zrsitecheck.h"
+
+#include <gtest/gtest.h>
+
+#include "support/enginetest.h"
+#include "support/findinglines.h"
+#include "support/probeaction.h"
+
+namespace {
+
+constexpr const char* kFile = "default.xeve";
+constexpr const char* kNorth = "bbbbbbbb-0000-4000-8000-000000000001";
+constexpr const char* kNobody = "bbbbbbbb-0000-4000-8000-00000000ffff";
+
+// What is at fault, and every line that is said of it.
+struct tagCase {
+  std::string element;
+  Lines lines;
+};
+
+std::string Id(int number) {
+  return "<id>" + EventXml::Id(number) + "</id>";
+}
+std::string Group(const std::string& id, const std::string& name) {
+  return "<g><id>" + id + "</id><name>" + name + "</name></g>";
+}
+
+class SiteCheck : public EngineTest {
+ protected:
+  SiteCheck() {
+    Set("RUN", 0);
+    TimeTables("<days><day><id>shift</id><name>Shift</name></day></days>");
+  }
+
+  // Line 1 is the root, line 2 has the lists that come before, `events` begins in line 3 and its
+  // first element in line 4.
+  Lines CheckDocument(const std::string& events, const std::string& groups,
+                      const std::string& behind = "") {
+    site.Write("config/default.xeve", "<main>\n<eventsGroups>" + groups +
+                                          "</eventsGroups>\n<events>\n" + events + "</events>" +
+                                          behind + "</main>");
+    return CheckLoaded();
+  }
+  Lines CheckLoaded() {
+    (void)server->LoadCfg();
+    return Found(
+        [this](ZRFindings& findings) { CheckEvents(*server->Cfg(), Store(), kFile, findings); });
+  }
+  // Lines 4 and 5 are the frame of an event that is good, the element is in line 6.
+  Lines CheckInEvent(const std::string& element) {
+    return CheckDocument("<event>" + Id(1) + "<name>Pump</name>\n<condition>1 = 1</condition>\n" +
+                             element + "</event>",
+                         Group(kNorth, "North"));
+  }
+  Lines CheckTables(const std::string& inside) {
+    TimeTables(inside);
+    LoadXeve("");
+    return Found([this](ZRFindings& findings) {
+      CheckTimeTables(*server->TimeTableCfg(), Store(), "default.xtmt", findings);
+    });
+  }
+  static Lines CheckFiles() {
+    return Found([](ZRFindings& findings) { CheckDocuments(ZRTessalySetup::Get(), findings); });
+  }
+};
+
+// --- events ---
+
+TEST_F(SiteCheck, CleanDocumentGivesNoFinding) {
+  const std::string full = EventXml("Pump")
+                               .Condition("[P.RUN] = 1")
+                               .Stop("[P.RUN] = 0")
+                               .DelayToActivate("2.5")
+                               .DelayToDeactivate("[P.RUN]")
+                               .Notify()
+                               .Record()
+                               .TimeTable("Shift")
+                               .With("idn", "17")
+                               .With("description", "100 %")
+                               .With("annotation", "%a1 in %g1, %%, %x, %a")
+                               .With("rssActivate", "F")
+                               .With("enabled", "T")
+                               .Argument("[P.RUN]", "0.2", "T")
+                               .Argument("", "", "F")
+                               .Group(kNorth)
+                               .Actions("actions", "acknowledge", "")
+                               .Xml();
+  EXPECT_EQ(CheckDocument(full, Group(kNorth, "North")), Lines{});
+}
+
+TEST_F(SiteCheck, EmptyPartsOfAnEventAreNoLoss) {
+  EXPECT_EQ(CheckInEvent("<timeTable></timeTable><conditionStop/><delayToActivate/>"
+                         "<delayToDeactivate></delayToDeactivate><arguments/><actions/>"
+                         "<eventsGroups/><annotation/><notify/>"),
+            Lines{});
+}
+
+TEST_F(SiteCheck, SaysWhyAnEventWasDropped) {
+  const tagCase cases[] = {
+      {"<e><name>Pump</name></e>", {"default.xeve:4: dropped: event 'Pump': it has no id"}},
+      {"<e><id></id><name>Pump</name></e>",
+       {"default.xeve:4: dropped: event 'Pump': it has no id"}},
+      {"<e><name>Pump</name>\n<id>pump</id></e>",
+       {"default.xeve:5: dropped: event 'Pump': its id 'pump' is no uuid"}},
+      {"<e>" + Id(1) + "<name>Pump</name></e>",
+       {"default.xeve:4: dropped: event 'Pump': it has no condition"}},
+      {"<e>" + Id(1) + "<name>Pump</name>\n<condition>[P.RUN] = </condition></e>",
+       {"default.xeve:5: dropped: event 'Pump': its condition is wrong at character 11: a value is "
+        "expected here"}},
+      {"<e>" + Id(1) + "<name>Pump</name>\n<condition>[P.RUN]</condition></e>",
+       {"default.xeve:5: dropped: event 'Pump': its condition gives a value, not true or false: a "
+        "comparison is missing"}},
+      {"<e>" + Id(1) + "<condition>1 = 1</condition></e>",
+       {"default.xeve:4: dropped: event without a name: it has no name"}},
+  };
+  for (const tagCase& one : cases)
+    EXPECT_EQ(CheckDocument(one.element, ""), one.lines) << one.element;
+}
+
+TEST_F(SiteCheck, SaysWhatOfAnEventIsNotInForce) {
+  const auto says = [](const std::string& kindAndText) {
+    const std::size_t colon = kindAndText.find(':');
+    return Lines{kFile + (":6: " + kindAndText.substr(0, colon)) + ": event 'Pump'" +
+                 kindAndText.substr(colon)};
+  };
+  const tagCase cases[] = {
+      {"<color>red</color>", says("dropped: nobody knows an element 'color' here")},
+      {"<notify>T</notify>\n<notify>F</notify>",
+       {"default.xeve:7: dropped: event 'Pump': a second 'notify' isn't read"}},
+      {"<enabled>false</enabled>",
+       says("changed: 'enabled' is 'false' and counts as T: only F switches off")},
+      {"<notify>true</notify>",
+       says("changed: 'notify' is 'true' and counts as F: only T is true")},
+      {"<record>1</record>", says("changed: 'record' is '1' and counts as F: only T is true")},
+      {"<rssActivate> T</rssActivate>",
+       says("changed: 'rssActivate' is ' T' and counts as F: only T is true")},
+      {"<rssDeactivate>t</rssDeactivate>",
+       says("changed: 'rssDeactivate' is 't' and counts as F: only T is true")},
+      {"<rssAcknowledge>Y</rssAcknowledge>",
+       says("changed: 'rssAcknowledge' is 'Y' and counts as F: only T is true")},
+      {"<delayToActivate>3 s</delayToActivate>",
+       says("dropped: 'delayToActivate' is wrong at character 3: an operator is expected here: "
+            "there is "
+            "no delay")},
+      {"<delayToDeactivate>1 &lt; 2</delayToDeactivate>",
+       says("dropped: 'delayToDeactivate' is a comparison, not a number of seconds: there is no "
+            "delay")},
+      {"<delayToActivate>-3</delayToActivate>",
+       says("changed: 'delayToActivate' is negative: there is no delay")},
+      {"<delayToActivate>\"3\"</delayToActivate>",
+       says("changed: 'delayToActivate' is a text: there is no delay")},
+      {"<delayToActivate>1 / 0</delayToActivate>",
+       says("changed: 'delayToActivate' has no value: there is no delay")},
+      {"<delayToActivate>2147484</delayToActivate>",
+       says("changed: 'delayToActivate' is too long: it is 24 days and 20 hours")},
+      {"<delayToActivate>2147483</delayToActivate>", {}},
+      {"<delayToActivate>[P.NONE]</delayToActivate>",
+       says("hint: 'delayToActivate' reads a variable that no driver has at present")},
+      {"<conditionStop>1 =</conditionStop>",
+       says("dropped: its stop condition is wrong at character 4: a value is expected here")},
+      {"<conditionStop>1 + 1</conditionStop>",
+       says("dropped: its stop condition gives a value, not true or false")},
+      {"<conditionStop>[P.NONE] = 1</conditionStop>",
+       says("hint: 'conditionStop' reads a variable that no driver has at present")},
+      {"<timeTable>Nights</timeTable>",
+       says("dropped: there is no time table 'Nights': it is always evaluated")},
+      {std::string("<eventsGroups><g>") + kNorth + "</g><g>" + kNobody + "</g></eventsGroups>",
+       says(std::string("changed: there is no group '") + kNobody +
+            "': it joins the default group")},
+      {"<arguments><a><value>1 = 1</value></a></arguments>",
+       says("dropped: argument 1 is a comparison, not a value")},
+      {"<arguments><a/><a><value>1 +</value></a></arguments>",
+       says("dropped: argument 2 is wrong at character 4: a value is expected here")},
+      {"<arguments><a><value>[P.NONE]</value></a></arguments>",
+       says("hint: argument 1 reads a variable that no driver has at present")},
+      {"<arguments><a><value>1</value><format>%d</format></a></arguments>",
+       says("changed: argument 1 has a format that means nothing, '%d': it is shown in its "
+            "shortest form")},
+      {"<arguments><a><value>1</value><thousandSeparator>1</thousandSeparator></a></arguments>",
+       says("changed: 'thousandSeparator' is '1' and counts as F: only T is true")},
+      {"<arguments><a><unit>kW</unit></a></arguments>",
+       says("dropped: nobody knows an element 'unit' here")},
+      {"<annotation>%a1</annotation>",
+       says("hint: 'annotation' asks for argument 1, which isn't there: the text keeps it as it "
+            "stands")},
+      {"<deaAnnotation>%a2</deaAnnotation><arguments><a><value>1</value></a><a/></arguments>",
+       says("hint: 'deaAnnotation' asks for argument 2, which isn't there: the text keeps it as it "
+            "stands")},
+      {"<ackAnnotation>%%a7 %g2</ackAnnotation>",
+       says("hint: 'ackAnnotation' asks for group 2, which isn't there: the text keeps it as it "
+            "stands")},
+      {"<annotation>%a99999999999999999999</annotation>",
+       says(
+           "hint: 'annotation' asks for argument 99999999999999999999, which isn't there: the text "
+           "keeps it as it stands")},
+      {"<annotation>100 %</annotation>",
+       says("changed: 'annotation' ends in a single %, which is lost: %% shows one")},
+      {"<actions><begin/></actions>", says("dropped: nobody knows an element 'begin' here")},
+      {"<actions><while/><while><zap/></while></actions>",
+       says("dropped: a second 'while' isn't read")},
+      {"<actions><activate><zap/></activate></actions>",
+       says("dropped: action 'zap' doesn't exist")},
+      {"<clientActions><while><beep/></while></clientActions>",
+       says("dropped: action 'beep' isn't available yet")},
+      {"<actions><acknowledge><beep/></acknowledge></actions>",
+       says("dropped: actions of an acknowledgement need 'notify': nobody is asked to "
+            "acknowledge")},
+  };
+  for (const tagCase& one : cases)
+    EXPECT_EQ(CheckInEvent(one.element), one.lines) << one.element;
+}
+
+TEST_F(SiteCheck, SaysWhichActionsCannotBeUsed) {
+  const ProbeActions probes({"force"}, {});
+  EXPECT_EQ(CheckInEvent("<actions><activate>" + ProbeXml("force") + "\n" +
+                         ProbeXml("force", "", true) + "</activate></actions>"),
+            Lines{"default.xeve:7: dropped: event 'Pump': action 'force' lacks what it needs"});
+  server->Reset();  // before the probes go
+}
+
+TEST_F(SiteCheck, SaysThatAConditionReadsAVariableThatNobodyHas) {
+  EXPECT_EQ(
+      CheckDocument("<e>" + Id(1) + "<name>A</name>\n<condition>[P.NONE] = 1</condition></e>", ""),
+      Lines{"default.xeve:5: hint: event 'A': 'condition' reads a variable that no driver has "
+            "at present"});
+}
+
+TEST_F(SiteCheck, SaysThatEventsShareNameOrId) {
+  const std::string condition = "<condition>1 = 1</condition></e>";
+  EXPECT_EQ(CheckDocument("<e>" + Id(1) + "<name>A</name>" + condition + "\n<e>" + Id(2) +
+                              "<name>A</name>" + condition + "\n<e>" + Id(1) + "<name>B</name>" +
+                              condition,
+                          ""),
+            (Lines{"default.xeve:5: changed: event 'A': another event has its name: the variables "
+                   "are the first one's",
+                   "default.xeve:6: changed: event 'B': another event has its id: a search by id "
+                   "finds only one of them"}));
+}
+
+TEST_F(SiteCheck, SaysWhatOfTheDocumentIsNotRead) {
+  EXPECT_EQ(
+      CheckDocument("", "", "\n<events><e/></events>\n<evnets/>"),
+      (Lines{"default.xeve:5: dropped: the document: a second 'events' isn't read",
+             "default.xeve:6: dropped: the document: nobody knows an element 'evnets' here"}));
+}
+
+TEST_F(SiteCheck, DocumentThatDoesNotExistGivesNoFindingOfItsParts) {
+  EXPECT_EQ(CheckLoaded(), Lines{});
+}
+
+// --- groups ---
+
+TEST_F(SiteCheck, SaysWhatBecameOfTheGroups) {
+  const std::string id = std::string("<id>") + kNorth + "</id>";
+  const tagCase cases[] = {
+      {Group(kNorth, "North"), {}},
+      {"<g><name>North</name></g>", {"default.xeve:2: dropped: group 'North': it has no id"}},
+      {"\n<g><id>north</id></g>",
+       {"default.xeve:3: dropped: group without a name: its id 'north' is no uuid"}},
+      {"<g>" + id + "</g>", {"default.xeve:2: dropped: group without a name: it has no name"}},
+      {"<g>" + id + "<name>North</name>\n<color/></g>",
+       {"default.xeve:3: dropped: group 'North': nobody knows an element 'color' here"}},
+      {"<g>" + id + "<name>North</name>\n<enabled>no</enabled></g>",
+       {"default.xeve:3: changed: group 'North': 'enabled' is 'no' and counts as T: only F "
+        "switches "
+        "off"}},
+      {Group(kNorth, "North") + "\n" + Group(kNorth, "South"),
+       {"default.xeve:3: changed: group 'South': another group has its id: no event finds this "
+        "one"}},
+      {Group(kNorth, "North") + "\n" + Group(kNobody, "North"),
+       {"default.xeve:3: hint: group 'North': another group has its name: one worker runs the "
+        "events of both"}},
+      {Group(kNorth, "alarm"),
+       {"default.xeve:2: hint: group 'alarm': another group has its name: one worker runs the "
+        "events of both"}},
+  };
+  for (const tagCase& one : cases)
+    EXPECT_EQ(CheckDocument("", one.element), one.lines) << one.element;
+}
+
+// --- time tables ---
+
+TEST_F(SiteCheck, CleanTimeTablesGiveNoFinding) {
+  EXPECT_EQ(CheckTables("<days><day><id>d</id><name>D</name>"
+                        "<slot><from>7:00</from><to>08:30</to></slot>"
+                        "<slot><from>0900</from><to>24h00</to></slot></day></days>"
+                        "<weeks><week><id>w</id><name>W</name><day0>d</day0><day6>D</day6><day3/>"
+                        "</week></weeks>"
+                        "<calendars><c><id>c</id><name>C</name>"
+                        "<year><year>2026</year><month1><day31>W</day31></month1></year>"
+                        "<year><year>2027</year><month12/></year></c></calendars>"),
+            Lines{});
+}
+
+TEST_F(SiteCheck, SaysWhatOfATimeTableIsNotInForce) {
+  const auto day = [](const std::string& inside) {
+    return "<days><t><id>t</id><name>T</name>\n" + inside + "</t></days>";
+  };
+  const auto week = [](const std::string& inside) {
+    return "<weeks><t><id>t</id><name>T</name>\n" + inside + "</t></weeks>";
+  };
+  const auto calendar = [](const std::string& inside) {
+    return "<calendars><t><id>t</id><name>T</name>\n" + inside + "</t></calendars>";
+  };
+  const auto slot = [&](const std::string& from, const std::string& to) {
+    return day("<slot><from>" + from + "</from><to>" + to + "</to></slot>");
+  };
+  const auto says = [](const std::string& kindAndText) {
+    const std::size_t colon = kindAndText.find(':');
+    return Lines{"default.xtmt:2: " + kindAndText.substr(0, colon) + ": time table 'T'" +
+                 kindAndText.substr(colon)};
+  };
+  const tagCase cases[] = {
+      {"<days>\n<t><name>T</name></t></days>", says("dropped: it has no id")},
+      {"<days>\n<t><id>t</id></t></days>",
+       {"default.xtmt:2: dropped: time table without a name: it has no name"}},
+      {"<months/>",
+       {"default.xtmt:1: dropped: the document: nobody knows an element 'months' here"}},
+      {day("<slots/>"), says("dropped: nobody knows an element 'slots' here")},
+      {day("<slot><from>1:00</from><to>2:00</to><end/></slot>"),
+       says("dropped: nobody knows an element 'end' here")},
+      {slot("25:00", "26:00"), says("dropped: a slot's 'from' is no time of day")},
+      {slot("9:00", "9:60"), says("dropped: a slot's 'to' is no time of day")},
+      {slot("22:00", "06:00"),
+       says("dropped: a slot ends before it begins: a span across midnight needs two")},
+      {slot("9:00", "9:00"), says("hint: a slot ends where it begins: it switches nothing off")},
+      {slot("9:00", "12"), says("changed: a slot's 'to' is '12' and is read as 12:12")},
+      {slot("010000", "2:00"), says("changed: a slot's 'from' is '010000' and is read as 01:00")},
+      {week("<day7>t</day7>"), says("dropped: nobody knows an element 'day7' here")},
+      {week("<day01>t</day01>"), says("dropped: nobody knows an element 'day01' here")},
+      {week("<day1>none</day1>"), says("dropped: 'day1' names no time table: 'none'")},
+      {week("<day1/><day1>none</day1>"),
+       {"default.xtmt:2: dropped: time table 'T': a second 'day1' isn't read",
+        "default.xtmt:2: dropped: time table 'T': 'day1' names no time table: 'none'"}},
+      {week("<day1>t</day1>"),
+       {"default.xtmt:1: hint: time table 'T': it leads round in a circle: on such a day it "
+        "switches nothing off"}},
+      {calendar("<day1>t</day1>"), says("dropped: nobody knows an element 'day1' here")},
+      {calendar("<year><year>next</year></year>"), says("dropped: a year has no number: 'next'")},
+      {calendar("<year><month1/></year>"), says("dropped: a year has no number: ''")},
+      {calendar("<year><year>2026</year></year><year><year>2026</year></year>"),
+       says("dropped: a second year 2026 isn't read")},
+      {calendar("<year><year>2026</year><month13/></year>"),
+       says("dropped: nobody knows an element 'month13' here")},
+      {calendar("<year><year>2026</year><month1><day32/></month1></year>"),
+       says("dropped: nobody knows an element 'day32' here")},
+      {calendar("<year><year>2026</year><month1><day1>none</day1></month1></year>"),
+       says("dropped: 'day1' names no time table: 'none'")},
+  };
+  for (const tagCase& one : cases)
+    EXPECT_EQ(CheckTables(one.element), one.lines) << one.element;
+}
+
+TEST_F(SiteCheck, SaysThatTimeTablesShareNameOrId) {
+  EXPECT_EQ(CheckTables("<days>\n<t><id>a</id><name>A</name></t>\n<t><id>a</id><name>B</name></t>\n"
+                        "<t><id>c</id><name>A</name></t></days>"),
+            (Lines{"default.xtmt:3: changed: time table 'B': its id finds another time table",
+                   "default.xtmt:4: changed: time table 'A': its name finds another time table"}));
+}
+
+TEST_F(SiteCheck, FindsCirclesOfTablesAndWhatLeadsToThem) {
+  const auto table = [](const std::string& id, const std::string& entry) {
+    return "\n<t><id>" + id + "</id><name>" + id + "-</name>" + entry + "</t>";
+  };
+  const std::string circle = ": it leads round in a circle: on such a day it switches nothing off";
+  EXPECT_EQ(
+      CheckTables("<days>" + table("end", "") + "</days><weeks>" + table("a", "<day0>b</day0>") +
+                  table("b", "<day0>end</day0><day1>a</day1>") + table("c", "<day2>a</day2>") +
+                  table("d", "<day2>end</day2>") + "</weeks>"),
+      (Lines{"default.xtmt:3: hint: time table 'a-'" + circle,
+             "default.xtmt:4: hint: time table 'b-'" + circle,
+             "default.xtmt:5: hint: time table 'c-'" + circle}));
+}
+
+// --- files ---
+
+TEST_F(SiteCheck, SaysThatThereAreNoEvents) {
+  EXPECT_EQ(CheckFiles(), Lines{"config/default.xeve: hint: no such file: no events"});
+  std::filesystem::remove_all(site.path / "config");
+  EXPECT_EQ(CheckFiles(), Lines{"config/: hint: no such folder: no events"});
+}
+
+TEST_F(SiteCheck, SaysWhereADocumentIsBroken) {
+  site.Write("config/default.xeve", "<main><events></main>");
+  site.Write("config/default.xtmt", "<main>\n  <days></weeks></main>");
+  site.Write("config/default.xpark", "");
+  const Lines lines = CheckFiles();
+  ASSERT_EQ(lines.size(), 3u);
+  EXPECT_EQ(lines[0], "config/default.xeve:1:17: broken: mismatched tag");
+  EXPECT_EQ(lines[1], "config/default.xtmt:2:11: broken: mismatched tag");
+  EXPECT_EQ(lines[2].rfind("config/default.xpark", 0), 0u) << lines[2];
+}
+
+TEST_F(SiteCheck, SaysThatADocumentIsNoFile) {
+  std::filesystem::create_directory(site.path / "config" / "default.xeve");
+  const Lines lines = CheckFiles();
+  ASSERT_EQ(lines.size(), 1u);
+  EXPECT_EQ(lines[0].rfind("config/default.xeve: broken: ", 0), 0u) << lines[0];
+}
+
+TEST_F(SiteCheck, SaysWhatIsSwitchedOff) {
+  site.Write(
+      "config/default.xeve",
+      "<main><eventsGroups><g><name>G</name><enabled>F</enabled></g></eventsGroups>\n<events>"
+      "<e><name>A</name></e>\n<e><name>B</name><enabled>F</enabled></e></events></main>");
+  EXPECT_EQ(CheckFiles(), (Lines{"config/default.xeve:1: hint: group 'G': it is switched off",
+                                 "config/default.xeve:3: hint: event 'B': it is switched off"}));
+}
+
+TEST_F(SiteCheck, CallsFilesByTheirPlaceInTheSite) {
+  std::filesystem::create_directory(site.path / "elsewhere");
+  std::vector<ZRSettingProblem> none;
+  ZRTessalySetup setup;
+  ASSERT_TRUE(setup.LoadText("config = \"a/b\"", site.WidePath(), none, none));
+  EXPECT_EQ(ShownFile(setup, kEventsFile), "a/b/default.xeve");
+  ASSERT_TRUE(setup.LoadText("config = \"/etc/events\"", site.WidePath(), none, none));
+  EXPECT_EQ(ShownFile(setup, kEventsFile), "/etc/events/default.xeve");
+}
+
+}  // namespace
