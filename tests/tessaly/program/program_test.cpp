@@ -1,0 +1,263 @@
+#include <gtest/gtest.h>
+
+#include "support/eventxml.h"
+#include "support/httpclient.h"
+#include "support/runningprogram.h"
+#include "support/sitefolder.h"
+
+namespace {
+
+constexpr int kDone = 0;
+constexpr int kFaulty = 1;
+constexpr int kImpossible = 2;
+
+// A site whose events are in one group, and the program on it.
+class Program : public ::testing::Test {
+ protected:
+  Program() {
+    Settings("");
+    Events(EventXml("Always", 1).Condition("1 = 1").Notify());
+  }
+
+  void Settings(const std::string& more) const {
+    site.Write("tessaly.toml",
+               more +
+                   "[[driver]]\ntype = \"simulator\"\nname = \"sim\"\n[[driver.variable]]\n"
+                   "name = \"LEVEL\"\nform = \"constant\"\nvalue = 2.5\n");
+  }
+  void Events(const EventXml& event) const {
+    site.Write("config/default.xeve", "<main>\n<events>\n" + event.Xml() + "\n</events>\n</main>");
+  }
+
+  static std::vector<std::string> Words(std::vector<std::string> words) {
+    words.insert(words.begin(), ZR_TESSALY);
+    return words;
+  }
+  // Runs to the end. The exit code; what was said is in `out` and `error`.
+  int Run(std::vector<std::string> words) {
+    words.insert(words.begin() + 1, site.path.string());
+    return RunWith(std::move(words));
+  }
+  int RunWith(std::vector<std::string> words) {
+    RunningProgram once(Words(std::move(words)));
+    const int exitCode = once.Wait();
+    out = once.Out();
+    error = once.Error();
+    return exitCode;
+  }
+  // Starts `run`, and waits until it works. The port that it listens on, 0 if it doesn't.
+  std::uint16_t Start(const std::vector<std::string>& more = {"--port", "0"}) {
+    std::vector<std::string> words{"run", site.path.string()};
+    words.insert(words.end(), more.begin(), more.end());
+    program = std::make_unique<RunningProgram>(Words(words));
+    const std::string start = "http://127.0.0.1:";
+    if (!program->WaitFor(" shows what is active\n")) return 0;
+    const std::size_t at = program->Error().find(start);
+    return static_cast<std::uint16_t>(std::stoi(program->Error().substr(at + start.size())));
+  }
+  bool Says(const std::string& text) const {
+    return program->Error().find(text) != std::string::npos;
+  }
+  int Stop(int signal = SIGTERM) const {
+    program->Signal(signal);
+    return program->Wait();
+  }
+
+  SiteFolder site;
+  std::unique_ptr<RunningProgram> program;
+  std::string out;
+  std::string error;
+};
+
+// --- run ---
+
+TEST_F(Program, ServesItsEventsToCurlUntilItIsTerminated) {
+  const std::uint16_t port = Start();
+  ASSERT_NE(port, 0) << program->Error();
+  EXPECT_TRUE(Says("] active: Always\n") || program->WaitFor("] active: Always\n"));
+  const std::string base = "http://127.0.0.1:" + std::to_string(port) + "/services/events/";
+  const std::pair<const char*, const char*> expected[] = {
+      {"actived.xml", "<activedEvents><event>"},
+      {"notified.xml", "<notifiedEvents><event>"},
+      {"counts.xml", "<counts><actived>1</actived><notified>1</notified></counts>"}};
+  for (const auto& [file, text] : expected) {
+    RunningProgram curl({"curl", "-sS", "--fail", "--compressed", "--max-time", "10", base + file});
+    EXPECT_EQ(curl.Wait(), 0) << file << curl.Error();
+    EXPECT_TRUE(curl.Out().starts_with("<?xml ")) << curl.Out();
+    EXPECT_NE(curl.Out().find(text), std::string::npos) << curl.Out();
+  }
+  EXPECT_EQ(Stop(), kDone);
+  EXPECT_TRUE(program->Error().ends_with("] stopped\n")) << program->Error();
+  EXPECT_EQ(program->Out(), "");
+  EXPECT_FALSE(HttpClient(port).IsConnected());
+}
+
+TEST_F(Program, ReloadsWhatHasChangedAndKeepsWhatIsBetterThanABrokenFile) {
+  const std::uint16_t port = Start();
+  ASSERT_NE(port, 0) << program->Error();
+  const auto names = [port](const char* name) {
+    const HttpReply reply = HttpClient(port).Get("/services/events/actived.xml");
+    return reply.body.find(std::string("<name>") + name + "</name>") != std::string::npos;
+  };
+
+  site.Write("config/default.xeve", "<main>\n<events></main>");
+  program->Signal(SIGHUP);
+  EXPECT_TRUE(program->WaitFor("config/default.xeve:2:11: broken: mismatched tag\n"));
+  EXPECT_TRUE(program->WaitFor("not reloaded: the configuration in force stays\n"));
+  EXPECT_TRUE(names("Always"));
+
+  Settings("timezone = \"Mars/Olympus\"\n");
+  program->Signal(SIGHUP);
+  EXPECT_TRUE(program->WaitFor("there is no zone 'Mars/Olympus'\n"));
+  EXPECT_TRUE(program->WaitFor("not reloaded: the configuration in force stays\n"));
+  EXPECT_TRUE(names("Always"));
+
+  Settings("http.port = 1\n");
+  Events(EventXml("Ever", 2).Condition("[sim.LEVEL] = 2.5").With("record", "yes"));
+  program->Signal(SIGHUP);
+  EXPECT_TRUE(program->WaitFor("] reloading\n"));
+  EXPECT_TRUE(program->WaitFor("default.xeve:3: changed: event 'Ever': 'record' is 'yes'"));
+  EXPECT_TRUE(program->WaitFor("1 events of "));
+  EXPECT_TRUE(Says("] active: Ever\n") || program->WaitFor("] active: Ever\n"));
+  EXPECT_TRUE(names("Ever"));
+  EXPECT_FALSE(names("Always"));
+  EXPECT_FALSE(Says("http.port")) << "--port holds, whatever the settings say";
+  EXPECT_EQ(Stop(), kDone);
+}
+
+TEST_F(Program, SaysThatAnotherPortTakesEffectAtTheNextStartAndStopsOnAnInterruptToo) {
+  Settings("http.port = 0\n");
+  const std::uint16_t port = Start({});
+  ASSERT_NE(port, 0) << program->Error();
+  Settings("http.port = 1\n");
+  program->Signal(SIGHUP);
+  EXPECT_TRUE(program->WaitFor("http.port is changed: the web server stays at port " +
+                               std::to_string(port) + " until the next start\n"));
+  EXPECT_TRUE(program->WaitFor("1 events of "));
+  EXPECT_TRUE(HttpClient(port).IsConnected());
+  EXPECT_EQ(Stop(SIGINT), kDone);
+}
+
+TEST_F(Program, SaysThatItsPortIsInUse) {
+  const std::uint16_t port = Start();
+  ASSERT_NE(port, 0) << program->Error();
+  EXPECT_EQ(Run({"run", "--port", std::to_string(port)}), kImpossible);
+  EXPECT_NE(error.find("] the web server can't start: port " + std::to_string(port) +
+                       " of 127.0.0.1 is in use\n"),
+            std::string::npos)
+      << error;
+  EXPECT_EQ(error.find("active: "), std::string::npos) << "no event has begun";
+}
+
+TEST_F(Program, SaysWhatItDroppedAndRunsTheRest) {
+  site.Write("config/default.xeve", "<main><events>\n<e><name>No\x7f</name></e>\n" +
+                                        EventXml("Yes").Condition("1 = 1").Xml() +
+                                        "</events></main>");
+  ASSERT_NE(Start(), 0) << program->Error();
+  EXPECT_TRUE(Says("[error] config/default.xeve:2: dropped: event 'No\\x7f': it has no id\n"))
+      << program->Error();
+  EXPECT_TRUE(Says("1 events of "));
+}
+
+TEST_F(Program, RefusesASiteThatCannotBeUsed) {
+  const std::string nowhere = (site.path / "none").string();
+  for (const char* verb : {"run", "check", "replay"}) {
+    EXPECT_EQ(RunWith({verb, nowhere}), kImpossible);
+    EXPECT_NE((out + error).find(nowhere + ": broken: there is no such folder\n"),
+              std::string::npos)
+        << out << error;
+  }
+  EXPECT_EQ(RunWith({"eval", nowhere, "1"}), kImpossible);
+  EXPECT_NE(error.find("there is no such folder\n"), std::string::npos) << error;
+
+  site.Write("config/default.xtmt", "<main>\n<days>\n");
+  EXPECT_EQ(Run({"run"}), kImpossible);
+  EXPECT_NE(error.find("config/default.xtmt:3:1: broken: "), std::string::npos) << error;
+  EXPECT_EQ(Run({"check"}), kImpossible);
+  EXPECT_TRUE(out.starts_with("config/default.xtmt:3:1: broken: ")) << out;
+
+  site.Write("tessaly.toml", "name = \"x\"\n  port 3\n");
+  EXPECT_EQ(Run({"run"}), kImpossible);
+  EXPECT_NE(error.find("tessaly.toml:2:8: broken: "), std::string::npos) << error;
+  EXPECT_EQ(Run({"check"}), kImpossible);
+  EXPECT_TRUE(out.starts_with("tessaly.toml:2:8: broken: ")) << out;
+}
+
+TEST_F(Program, SaysThatItsLogCannotBeOpened) {
+  Settings("log.target = \"none/tessaly.log\"\n");
+  EXPECT_EQ(Run({"run", "--port", "0"}), kImpossible);
+  EXPECT_TRUE(error.starts_with("tessaly: the log can't be opened: ")) << error;
+}
+
+// --- check ---
+
+TEST_F(Program, CheckEndsWithOneIfSomethingWasDropped) {
+  EXPECT_EQ(Run({"check"}), kDone);
+  EXPECT_EQ(out, site.path.string() + ": 1 events, 8 groups, 0 time tables\n");
+  EXPECT_EQ(error, "");
+
+  Events(EventXml("Always").Condition("[sim.NONE] = 1").With("notify", "no"));
+  EXPECT_EQ(Run({"check"}), kDone) << "a change and a hint";
+  EXPECT_NE(out.find("config/default.xeve:3: changed: "), std::string::npos) << out;
+  EXPECT_NE(out.find("config/default.xeve:3: hint: "), std::string::npos) << out;
+
+  Events(EventXml("Always").Condition("[sim.LEVEL]"));
+  EXPECT_EQ(Run({"check"}), kFaulty);
+  EXPECT_TRUE(
+      out.starts_with("config/default.xeve:3: dropped: event 'Always': its condition gives "))
+      << out;
+}
+
+TEST_F(Program, CheckOfTheSampleSiteIsClean) {
+  const std::string house = std::string(ZR_SOURCE_DIR) + "/examples/house";
+  EXPECT_EQ(RunWith({"check", house}), kDone);
+  EXPECT_EQ(out, house + ": 14 events, 11 groups, 1 time tables\n");
+}
+
+TEST_F(Program, OutputThatCannotBeWrittenIsAFault) {
+  RunningProgram shell(
+      {"sh", "-c", "exec " ZR_TESSALY " check '" + site.path.string() + "' >/dev/full"});
+  EXPECT_EQ(shell.Wait(), kFaulty);
+  EXPECT_EQ(shell.Error(), "tessaly: standard output can't be written\n");
+}
+
+// --- eval ---
+
+TEST_F(Program, EvaluatesOnLiveValues) {
+  const std::tuple<const char*, int, const char*> cases[] = {
+      {"[sim.LEVEL] * 2", kDone, "class 0 (value)\n5\n"},
+      {"[sim.LEVEL]", kDone, "class 0 (value)\n2.5\n"},
+      {"[sim.LEVEL] > 2", kDone, "class 1 (true or false)\ntrue\n"},
+      {"[Always.ST] = 1", kDone, "class 1 (true or false)\nfalse\n"},
+      {"\"a b\"", kDone, "class 0 (value)\ntext \"a b\"\n"},
+      {"1 / 0", kFaulty, "class 0 (value)\nno value: it divides by zero\n"},
+      {"[sim.NONE]", kFaulty,
+       "class 0 (value)\nno value: it reads a variable that no driver has\n"},
+      {"1 + ", kFaulty, "1 + \n    ^\nwrong at character 5: a value is expected here\n"},
+      {"\t+ )", kFaulty, "\\t+ )\n  ^\nwrong at character 2: a value is expected here\n"},
+  };
+  for (const auto& [expression, exitCode, text] : cases) {
+    EXPECT_EQ(Run({"eval", expression}), exitCode) << expression;
+    EXPECT_EQ(out, text) << expression;
+    EXPECT_EQ(error, "");
+  }
+}
+
+TEST_F(Program, NumbersHaveAPointInEveryLanguage) {
+  Settings("language = \"es\"\n");
+  EXPECT_EQ(Run({"eval", "[sim.LEVEL]"}), kDone);
+  EXPECT_EQ(out, "class 0 (value)\n2.5\n");
+}
+
+// --- words ---
+
+TEST_F(Program, AnswersToItsOptions) {
+  EXPECT_EQ(RunWith({"--version"}), kDone);
+  EXPECT_TRUE(out.starts_with("tessaly ")) << out;
+  EXPECT_EQ(RunWith({"--help"}), kDone);
+  EXPECT_NE(out.find("Usage: tessaly"), std::string::npos) << out;
+  EXPECT_EQ(RunWith({}), kImpossible);
+  EXPECT_EQ(RunWith({"walk"}), kImpossible);
+}
+
+}  // namespace
