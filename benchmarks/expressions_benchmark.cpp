@@ -103,7 +103,7 @@ std::size_t Slot(std::size_t index, std::size_t which, tagMeasure measure) {
   mixed = (mixed ^ (mixed >> 30u)) * 0xBF58476D1CE4E5B9u;
   mixed = (mixed ^ (mixed >> 27u)) * 0x94D049BB133111EBu;
   mixed ^= mixed >> 31u;
-  return mixed % (kSlots / kMeasures) * kMeasures + measure;
+  return mixed % (kSlots / kMeasures) * kMeasures + static_cast<std::size_t>(measure);
 }
 
 double Step(std::size_t index) {
@@ -343,7 +343,7 @@ void Pass(benchmark::State& state, const tagShape& shape, std::uint64_t expected
   for (auto _ : state) {
     std::size_t holding = 0;
     for (const Condition& condition : set.conditions)
-      holding += condition.Holds() ? 1 : 0;
+      holding += condition.Holds() ? 1u : 0u;
     benchmark::DoNotOptimize(holding);
   }
   state.counters["each"] =
@@ -425,10 +425,11 @@ int main(int argumentCount, char** arguments) {
   RegisterShape<5>(kShapes[1]);
   RegisterShape<12>(kShapes[2]);
   // The repetitions of all contenders take turns, so that what else the machine does meets all.
-  std::vector<char*> all(arguments, arguments + argumentCount);
   std::string interleaved = "--benchmark_enable_random_interleaving=true";
   std::string aggregates = "--benchmark_report_aggregates_only=true";
-  all.insert(all.begin() + 1, {interleaved.data(), aggregates.data()});
+  std::vector<char*> all = {arguments[0], interleaved.data(), aggregates.data()};
+  for (int i = 1; i < argumentCount; ++i)
+    all.push_back(arguments[i]);
   int count = static_cast<int>(all.size());
   all.push_back(nullptr);
   benchmark::Initialize(&count, all.data());
