@@ -87,8 +87,7 @@ void CheckEvaluation(ZREvaluator& evaluator, int classOfText) {
   Require(error != ZREvaluator::kNotAnalyzed && error >= 0 && error <= ZREvaluator::kOutOfRange);
   ZRVSValue* object = nullptr;
   int objectType = 0;
-  Require(evaluator.Evaluate(&object, objectType) == error ||
-          classOfText == 0);  // age() may differ
+  Require(evaluator.Evaluate(&object, objectType) == error);
   const std::unique_ptr<ZRVSValue> owned(object);
   if (error != ZREvaluator::kSuccess) return;
   CheckValue(classOfText, value, type);

@@ -22,6 +22,7 @@ void ZREvaluator::SetFlags(int flag, ...) {
   mayRefer = false;
   std::va_list others;
   va_start(others, flag);
+  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start is right above
   for (int next = flag; next != -1; next = va_arg(others, int)) {
     if (next == kReferencesFlag) mayRefer = true;
   }

@@ -76,7 +76,7 @@ class ZREvaluator {
 
  private:
   using tagText = std::unique_ptr<ZRWString>;
-  static constexpr std::int8_t kNotYet = -2;  // as a class: not analysed
+  static constexpr int kNotYet = -2;  // as a class: not analysed
   static constexpr int kReferencesFlag = 2;
 
   void Accept(ZRExpressionCode&& program, bool isConstant);
@@ -84,8 +84,8 @@ class ZREvaluator {
 
   // Nothing, or a text that wasn't analysed, or what it became.
   std::variant<std::monostate, tagText, double, ZRExpressionCode> content;
+  int classOfText = kNotYet;
   std::uint16_t errorPosition = 0;
-  std::int8_t classOfText = kNotYet;
   ZRExpressionReason errorReason = ZRExpressionReason::kNone;
   bool mayRefer = false;
 };

@@ -83,6 +83,7 @@ int LoadAny(const ZRExpressionWord* operands, std::size_t place, double& value) 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wpedantic"
 
+// NOLINTBEGIN(bugprone-macro-parentheses): the arguments are statements and names
 #define ZR_NEXT goto* kLabels[*at++]
 
 // The next operand is a variable: its number as `name`, or the end of the program.
@@ -182,7 +183,7 @@ int LoadAny(const ZRExpressionWord* operands, std::size_t place, double& value) 
   return ZREvaluator::kSuccess
 
 #define ZR_JUMP                             \
-  ZRJumpOffset offset;                      \
+  ZRJumpOffset offset{};                    \
   std::memcpy(&offset, at, sizeof(offset)); \
   at += sizeof(offset) + offset.bytes;      \
   operand += offset.words
@@ -251,6 +252,7 @@ Rare:
   return kRare;
 }
 
+// NOLINTEND(bugprone-macro-parentheses)
 #pragma GCC diagnostic pop
 
 int ZRExpressionMachine::ExecuteRare(tagState& state, const ZRExpressionWord* operands) {

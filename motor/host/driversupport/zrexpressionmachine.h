@@ -19,7 +19,7 @@ class ZRExpressionMachine {
   // written on success only: a number, or a NaN that stands for a text.
   [[nodiscard]] static int Run(const ZRExpressionCode& code, double& result) {
     double stack[kMaximumStack];
-    tagState rare;
+    tagState rare;  // NOLINT(cppcoreguidelines-pro-type-member-init): written before it is read
     const int outcome =
         ExecuteQuick(code.Instructions(), code.Operands(), stack, 0.0, result, rare);
     return outcome == kRare ? GoOn(rare, code.Operands(), result) : outcome;

@@ -60,10 +60,10 @@ constexpr bool MayBeText(ZRExpressionType type) {
 
 // How a function of numbers is called. `folded` takes its operands two by two.
 struct ZRExpressionParser::tagFunction {
-  const char* name;
-  ZROperation operation;
-  int least;
-  int most;
+  const char* name = "";
+  ZROperation operation = ZROperation::kAbsolute;
+  int least = 1;
+  int most = 1;
   bool folded = false;
   ZRExpressionType type = ZRExpressionType::kNumber;
 };
