@@ -178,7 +178,10 @@ void CheckAction(const ZRElementCheck& check, const Node& action, ZREventDriver&
             "action " + Quoted(tag) + (isPlanned ? " isn't available yet" : " doesn't exist"));
 }
 
-void CheckMoment(const ZRElementCheck& check, const Node& moment, ZREventDriver& event) {
+void CheckMoment(const ZRElementCheck& check, const Node& side, const Node& moment,
+                 ZREventDriver& event) {
+  const bool isRead = IsMoment(moment.TagUtf8()) && side.Child(moment.TagUtf8()) == &moment;
+  if (!isRead) return;
   if (moment.TagUtf8() == "acknowledge" && !event.Notify() && moment.Size() != 0) {
     check.Say(Kind::kDropped, moment,
               "actions of an acknowledgement need 'notify': nobody is asked to acknowledge");
@@ -194,8 +197,7 @@ void CheckActions(const ZRElementCheck& check, ZREventDriver& event) {
     if (side == nullptr) continue;
     check.CheckKeys(*side, IsMoment);
     for (auto moment = side->ChildsBegin(); moment != side->ChildsEnd(); ++moment)
-      if (side->Child((*moment)->TagUtf8()) == *moment && IsMoment((*moment)->TagUtf8()))
-        CheckMoment(check, **moment, event);
+      CheckMoment(check, *side, **moment, event);
   }
 }
 
@@ -228,9 +230,10 @@ void CheckRefusedEvent(const ZRElementCheck& check) {
   const ZRExpressionFacts facts = FactsOfExpression(condition->TextUtf8());
   if (facts.kind == ZREvaluator::kInvalid)
     return check.Say(Kind::kDropped, *condition, "its condition is wrong " + facts.reason);
-  if (facts.kind != ZREvaluator::kLogical)
+  if (facts.kind != ZREvaluator::kLogical) {
     return check.Say(Kind::kDropped, *condition,
                      "its condition gives a value, not true or false: a comparison is missing");
+  }
   check.Say(Kind::kDropped, "it has no name");
 }
 

@@ -60,9 +60,10 @@ void CheckDocuments(const ZRTessalySetup& setup, ZRFindings& findings) {
     findings.push_back({Kind::kHint, ShownFile(setup, ""), 0, 0, "no such folder: no events"});
     return;
   }
-  if (!Exists(setup.CfgPath() + Utf8ToUtf16(kEventsFile)))
+  if (!Exists(setup.CfgPath() + Utf8ToUtf16(kEventsFile))) {
     findings.push_back(
         {Kind::kHint, ShownFile(setup, kEventsFile), 0, 0, "no such file: no events"});
+  }
   for (const std::string_view name : {kEventsFile, kTimeTablesFile, kParkingFile})
     CheckDocument(setup, name, findings);
 }

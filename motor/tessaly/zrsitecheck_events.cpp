@@ -19,9 +19,10 @@ void CheckGroup(const ZRElementCheck& check, ZREventSystem& system) {
   const ZRWString name = check.Element().Value(L"name", L"");
   const uuid groupId = wtouuid(id);
   if (id.IsEmpty()) return check.Say(Kind::kDropped, "it has no id");
-  if (groupId == uuid::null)
+  if (groupId == uuid::null) {
     return check.Say(Kind::kDropped,
                      "its id " + Quoted(check.Element().ValueUtf8("id")) + " is no uuid");
+  }
   if (name.IsEmpty()) return check.Say(Kind::kDropped, "it has no name");
   check.CheckKeys(check.Element(), [](std::string_view tag) {
     return tag == "id" || tag == "name" || tag == "enabled";

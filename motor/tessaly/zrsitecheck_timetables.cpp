@@ -128,9 +128,10 @@ class CTables {
     const std::string_view number = year.ValueUtf8("year");
     if (!IsNumberedTag(number, "", 1, kLastYear))
       return check.Say(Kind::kDropped, year, "a year has no number: " + Quoted(number));
-    if (check.Element().Child("year", "year", number) != &year)
+    if (check.Element().Child("year", "year", number) != &year) {
       return check.Say(Kind::kDropped, year,
                        "a second year " + std::string(number) + " isn't read");
+    }
     for (auto month = year.ChildsBegin(); month != year.ChildsEnd(); ++month) {
       if (!IsMonth((*month)->TagUtf8())) continue;
       check.CheckKeys(**month, IsDayOfMonth);

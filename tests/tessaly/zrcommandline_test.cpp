@@ -11,8 +11,9 @@ using Verb = ZRCommand::tagVerb;
 // Reads words, and keeps what is said to them.
 class CommandLine : public ::testing::Test {
  protected:
-  ZRCommand Parse(std::vector<const char*> words) {
-    words.insert(words.begin(), "tessaly");
+  ZRCommand Parse(const std::vector<const char*>& behindProgram) {
+    std::vector<const char*> words{"tessaly"};
+    words.insert(words.end(), behindProgram.begin(), behindProgram.end());
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
     const ZRCommand command = ParseCommandLine(static_cast<int>(words.size()), words.data());
