@@ -89,27 +89,48 @@ TEST(LiveValue, ALongTextIsCutBetweenCharacters) {
   EXPECT_EQ("", TextOf(value));
 }
 
-TEST(LiveValue, ReadersNeverSeeAPartOfAText) {
+// A live text, and threads that write and read it.
+struct tagTexts {
+  // A long one, and two that are written in less time than it takes to read that.
+  const std::string texts[3] = {std::string(250, 'a'), "b", "cc"};
   ZRLiveValue value;
-  const std::string texts[] = {std::string(250, 'a'), std::string(97, 'b'), std::string(3, 'c')};
-  value.SetText(texts[0], 1);
-  std::atomic<bool> done{false};
-  int torn = 0;
-  {
-    ZRThread writers[2];
-    for (ZRThread& writer : writers) {
-      ASSERT_TRUE(writer.Start([&] {
-        for (int turn = 0; turn < 3000; ++turn)
-          value.SetText(texts[turn % 3], turn);
-        done = true;
-      }));
-    }
-    while (!done) {
-      const std::string seen = TextOf(value);
-      if (seen != texts[0] && seen != texts[1] && seen != texts[2]) ++torn;
-    }
+  std::atomic<int> torn{0};
+  std::atomic<bool> isOver{false};
+
+  tagTexts() { value.SetText(texts[0], 1); }
+  // Counts what nobody has written.
+  void Read() {
+    const std::string seen = TextOf(value);
+    if (seen != texts[0] && seen != texts[1] && seen != texts[2]) ++torn;
   }
-  EXPECT_EQ(0, torn);
+  void Write(int turns, int first, int readEvery) {
+    for (int turn = 0; turn < turns; ++turn) {
+      value.SetText(texts[(turn + first) % 3], turn);
+      if (turn % readEvery == 0) Read();
+    }
+    isOver = true;
+  }
+};
+
+TEST(LiveValue, ReadersNeverSeeAPartOfAText) {
+  tagTexts shared;
+  {
+    ZRThread writer;
+    ASSERT_TRUE(writer.Start([&] { shared.Write(30'000, 0, 100); }));
+    while (!shared.isOver)
+      shared.Read();
+  }
+  EXPECT_EQ(0, shared.torn);
+}
+
+TEST(LiveValue, WritersNeverMixTheirTexts) {
+  tagTexts shared;
+  {
+    ZRThread writer;
+    ASSERT_TRUE(writer.Start([&] { shared.Write(20'000, 0, 1); }));
+    shared.Write(20'000, 1, 1);
+  }
+  EXPECT_EQ(0, shared.torn);
 }
 
 TEST(LiveValue, ANumberIsNeverSeenWithAnotherOnesQuality) {
