@@ -12,6 +12,7 @@
 #include "zrevents/zrdriverpath.h"
 #include "zrevents/zreventdriver.h"
 #include "zrevents/zrgatetoken.h"
+#include "zrevents/zrnewesttime.h"
 
 namespace {
 

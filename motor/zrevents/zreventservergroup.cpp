@@ -64,7 +64,3 @@ std::uint32_t ZREventServerGroup::LongestPass() {
     longest = std::max(longest, partial->LastPass());
   return longest;
 }
-
-void KeepNewest(ZRDateTime& newest, const ZRDateTime& candidate) {
-  if (candidate.Valid() && (!newest.Valid() || newest < candidate)) newest = candidate;
-}

@@ -47,6 +47,3 @@ class ZREVENTS_API ZREventServerGroup {
   bool started ZR_GUARDED_BY(mutex) = false;
   std::vector<std::unique_ptr<ZREventServerGroupPartial>> partials ZR_GUARDED_BY(mutex);
 };
-
-// `candidate` replaces `newest` if it is valid, and later or the first one.
-void KeepNewest(ZRDateTime& newest, const ZRDateTime& candidate);

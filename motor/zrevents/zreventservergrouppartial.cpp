@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "zrevents/zreventdriver.h"
+#include "zrevents/zrnewesttime.h"
 
 namespace {
 

@@ -15,6 +15,7 @@
 #include "support/oneevent.h"
 #include "support/probeaction.h"
 #include "zrevents/zreventservergrouppartial.h"
+#include "zrevents/zrnewesttime.h"
 
 namespace {
 

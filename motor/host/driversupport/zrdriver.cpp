@@ -23,23 +23,21 @@ ZRDriver::~ZRDriver() {
 }
 
 ZRDriver* ZRDriver::Register(std::unique_ptr<ZRDriver> driver) {
-  return Drivers().emplace_back(std::move(driver)).get();
+  return Drivers().Append(std::move(driver));
 }
 
 void ZRDriver::UnregisterAll() {
-  while (!Drivers().empty()) {
-    // Out of the list before it goes: its destructor may look drivers up.
-    const std::unique_ptr<ZRDriver> last = std::move(Drivers().back());
-    Drivers().pop_back();
-  }
+  // Each is out of the list before it goes: its destructor may look drivers up.
+  while (!Drivers().IsEmpty())
+    (void)Drivers().TakeLast();
 }
 
 ZRDriver::const_iterator ZRDriver::DriversBegin() {
-  return const_iterator(Drivers().cbegin());
+  return Drivers().begin();
 }
 
 ZRDriver::const_iterator ZRDriver::DriversEnd() {
-  return const_iterator(Drivers().cend());
+  return Drivers().end();
 }
 
 ZRDriver* ZRDriver::LockDriver(const wchar_t* id, const void* /*reserved*/) {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "host/driversupport/zrlivevalue.h"
+#include "host/platform/zrownedlist.h"
 #include "host/tools/xmldocument.h"
 #include "host/tools/zrbasicstring.h"
 #include "host/tools/zruuid.h"
@@ -32,8 +33,8 @@ class ZRDriver {
 
   // --- the list of all drivers, in the order of Register ---
 
-  using tagDrivers = std::vector<std::unique_ptr<ZRDriver>>;
-  class const_iterator;  // walks as ZRDriver*
+  using tagDrivers = ZROwnedList<ZRDriver>;
+  using const_iterator = tagDrivers::const_iterator;  // walks as ZRDriver*
 
   static ZRDriver* Register(std::unique_ptr<ZRDriver> driver);  // takes it over
   static void UnregisterAll();                                  // destroys them, the last first
@@ -86,31 +87,4 @@ class ZRDriver {
   // Both constant after Start.
   std::vector<ZRLiveValue*> variables;  // published, by number
   std::unordered_map<ZRWString, std::int64_t> numbers;
-};
-
-class ZRDriver::const_iterator {
- public:
-  using iterator_category = std::forward_iterator_tag;
-  using value_type = ZRDriver*;
-  using difference_type = std::ptrdiff_t;
-  using pointer = ZRDriver* const*;
-  using reference = ZRDriver*;
-
-  const_iterator() = default;
-  explicit const_iterator(tagDrivers::const_iterator first) : position(first) {}
-
-  ZRDriver* operator*() const { return position->get(); }
-  const_iterator& operator++() {
-    ++position;
-    return *this;
-  }
-  const_iterator operator++(int) {
-    const_iterator before = *this;
-    ++position;
-    return before;
-  }
-  bool operator==(const const_iterator&) const = default;
-
- private:
-  tagDrivers::const_iterator position{};
 };
