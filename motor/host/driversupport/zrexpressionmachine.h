@@ -17,7 +17,8 @@ class ZRExpressionMachine {
 
   // Runs a program from its start. An error of ZREvaluator, kSuccess included; the result is
   // written on success only: a number, or a NaN that stands for a text.
-  [[nodiscard]] static int Run(const ZRExpressionCode& code, double& result) {
+  [[nodiscard, gnu::always_inline]] static inline int Run(const ZRExpressionCode& code,
+                                                          double& result) {
     double stack[kMaximumStack];
     tagState rare;  // NOLINT(cppcoreguidelines-pro-type-member-init): written before it is read
     const int outcome =
