@@ -45,9 +45,9 @@ class ZREVENTS_API ZREventDriver {
   virtual bool ParseAnnotation(ZRWString& out, const ZRWString& text);
 
   // Reads the definition and tells the bus of the event. False, without a line in the log, for an
-  // id that is no uuid, a missing or invalid condition, and an empty name. `node` must outlive the
-  // event.
-  [[nodiscard]] bool LoadXml(const XmlDocument::XmlNode* node);
+  // id that is no uuid, a missing or invalid condition, and an empty name. `toLoad` must outlive
+  // the event.
+  [[nodiscard]] bool LoadXml(const XmlDocument::XmlNode* toLoad);
 
   // --- the definition: constant after LoadXml ---
 

@@ -22,7 +22,7 @@ bool ZREventServerGroup::Start() {
   // One piece takes them all: the capacity of a piece is the number of events.
   const int pieces = (count - 1) / count + 1;
   for (int piece = 0; piece < pieces; ++piece) {
-    const auto first = events.begin() + piece * count;
+    const auto first = events.begin() + std::ptrdiff_t{piece} * count;
     const auto last = events.begin() + std::min((piece + 1) * count, count);
     partials.push_back(
         std::make_unique<ZREventServerGroupPartial>(std::vector<ZREventDriver*>(first, last)));

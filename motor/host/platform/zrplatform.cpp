@@ -118,6 +118,7 @@ bool ZRPlatform::ListFolder(const std::string& folder, std::vector<std::string>&
   if (open == nullptr) return false;
   names.clear();
   errno = 0;
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): the stream is this call's own
   while (const dirent* entry = ::readdir(open.get())) {
     const std::string name = entry->d_name;
     if (name != "." && name != "..") names.push_back(name);

@@ -51,7 +51,7 @@ void ExchangeExceptionState(tagExceptionState& leave, const tagExceptionState& e
   std::memcpy(globals + sizeof enter.caught, &enter.uncaught, sizeof enter.uncaught);
 }
 
-constexpr std::size_t kStackSize = 1024 * 1024;  // reserved; used as far as touched
+constexpr std::size_t kStackSize = std::size_t{1024} * 1024;  // reserved; used as far as touched
 
 // A stack with an inaccessible page below it.
 class CStack {

@@ -60,7 +60,7 @@ class ZRVirtualTime : public ZRPlatform {
     std::uint64_t when;
     bool advance;
     std::uint64_t arrival;
-    auto operator<=>(const tagDue&) const = default;
+    auto operator<=>(const tagDue&) const = default;  // NOLINT(modernize-use-nullptr)
   };
 
   static constexpr std::uint64_t kNever = ~std::uint64_t{0};

@@ -14,7 +14,7 @@
 // Threads   the cache is one atomic word: key and pick never disagree.
 class ZRTimeTableReference : public ZRTimeTable {
  public:
-  [[nodiscard]] bool LoadXml(const XmlDocument::XmlNode* node) override;
+  [[nodiscard]] bool LoadXml(const XmlDocument::XmlNode* toKeep) override;
   // True without a pick, else the pick's answer.
   [[nodiscard]] bool NeedCheck(const ZRDateTime& now) override;
 
