@@ -232,6 +232,9 @@ struct tagTransitionCase {
   int status;
   const wchar_t* text;
 };
+void PrintTo(const tagTransitionCase& one, std::ostream* out) {
+  *out << one.status;
+}
 class PublishedTransition : public Publication,
                             public ::testing::WithParamInterface<tagTransitionCase> {};
 

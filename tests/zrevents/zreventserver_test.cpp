@@ -5,9 +5,11 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <iterator>
+#include <functional>
 #include <memory>
+#include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/driversupport/zrdrivervariable.h"
@@ -60,7 +62,9 @@ class EventServer : public EngineTest {
   }
   std::string Read(const std::string& name) const {
     std::ifstream file(site.path / name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::ostringstream content;
+    content << file.rdbuf();
+    return content.str();
   }
   static std::vector<std::string> Tags(const XmlDocument::XmlNode& node) {
     std::vector<std::string> tags;
@@ -271,25 +275,34 @@ TEST_F(EventServer, OfTwoGroupsOfOneNameTheLaterOneGetsTheEvents) {
             Joined(StartLines(log)));
 }
 
-// The groups are gone while the driver's events load.
+// The fixed groups are gone while the driver's own load.
 TEST_F(EventServer, AnEventWithoutAGroupRunsOnTheExtraWorker) {
-  driver->generate = [](XmlDocument::XmlNode* events, XmlDocument::XmlNode*, const ZRWideMap&) {
+  driver->generate = [](XmlDocument::XmlNode* events, XmlDocument::XmlNode* groups,
+                        const ZRWideMap&) {
     Store().Reset();
     XmlDocument generated;
-    ASSERT_TRUE(generated.Parse(("<events>" + Always("Alone").Xml() + "</events>").c_str()));
-    *events->NewChild(L"events", nullptr) = *generated.Root();
+    ASSERT_TRUE(generated.Parse(
+        ("<main><events>" + Always("Alone", 1).Xml() + Always("Grouped", 2).Group(kGroupA).Xml() +
+         "</events><eventsGroups>" + GroupXml(kGroupA, "!") + "</eventsGroups></main>")
+            .c_str()));
+    *events->NewChild(L"events", nullptr) = *generated.Root()->Node(L"events");
+    *groups->Node(L"eventsGroups") = *generated.Root()->Node(L"eventsGroups");
   };
   LoadXeve("");
   ASSERT_NE(nullptr, Find("Alone"));
   ASSERT_EQ(0, Find("Alone")->GroupsVectorSize());
+  time.FailThreadsAfter(2);
+  EXPECT_FALSE(server->Start());
+  time.FailThreadsAfter(3);  // the worker of "!", the extra one, and the listener thread
   const LogCapture log;
   StartServer();
-  EXPECT_EQ(AddsGroups(1, 2) +
-                "|ZREventServer::Start(): adding event 'Alone' to the last/extra event group '1' "
-                "(has no name)...",
+  EXPECT_EQ(AddsGroups(2, 3) +
+                "|ZREventServer::Start(): adding event 'Alone' to the last/extra event group '2' "
+                "(has no name)...|" +
+                AddsToGroup("Grouped", 0, "!"),
             Joined(StartLines(log)));
   EXPECT_TRUE(Find("Alone")->IsEnabled());
-  EXPECT_EQ(1u, server->GetNumberOfEvents());
+  EXPECT_EQ(2u, server->GetNumberOfEvents());
 }
 
 // The event's group belongs to another store.
@@ -395,6 +408,37 @@ TEST_F(EventServer, LivesAgainAfterAStopAndALoad) {
   }
 }
 
+// Virtual time in which one start of a thread fails, and none before and behind it.
+class OneMissingThread final : public ZRPlatform {
+ public:
+  OneMissingThread(ZRVirtualTime& toUse, int toFail) : time(toUse), missing(toFail) {
+    Replace(this);
+  }
+  ~OneMissingThread() override { Replace(&time); }
+  OneMissingThread(const OneMissingThread&) = delete;
+  OneMissingThread& operator=(const OneMissingThread&) = delete;
+
+  [[nodiscard]] int Asked() const { return asked; }
+
+  tagThread StartThread(std::function<void()> body) override {
+    return asked++ == missing ? 0 : time.StartThread(std::move(body));
+  }
+  void JoinThread(tagThread thread) override { time.JoinThread(thread); }
+  void Sleep(std::uint32_t milliseconds) override { time.Sleep(milliseconds); }
+  std::uint32_t TickCount() override { return time.TickCount(); }
+  std::int64_t UtcMilliseconds() override { return time.UtcMilliseconds(); }
+  bool Wait(ZRWaitWord& word, std::uint32_t expected, std::uint32_t milliseconds) override {
+    return time.Wait(word, expected, milliseconds);
+  }
+  void WakeOne(ZRWaitWord& word) override { time.WakeOne(word); }
+  void WakeAll(ZRWaitWord& word) override { time.WakeAll(word); }
+
+ private:
+  ZRVirtualTime& time;
+  const int missing;
+  int asked = 0;
+};
+
 // Two workers and the listener thread: whichever can't be made, all the others are ended.
 class EventServerWithoutThreads : public EventServer, public ::testing::WithParamInterface<int> {};
 
@@ -438,6 +482,16 @@ TEST_P(EventServerWithoutThreads, CanBeStoppedAllTheSame) {
   server->Stop();
   EXPECT_EQ(0, Store().EventsSize());
   EXPECT_EQ(503, ActiveStatus());
+}
+
+// Only the one thread can't be made: none behind it is asked for.
+TEST_P(EventServerWithoutThreads, AsksForNoThreadBehindTheOneThatCannotBeMade) {
+  LoadXeve(Always("A1", 1).Group(kGroupA).Xml() + Always("B1", 2).Group(kGroupB).Xml(),
+           GroupXml(kGroupA, "A") + GroupXml(kGroupB, "B"));
+  OneMissingThread platform(time, GetParam());
+  EXPECT_FALSE(server->Start());
+  EXPECT_FALSE(server->IsServerStarted());
+  EXPECT_EQ(GetParam() + 1, platform.Asked());
 }
 
 INSTANTIATE_TEST_SUITE_P(Threads, EventServerWithoutThreads, ::testing::Values(0, 1, 2));

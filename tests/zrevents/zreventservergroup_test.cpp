@@ -299,8 +299,13 @@ TEST(PassPace, BeginsAnewWithEachPass) {
   for (int event = 1; event < 64; ++event)
     (void)pace.IsDue(false);
   pace.Begin();
-  EXPECT_FALSE(pace.IsDue(false));
-  EXPECT_FALSE(pace.IsDue(true));
+  EXPECT_FALSE(pace.IsDue(true));  // no time has gone by since
+  for (int event = 1; event < 64; ++event)
+    (void)pace.IsDue(false);
+  pace.Begin();
+  time.SetTickCount(6000);
+  EXPECT_FALSE(pace.IsDue(false));  // the events are counted from there too
+  EXPECT_TRUE(pace.IsDue(true));
 }
 
 // Another thread that is ready gets its turn between two events, once a millisecond has gone by.

@@ -396,8 +396,9 @@ TEST_F(Screens, AFileWithoutAFurtherPointInItsTitleIsNotRead) {
 
 TEST_F(Screens, TheFirstFileThatNamesASensorWins) {
   Write("2.second.xscn", Parking("P") + Fire("Q"));
-  Write("1.first.xscn", Parking("P"));
-  EXPECT_EQ((tagMap{{"P", "first"}, {"Q", "second"}}), Map());
+  Write("1.first.xscn", Parking("P") + Fire("R"));
+  Write("3.third.xscn", Fire("R") + Fire("S"));
+  EXPECT_EQ((tagMap{{"P", "first"}, {"Q", "second"}, {"R", "first"}, {"S", "third"}}), Map());
 }
 
 TEST_F(Screens, EachKindHasItsOwnName) {

@@ -24,6 +24,9 @@ struct tagTimeCase {
   const char* text;
   int minutes;
 };
+void PrintTo(const tagTimeCase& one, std::ostream* out) {
+  *out << one.text;
+}
 
 class TimeOfDay : public ::testing::TestWithParam<tagTimeCase> {};
 

@@ -28,14 +28,15 @@ std::unique_ptr<ZRDriver> ZRDriverFactory::Make(const XmlDocument::XmlNode& sett
   ZRDriverSettings reader(settings, SubjectOf(settings), problems);
   const std::string type = reader.RequiredText(kType);
   std::unique_ptr<ZRDriver> driver;
-  if (type == kMachine)
+  if (type == kMachine) {
     driver = MakeMachine(reader);
-  else if (type == kSimulator)
+  } else if (type == kSimulator) {
     driver = MakeSimulator(reader, problems);
-  else if (type == kReplay)
+  } else if (type == kReplay) {
     driver = MakeReplay(reader);
-  else if (!type.empty())
+  } else if (!type.empty()) {
     reader.Error(kType, "must be \"machine\", \"simulator\" or \"replay\", not \"" + type + "\"");
+  }
   if (driver) reader.WarnOfUnknownKeys();
   return driver;
 }
@@ -60,10 +61,11 @@ bool ZRDriverFactory::ReadIdentity(ZRDriverSettings& settings, ZRWString& id, ZR
   const std::string idText = settings.Has("id") ? settings.Name("id") : nameText;
   id = Utf8ToUtf16(idText);
   name = Utf8ToUtf16(nameText);
-  if (name == ZRMachineDriver::kName)
+  if (name == ZRMachineDriver::kName) {
     settings.Error("name", "is the system driver's own");
-  else if (id == ZRMachineDriver::kName)
+  } else if (id == ZRMachineDriver::kName) {
     settings.Error("id", "is the system driver's own");
+  }
   return !settings.HasErrors();
 }
 

@@ -20,12 +20,13 @@ bool IsForbiddenDelimiter(char delimiter) {
 void ReadSpeed(ZRDriverSettings& settings, ZRReplaySettings& replay) {
   const std::string speed = settings.Text("speed", "true");
   replay.isStep = speed == "step";
-  if (replay.isStep)
+  if (replay.isStep) {
     replay.step =
         settings.Integer("step_ms", kDefaultStep, static_cast<int>(ZRPolledDriver::kShortestPeriod),
                          static_cast<int>(ZRPolledDriver::kLongestPeriod));
-  else if (speed != "true" && speed != "T")
+  } else if (speed != "true" && speed != "T") {
     replay.factor = settings.Number("speed", 1.0, kSlowest, kFastest);
+  }
 }
 
 void ReadSeparators(ZRDriverSettings& settings, ZRReadingsForm& form) {
@@ -33,22 +34,25 @@ void ReadSeparators(ZRDriverSettings& settings, ZRReadingsForm& form) {
   form.decimal = settings.Character("decimal", '.');
   if (form.decimal != '.' && form.decimal != ',')
     settings.Error("decimal", "must be \".\" or \",\"");
-  if (IsForbiddenDelimiter(form.delimiter) || form.delimiter == form.decimal)
+  if (IsForbiddenDelimiter(form.delimiter) || form.delimiter == form.decimal) {
     settings.Error("delimiter",
                    "must be another character than the decimal separator, a quote "
                    "and the end of a line");
+  }
 }
 
 void ReadColumns(ZRDriverSettings& settings, ZRReadingsForm& form) {
   form.header = settings.Flag("header", true);
   form.dateColumns = settings.Texts("date_columns");
-  if (form.dateColumns.empty() || form.dateColumns.size() > 2)
+  if (form.dateColumns.empty() || form.dateColumns.size() > 2) {
     settings.Error("date_columns",
                    form.dateColumns.empty() ? "is missing" : "must be one column or two");
+  }
   form.columns = settings.Texts("columns");
-  if (form.columns.size() > ZRReadingFile::kMostColumns)
+  if (form.columns.size() > ZRReadingFile::kMostColumns) {
     settings.Error("columns",
                    "must be " + std::to_string(ZRReadingFile::kMostColumns) + " columns at most");
+  }
   if (settings.Has("missing")) form.missing = settings.Texts("missing");
 }
 

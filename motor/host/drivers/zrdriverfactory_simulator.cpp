@@ -72,23 +72,24 @@ ZRSwitchForm ReadSwitch(ZRDriverSettings& settings, ZRSimulation& simulation) {
 
 void ReadForm(ZRDriverSettings& settings, ZRSimulation& simulation) {
   const std::string form = settings.RequiredText("form");
-  if (form == "constant")
+  if (form == "constant") {
     simulation.form = ZRConstantForm{RequiredNumber(settings, "value")};
-  else if (form == "ramp")
+  } else if (form == "ramp") {
     simulation.form = ReadRamp(settings);
-  else if (form == "sine")
+  } else if (form == "sine") {
     simulation.form = ReadSine(settings);
-  else if (form == "noise")
+  } else if (form == "noise") {
     simulation.form = ZRNoiseForm{Number(settings, "mean", 0.0)};
-  else if (form == "load")
+  } else if (form == "load") {
     simulation.form = ReadLoad(settings);
-  else if (form == "switch")
+  } else if (form == "switch") {
     simulation.form = ReadSwitch(settings, simulation);
-  else if (!form.empty())
+  } else if (!form.empty()) {
     settings.Error("form",
                    "must be \"constant\", \"ramp\", \"sine\", \"noise\", \"load\" or "
                    "\"switch\", not \"" +
                        form + "\"");
+  }
 }
 
 // The deviation of the noise: the form "noise" calls it `sigma` and can't do without, the others
@@ -144,17 +145,20 @@ std::unique_ptr<ZRDriver> ZRDriverFactory::MakeSimulator(ZRDriverSettings& setti
   const std::uint32_t period = ReadPeriod(settings, ZRSimulatorDriver::kDefaultPeriod);
   const auto seed = static_cast<std::uint64_t>(settings.Integer("seed", 1, 0, kLargestSeed));
   const auto tables = settings.Tables("variable");
-  if (tables.empty() || tables.size() > kMostVariables)
+  if (tables.empty() || tables.size() > kMostVariables) {
     settings.Error("variable",
                    "must stand from once to " + std::to_string(kMostVariables) + " times");
+  }
   std::vector<ZRSimulatedVariable> variables;
   for (const XmlDocument::XmlNode* table : tables) {
     ZRSimulatedVariable variable;
     good = ReadVariable(*table, settings.Subject(), seed, problems, variable) && good;
-    for (const ZRSimulatedVariable& other : variables)
-      if (other.name == variable.name && !variable.name.IsEmpty())
+    for (const ZRSimulatedVariable& other : variables) {
+      if (other.name == variable.name && !variable.name.IsEmpty()) {
         settings.Error("variable", "stands twice with the name \"" +
                                        std::string(table->ValueUtf8("name")) + "\"");
+      }
+    }
     variables.push_back(std::move(variable));
   }
   if (!good || settings.HasErrors()) return nullptr;

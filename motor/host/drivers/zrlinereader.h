@@ -13,7 +13,7 @@
 // Promise   holds one line and one block of the file in memory, never more.
 class ZRLineReader {
  public:
-  static constexpr std::size_t kLongestLine = 64 * 1024;  // bytes, without its end
+  static constexpr std::size_t kLongestLine = std::size_t{64} * 1024;  // bytes, without its end
 
   enum class tagNext {
     kLine,

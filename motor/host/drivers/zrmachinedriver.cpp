@@ -10,7 +10,8 @@
 
 namespace {
 
-constexpr std::size_t kLargestFile = 64 * 1024;  // bytes; what lies behind isn't looked at
+constexpr std::size_t kLargestFile =
+    std::size_t{64} * 1024;  // bytes; what lies behind isn't looked at
 constexpr double kMegabyte = 1e6;
 constexpr double kGigabyte = 1e9;
 
@@ -77,10 +78,11 @@ void ZRMachineDriver::Poll(std::int64_t utc) {
 }
 
 void ZRMachineDriver::Write(std::int64_t number, std::optional<double> value) {
-  if (value)
+  if (value) {
     Variable(number).SetNumber(*value, now);
-  else
+  } else {
     Variable(number).SetUnavailable();
+  }
 }
 
 void ZRMachineDriver::PollLoad() {
@@ -122,11 +124,13 @@ void ZRMachineDriver::AddTemperatures(const std::string& folder, const char* pre
   if (!platform.ListFolder(folder, sensors)) return;
   for (const std::string& sensor : sensors) {
     if (sensor.rfind(prefix, 0) != 0) continue;
+    std::string place = folder;
+    place.append("/").append(sensor).append("/");
     std::vector<std::string> files;
-    if (!platform.ListFolder(folder + "/" + sensor, files)) continue;
+    if (!platform.ListFolder(place, files)) continue;
     for (const std::string& file : files) {
       if (!IsTemperatureFile(file)) continue;
-      const auto degrees = ReadTemperature(ReadSmallFile(folder + "/" + sensor + "/" + file));
+      const auto degrees = ReadTemperature(ReadSmallFile(std::string(place).append(file)));
       if (degrees) hottest = std::max(hottest.value_or(*degrees), *degrees);
     }
   }

@@ -256,9 +256,10 @@ std::optional<double> ZRReadingFile::ReadValue(std::string_view field, std::size
 
 void ZRReadingFile::Report(std::int64_t& count, const std::string& what) {
   ++count;
-  if (faults.reported.size() < kMostReported)
+  if (faults.reported.size() < kMostReported) {
     faults.reported.push_back(
         std::string("line ").append(std::to_string(reader.LineNumber())).append(": ").append(what));
+  }
 }
 
 bool ZRReadingFile::Measure(ZRReadingsSpan& span) {

@@ -63,12 +63,13 @@ bool ZRReplayDriver::Prepare() {
 
 bool ZRReplayDriver::OpenFile(std::string& reason) {
   if (!file.Open(settings.path, settings.form, reason)) return false;
-  if (!file.Measure(span))
+  if (!file.Measure(span)) {
     reason = "it can't be read to its end";
-  else if (span.readings == 0)
+  } else if (span.readings == 0) {
     reason = "it holds no reading";
-  else if (!file.Rewind())
+  } else if (!file.Rewind()) {
     reason = "it can't be read again from its start";
+  }
   if (!reason.empty()) LogFaults();
   return reason.empty();
 }
@@ -81,9 +82,10 @@ void ZRReplayDriver::AddVariables() {
 
 void ZRReplayDriver::LogFaults() const {
   const ZRReadingFile::tagFaults& faults = file.Faults();
-  for (const std::string& fault : faults.reported)
+  for (const std::string& fault : faults.reported) {
     logger(kLogConfiguration, L"replay '%ls': '%s', %s", Name().Text(), settings.title.c_str(),
            fault.c_str());
+  }
   if (faults.reported.empty()) return;
   logger(kLogConfiguration,
          L"replay '%ls': passed over: %lld lines that can't be read, %lld that go back in time, "
@@ -115,10 +117,11 @@ void ZRReplayDriver::Show(std::int64_t utc) {
   for (std::size_t i = 0; i < columns.size(); ++i) {
     const std::optional<double>& value = file.Values()[i];
     ZRLiveValue& live = Variable(columns[i]);
-    if (value)
+    if (value) {
       live.SetNumber(*value, utc);
-    else
+    } else {
       live.SetUnavailable();
+    }
   }
   ++shown;
   shownUtc = lastUtc;

@@ -48,13 +48,14 @@ void ZRSimulatorDriver::Poll(std::int64_t utc) {
 void ZRSimulatorDriver::Show(tagVariable& variable, const ZRSimulatedMoment& moment,
                              std::int64_t utc) {
   ZRLiveValue& live = Variable(variable.number);
-  if (IsDroppedOut(variable.simulation, moment.elapsed))
+  if (IsDroppedOut(variable.simulation, moment.elapsed)) {
     live.SetUnavailable();
-  else if (variable.simulation.isText)
+  } else if (variable.simulation.isText) {
     live.SetText(SimulatedText(variable.simulation, moment), utc);
-  else
+  } else {
     live.SetNumber(
         variable.forced ? *variable.forced : SimulatedNumber(variable.simulation, moment), utc);
+  }
 }
 
 bool ZRSimulatorDriver::ForceValue(const ZRWString& variable, double value,

@@ -36,7 +36,7 @@ class ZRSimulatorDriver final : public ZRPolledDriver {
 
  private:
   struct tagVariable {
-    std::int64_t number;
+    std::int64_t number = -1;
     ZRSimulation simulation;
     std::optional<double> forced;
   };
