@@ -125,12 +125,13 @@ void ZRMachineDriver::AddTemperatures(const std::string& folder, const char* pre
   for (const std::string& sensor : sensors) {
     if (sensor.rfind(prefix, 0) != 0) continue;
     std::string place = folder;
-    place.append("/").append(sensor).append("/");
+    place.append("/").append(sensor);
     std::vector<std::string> files;
     if (!platform.ListFolder(place, files)) continue;
     for (const std::string& file : files) {
       if (!IsTemperatureFile(file)) continue;
-      const auto degrees = ReadTemperature(ReadSmallFile(std::string(place).append(file)));
+      const auto degrees =
+          ReadTemperature(ReadSmallFile(std::string(place).append("/").append(file)));
       if (degrees) hottest = std::max(hottest.value_or(*degrees), *degrees);
     }
   }
