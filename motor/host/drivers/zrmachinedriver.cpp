@@ -130,8 +130,9 @@ void ZRMachineDriver::AddTemperatures(const std::string& folder, const char* pre
     if (!platform.ListFolder(place, files)) continue;
     for (const std::string& file : files) {
       if (!IsTemperatureFile(file)) continue;
-      const auto degrees =
-          ReadTemperature(ReadSmallFile(std::string(place).append("/").append(file)));
+      std::string path = place;
+      path.append("/").append(file);
+      const auto degrees = ReadTemperature(ReadSmallFile(path));
       if (degrees) hottest = std::max(hottest.value_or(*degrees), *degrees);
     }
   }
