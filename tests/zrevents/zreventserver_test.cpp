@@ -292,7 +292,7 @@ TEST_F(EventServer, AnEventWithoutAGroupRunsOnTheExtraWorker) {
   ASSERT_NE(nullptr, Find("Alone"));
   ASSERT_EQ(0, Find("Alone")->GroupsVectorSize());
   time.FailThreadsAfter(2);
-  EXPECT_FALSE(server->Start());
+  EXPECT_FALSE(started = server->Start());
   time.FailThreadsAfter(3);  // the worker of "!", the extra one, and the listener thread
   const LogCapture log;
   StartServer();
@@ -448,7 +448,7 @@ TEST_P(EventServerWithoutThreads, FailsToStartWithNothingRunning) {
            GroupXml(kGroupA, "A") + GroupXml(kGroupB, "B"));
   time.FailThreadsAfter(GetParam());
   const LogCapture log;
-  EXPECT_FALSE(server->Start());
+  EXPECT_FALSE(started = server->Start());
   EXPECT_EQ(4u, StartLines(log).size());  // two about groups, two about events
   for (const LogCapture::tagLine& line : log.Lines())
     EXPECT_EQ(kLogTrace, line.level) << line.text;  // none about the failure
@@ -466,7 +466,7 @@ TEST_P(EventServerWithoutThreads, CanBeStartedOnceThereAreThreadsAgain) {
   LoadXeve(Always("A1", 1).Group(kGroupA).Xml() + Always("B1", 2).Group(kGroupB).Xml(),
            GroupXml(kGroupA, "A") + GroupXml(kGroupB, "B"));
   time.FailThreadsAfter(GetParam());
-  EXPECT_FALSE(server->Start());
+  EXPECT_FALSE(started = server->Start());
   time.FailThreadsAfter(3);
   StartServer();
   EXPECT_TRUE(server->IsServerStarted());
@@ -478,7 +478,7 @@ TEST_P(EventServerWithoutThreads, CanBeStoppedAllTheSame) {
   LoadXeve(Always("A1", 1).Group(kGroupA).Xml() + Always("B1", 2).Group(kGroupB).Xml(),
            GroupXml(kGroupA, "A") + GroupXml(kGroupB, "B"));
   time.FailThreadsAfter(GetParam());
-  EXPECT_FALSE(server->Start());
+  EXPECT_FALSE(started = server->Start());
   server->Stop();
   EXPECT_EQ(0, Store().EventsSize());
   EXPECT_EQ(503, ActiveStatus());
@@ -489,7 +489,7 @@ TEST_P(EventServerWithoutThreads, AsksForNoThreadBehindTheOneThatCannotBeMade) {
   LoadXeve(Always("A1", 1).Group(kGroupA).Xml() + Always("B1", 2).Group(kGroupB).Xml(),
            GroupXml(kGroupA, "A") + GroupXml(kGroupB, "B"));
   OneMissingThread platform(time, GetParam());
-  EXPECT_FALSE(server->Start());
+  EXPECT_FALSE(started = server->Start());
   EXPECT_FALSE(server->IsServerStarted());
   EXPECT_EQ(GetParam() + 1, platform.Asked());
 }
