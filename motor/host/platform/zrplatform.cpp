@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <linux/futex.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -19,6 +20,7 @@
 #include <thread>
 
 #include "host/platform/zrprocess.h"
+#include "host/platform/zrsystemfilesystem.h"
 
 namespace {
 
@@ -98,10 +100,24 @@ class ZRSystemPlatform final : public ZRPlatform {
 ZRSystemPlatform systemPlatform;
 std::atomic<ZRPlatform*> current{&systemPlatform};
 
+// True, with errno, for what a program could wait for without end: a pipe or a socket.
+bool IsPassage(const std::string& path) {
+  struct stat found {};
+  if (::stat(path.c_str(), &found) != 0) return false;
+  if (!S_ISFIFO(found.st_mode) && !S_ISSOCK(found.st_mode)) return false;
+  errno = EINVAL;
+  return true;
+}
+
 }  // namespace
 
+ZRFileSystem& ZRPlatform::Files() {
+  static ZRSystemFileSystem files;
+  return files;
+}
+
 std::FILE* ZRPlatform::OpenFile(const std::string& path, const char* mode) {
-  return std::fopen(path.c_str(), (std::string(mode) + "e").c_str());
+  return IsPassage(path) ? nullptr : std::fopen(path.c_str(), (std::string(mode) + "e").c_str());
 }
 
 bool ZRPlatform::RemoveFile(const std::string& path) {

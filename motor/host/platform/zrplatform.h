@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+class ZRFileSystem;
+
 // A word that threads wait on until another one changes it. The base of every lock.
 using ZRWaitWord = std::atomic<std::uint32_t>;
 
@@ -58,7 +60,7 @@ class ZRPlatform {
 
   // --- files; paths are UTF-8 ---
 
-  // As fopen, close-on-exec. Null with errno set on failure.
+  // As fopen, close-on-exec. Null with errno set on failure, and for a pipe or a socket.
   [[nodiscard]] virtual std::FILE* OpenFile(const std::string& path, const char* mode);
 
   // False with errno set on failure.
@@ -67,6 +69,9 @@ class ZRPlatform {
 
   // Names in `folder` without "." and "..", in no order. False with errno set on failure.
   [[nodiscard]] virtual bool ListFolder(const std::string& folder, std::vector<std::string>& names);
+
+  // Files by position, of this platform.
+  [[nodiscard]] virtual ZRFileSystem& Files();
 
   // --- processes ---
 

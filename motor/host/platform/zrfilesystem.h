@@ -1,0 +1,71 @@
+// Files by position, below a folder: what a data file needs of the disk.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+// The disk of the process, ZRPlatform::Files(). A test puts another one in its place: one that
+// fails, or one that loses power.
+//
+// Paths are UTF-8, and those called `below` are relative to an open folder: a symbolic link on
+// the way, an absolute path and ".." are refused. Failures are kNone, false or -1, with errno
+// set; an interrupted call is repeated inside.
+//
+// Threads   any. Two calls on one handle at once are the caller's matter.
+class ZRFileSystem {
+ public:
+  // Names an open file or folder.
+  using tagHandle = int;
+  static constexpr tagHandle kNone = -1;
+
+  enum class tagAccess {
+    kRead,
+    kReadWrite,
+    kCreate,  // read and write a new file; EEXIST if the name is taken
+  };
+
+  virtual ~ZRFileSystem() = default;
+
+  // --- opening ---
+
+  // This path alone may go through symbolic links: it is the installation's own.
+  [[nodiscard]] virtual tagHandle OpenFolder(const char* path) = 0;
+  [[nodiscard]] virtual tagHandle OpenFolder(tagHandle folder, const char* below) = 0;
+  // Never waits for a reader or writer of a pipe. What isn't a regular file fails (EINVAL).
+  // A new file is its owner's and its group's alone (0640).
+  [[nodiscard]] virtual tagHandle OpenFile(tagHandle folder, const char* below,
+                                           tagAccess access) = 0;
+  // Gives back its lock too. kNone does nothing.
+  virtual void Close(tagHandle handle) = 0;
+
+  // --- an open file ---
+
+  // In bytes; -1 on failure.
+  [[nodiscard]] virtual std::int64_t Size(tagHandle file) = 0;
+  // Move as many bytes as can be moved at once, which may be fewer than `count`; 0 at the end.
+  [[nodiscard]] virtual std::int64_t Read(tagHandle file, void* to, std::size_t count,
+                                          std::uint64_t at) = 0;
+  [[nodiscard]] virtual std::int64_t Write(tagHandle file, const void* from, std::size_t count,
+                                           std::uint64_t at) = 0;
+  [[nodiscard]] virtual bool Truncate(tagHandle file, std::uint64_t size) = 0;
+  // Takes the file for this handle alone, without waiting: EAGAIN if another handle has it, be it
+  // of this process or of another one. Who doesn't ask isn't kept out.
+  [[nodiscard]] virtual bool TryLock(tagHandle file) = 0;
+
+  // --- durability: true once the power may fail ---
+
+  // The file's bytes and its size; not its name.
+  [[nodiscard]] virtual bool Sync(tagHandle file) = 0;
+  // The names in a folder.
+  [[nodiscard]] virtual bool SyncFolder(tagHandle folder) = 0;
+  // Everything on the disk that the handle lies on.
+  [[nodiscard]] virtual bool SyncAll(tagHandle handle) = 0;
+
+  // --- names; each directly in its folder ---
+
+  // One folder, accessible to its owner and group (0750). EEXIST if the name is taken.
+  [[nodiscard]] virtual bool MakeFolder(tagHandle folder, const char* below) = 0;
+  // Never replaces: EEXIST if `to` is taken.
+  [[nodiscard]] virtual bool Rename(tagHandle folder, const char* from, const char* to) = 0;
+  [[nodiscard]] virtual bool Remove(tagHandle folder, const char* below) = 0;
+};

@@ -1,0 +1,174 @@
+#include "host/platform/zrsystemfilesystem.h"
+
+#include <fcntl.h>
+#include <linux/openat2.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+namespace {
+
+constexpr mode_t kFileMode = 0640;
+constexpr mode_t kFolderMode = 0750;
+constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+
+template <typename Call>
+auto Repeated(Call call) {
+  auto result = call();
+  while (result < 0 && errno == EINTR)
+    result = call();
+  return result;
+}
+
+// True if the path stays below its folder as far as its text tells; EXDEV otherwise.
+bool StaysBelow(const char* below) {
+  std::string_view rest(below);
+  bool stays = !rest.empty() && rest.front() != '/';
+  while (stays && !rest.empty()) {
+    const std::size_t end = rest.find('/');
+    stays = rest.substr(0, end) != "..";
+    rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 1);
+  }
+  if (!stays) errno = EXDEV;
+  return stays;
+}
+
+// True if it names something directly in a folder; EXDEV otherwise.
+bool IsOneName(const char* below) {
+  if (std::strchr(below, '/') == nullptr) return StaysBelow(below);
+  errno = EXDEV;
+  return false;
+}
+
+// Opens the folders of the path one by one, where the system can't do it in one call.
+int OpenStepByStep(int folder, const char* below, int flags) {
+  std::string path(below);
+  int at = folder;
+  std::size_t begin = 0;
+  for (;;) {
+    const std::size_t end = path.find('/', begin);
+    const bool isLast = end == std::string::npos;
+    const std::string name = path.substr(begin, isLast ? end : end - begin);
+    const int mode = isLast ? static_cast<int>(kFileMode) : 0;
+    const int step = isLast ? flags : kFolderFlags;
+    const int next = Repeated([&] { return ::openat(at, name.c_str(), step | O_NOFOLLOW, mode); });
+    const int error = errno;
+    if (at != folder) ::close(at);
+    if (next < 0 || isLast) {
+      errno = error;
+      return next;
+    }
+    at = next;
+    begin = end + 1;
+  }
+}
+
+int OpenBelow(int folder, const char* below, int flags) {
+  if (!StaysBelow(below)) return ZRFileSystem::kNone;
+  struct open_how how {};
+  how.flags = static_cast<unsigned>(flags);
+  how.mode = (flags & O_CREAT) != 0 ? kFileMode : 0;
+  how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS;
+  // A change of names elsewhere at the same time makes the call give up (EAGAIN).
+  constexpr int kAttempts = 16;
+  for (int i = 0; i < kAttempts; ++i) {
+    const auto handle = Repeated(
+        [&] { return static_cast<int>(::syscall(SYS_openat2, folder, below, &how, sizeof how)); });
+    if (handle >= 0) return handle;
+    if (errno == ENOSYS || errno == EPERM) break;
+    if (errno != EAGAIN) return ZRFileSystem::kNone;
+  }
+  return OpenStepByStep(folder, below, flags);
+}
+
+int RenameWithoutReplacing(int folder, const char* from, const char* to) {
+  if (::renameat2(folder, from, folder, to, RENAME_NOREPLACE) == 0) return 0;
+  if (errno != EINVAL && errno != ENOSYS) return -1;
+  // Not every file system knows how: a second name, and then the first one goes.
+  if (::linkat(folder, from, folder, to, 0) != 0) return -1;
+  return ::unlinkat(folder, from, 0);
+}
+
+}  // namespace
+
+ZRFileSystem::tagHandle ZRSystemFileSystem::OpenFolder(const char* path) {
+  return Repeated([&] { return ::open(path, kFolderFlags); });
+}
+
+ZRFileSystem::tagHandle ZRSystemFileSystem::OpenFolder(tagHandle folder, const char* below) {
+  return OpenBelow(folder, below, kFolderFlags);
+}
+
+ZRFileSystem::tagHandle ZRSystemFileSystem::OpenFile(tagHandle folder, const char* below,
+                                                     tagAccess access) {
+  constexpr int kAlways = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+  const int how = access == tagAccess::kRead        ? O_RDONLY
+                  : access == tagAccess::kReadWrite ? O_RDWR
+                                                    : O_RDWR | O_CREAT | O_EXCL;
+  return OpenBelow(folder, below, how | kAlways);
+}
+
+void ZRSystemFileSystem::Close(tagHandle handle) {
+  if (handle >= 0) ::close(handle);
+}
+
+std::int64_t ZRSystemFileSystem::Size(tagHandle file) {
+  struct stat found {};
+  if (::fstat(file, &found) != 0) return -1;
+  if (S_ISREG(found.st_mode)) return found.st_size;
+  errno = EINVAL;
+  return -1;
+}
+
+std::int64_t ZRSystemFileSystem::Read(tagHandle file, void* to, std::size_t count,
+                                      std::uint64_t at) {
+  return Repeated([&] { return ::pread(file, to, count, static_cast<off_t>(at)); });
+}
+
+std::int64_t ZRSystemFileSystem::Write(tagHandle file, const void* from, std::size_t count,
+                                       std::uint64_t at) {
+  return Repeated([&] { return ::pwrite(file, from, count, static_cast<off_t>(at)); });
+}
+
+bool ZRSystemFileSystem::Truncate(tagHandle file, std::uint64_t size) {
+  return Repeated([&] { return ::ftruncate(file, static_cast<off_t>(size)); }) == 0;
+}
+
+bool ZRSystemFileSystem::TryLock(tagHandle file) {
+  struct flock whole {};
+  whole.l_type = F_WRLCK;
+  whole.l_whence = SEEK_SET;
+  if (Repeated([&] { return ::fcntl(file, F_OFD_SETLK, &whole); }) == 0) return true;
+  if (errno == EACCES) errno = EAGAIN;
+  return false;
+}
+
+bool ZRSystemFileSystem::Sync(tagHandle file) {
+  return Repeated([&] { return ::fdatasync(file); }) == 0;
+}
+
+bool ZRSystemFileSystem::SyncFolder(tagHandle folder) {
+  return Repeated([&] { return ::fsync(folder); }) == 0;
+}
+
+bool ZRSystemFileSystem::SyncAll(tagHandle handle) {
+  return Repeated([&] { return ::syncfs(handle); }) == 0;
+}
+
+bool ZRSystemFileSystem::MakeFolder(tagHandle folder, const char* below) {
+  return IsOneName(below) && ::mkdirat(folder, below, kFolderMode) == 0;
+}
+
+bool ZRSystemFileSystem::Rename(tagHandle folder, const char* from, const char* to) {
+  return IsOneName(from) && IsOneName(to) && RenameWithoutReplacing(folder, from, to) == 0;
+}
+
+bool ZRSystemFileSystem::Remove(tagHandle folder, const char* below) {
+  return IsOneName(below) && ::unlinkat(folder, below, 0) == 0;
+}
