@@ -30,8 +30,8 @@ class ZRXmlWriter;
 // which stays until it is activated, deactivated and acknowledged, or is displaced by a newer one.
 //
 // Threads   LoadXml on the host's thread; Work on the event's worker; services on any.
-// Order     occurrencesMutex, then whatever SetEventStatus calls; evaluatorsMutex and textMutex
-//           are leaves.
+// Order     occurrencesMutex, then whatever SetEventStatus calls; evaluatorsMutex, which LoadXml
+//           holds over all it calls; textMutex is a leaf.
 // Owns      evaluators, actions, occurrences. Groups and the time table are the store's, nodes
 //           the document's: all of them outlive the event.
 class ZREVENTS_API ZREventDriver {

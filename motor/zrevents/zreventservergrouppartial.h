@@ -36,7 +36,7 @@ class ZREventServerGroup::ZREventServerGroupPartial {
   ZRThread thread;
   std::atomic<std::uint32_t> lastPass{0};
   ZREventPass pass;            // worker only
-  mutable ZRMutex timesMutex;  // a leaf
+  mutable ZRMutex timesMutex;  // behind it only textMutex of an event
   ZRDateTime lastActivated ZR_GUARDED_BY(timesMutex);
   ZRDateTime lastDeactivated ZR_GUARDED_BY(timesMutex);
   ZRDateTime lastAcknowledged ZR_GUARDED_BY(timesMutex);

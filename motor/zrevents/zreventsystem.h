@@ -24,7 +24,8 @@ inline constexpr const wchar_t* kParkingGroupId = L"11111111-1111-1111-1111-1111
 //
 // Threads   loading, sorting and Reset on the host's thread while no worker runs; the searches on
 //           any thread between Start and Stop, kept safe by the gate of the server.
-// Order     StoreMutex is a leaf of whoever walks the events without a token of the gate.
+// Order     StoreMutex, shared, for who walks the events without a token of the gate: behind it the
+//           access rule and occurrencesMutex of an event. Exclusive in Reset, behind cfgMutex.
 // Owns      events, time tables, groups, and the documents of generated events, until Reset.
 class ZREVENTS_API ZREventSystem {
  public:

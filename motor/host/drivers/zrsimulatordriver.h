@@ -20,7 +20,7 @@ struct ZRSimulatedVariable {
 // driver runs: it then keeps that number until the driver starts again.
 //
 // Threads   as ZRPolledDriver; ForceValue from any.
-// Order     its mutex is a leaf.
+// Order     behind its mutex only that of a text of a live value.
 class ZRSimulatorDriver final : public ZRPolledDriver {
  public:
   static constexpr std::uint32_t kDefaultPeriod = 1000;  // ms
