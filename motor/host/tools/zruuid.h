@@ -16,6 +16,7 @@ struct uuid {
 
   static const uuid null;
 
+  // NOLINTNEXTLINE(modernize-use-nullptr): found in what the compiler makes of the line
   auto operator<=>(const uuid&) const = default;
 
   // 36 characters, lower case, no braces: "22222222-2222-2222-2222-222222222222".
