@@ -8,8 +8,8 @@ constexpr int kNoContent = 204;
 constexpr int kNotModified = 304;
 
 bool IsKnownKind(int kind) {
-  return kind == kContentNone || kind == kContentLoggerXml || kind == kContentXml ||
-         kind == kContentLoggerXmlDeflated || kind == kContentXmlDeflated;
+  return kind == kContentNone || kind == kContentText || kind == kContentLoggerXml ||
+         kind == kContentXml || kind == kContentLoggerXmlDeflated || kind == kContentXmlDeflated;
 }
 
 bool IsDeflatedKind(int kind) {

@@ -4,6 +4,7 @@
 
 // Kinds of content.
 inline constexpr int kContentNone = 0;
+inline constexpr int kContentText = 1;  // plain, for a person: why a request was refused
 inline constexpr int kContentLoggerXml = 2;
 inline constexpr int kContentXml = 3;
 inline constexpr int kContentLoggerXmlDeflated = 4;

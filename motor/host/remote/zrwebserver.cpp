@@ -15,6 +15,7 @@
 #include "host/remote/zrhttpanswer.h"
 #include "host/remote/zrlistensocket.h"
 #include "host/remote/zropenconnections.h"
+#include "host/remote/zrquerytext.h"
 #include "host/remote/zrrequestprogress.h"
 #include "host/remote/zrrequestrules.h"
 
@@ -59,7 +60,7 @@ tagResponse ResponseOf(ZRHttpAnswer& answer) {
   tagResponse response = body.IsInFile() ? ResponseOfFile(body.TakeFile(), body.Size())
                                          : ResponseOfText(body.TakeMemory());
   if (!answer.HasBody()) return response;
-  AddHeader(response.get(), MHD_HTTP_HEADER_CONTENT_TYPE, kXmlType);
+  AddHeader(response.get(), MHD_HTTP_HEADER_CONTENT_TYPE, answer.IsText() ? kTextType : kXmlType);
   AddHeader(response.get(), MHD_HTTP_HEADER_VARY, MHD_HTTP_HEADER_ACCEPT_ENCODING);
   const char* const coding = ContentCodingName(answer.Coding());
   if (coding != nullptr) AddHeader(response.get(), MHD_HTTP_HEADER_CONTENT_ENCODING, coding);
@@ -120,14 +121,24 @@ CRequestHeaders HeadersOf(MHD_Connection* connection) {
 
 class CHttpRequest final : public ZRHttpRequest {
  public:
-  explicit CHttpRequest(const CRequestHeaders& headers)
-      : coding(ChooseContentCoding(headers.acceptEncoding)), authorization(headers.authorization) {}
+  CHttpRequest(MHD_Connection* toRead, const CRequestHeaders& headers)
+      : connection(toRead),
+        coding(ChooseContentCoding(headers.acceptEncoding)),
+        authorization(headers.authorization) {}
 
   [[nodiscard]] bool AcceptDeflate() const override { return coding != ZRContentCoding::kIdentity; }
   [[nodiscard]] const ZRString& Authorization() const override { return authorization; }
+  [[nodiscard]] ZRString Parameter(std::string_view name) const override {
+    const char* value = nullptr;
+    std::size_t size = 0;
+    const auto found = MHD_lookup_connection_value_n(connection, MHD_GET_ARGUMENT_KIND, name.data(),
+                                                     name.size(), &value, &size);
+    return found == MHD_YES && value != nullptr ? UndoPercents({value, size}) : ZRString();
+  }
   [[nodiscard]] ZRContentCoding Coding() const { return coding; }
 
  private:
+  MHD_Connection* const connection;
   const ZRContentCoding coding;
   const ZRString authorization;
 };
@@ -296,7 +307,7 @@ MHD_Result ZRWebServer::CServer::Handle(MHD_Connection* connection, std::string_
 
 MHD_Result ZRWebServer::CServer::Answer(MHD_Connection* connection, std::string_view path,
                                         const CRequestHeaders& headers) {
-  CHttpRequest request(headers);
+  CHttpRequest request(connection, headers);
   ZRHttpAnswer answer(limits, request.Coding());
   {
     const CRouteTurn turn(progress);

@@ -66,6 +66,30 @@ TEST_F(WebServer, TellsRoutesWhatTheClientSays) {
   EXPECT_EQ("Basic YTpi", authorization);
 }
 
+TEST_F(WebServer, TellsRoutesTheParametersOfTheQuery) {
+  std::string seen;
+  server.Get("/look", [&](ZRHttpRequest& request, ZRHttpResponse& response) {
+    for (const char* name : {"a", "b", "c", "A"})
+      seen += "[" + std::string(request.Parameter(name).View()) + "]";
+    response.Begin(200, kContentNone);
+    (void)response.End();
+  });
+  Start();
+  EXPECT_EQ(200, Get("/look?b=2%3A+0%2B1&a&c=%3d%26&b=3&d=4").status);
+  EXPECT_EQ("[][2: 0+1][=&][]", seen);
+  seen.clear();
+  EXPECT_EQ(200, Get("/look").status);
+  EXPECT_EQ("[][][][]", seen);
+}
+
+TEST_F(WebServer, SendsTextForAPerson) {
+  Answer("/text", kContentText, "no <b>\n");
+  Start();
+  const HttpReply reply = Get("/text", "Accept-Encoding: gzip\r\n");
+  EXPECT_EQ("text/plain; charset=utf-8", reply.Header("Content-Type"));
+  EXPECT_EQ("no <b>\n", reply.body);
+}
+
 TEST_F(WebServer, SendsItsHeadersWithEveryAnswer) {
   Start();
   for (const char* path : {"/plain", "/missing"}) {

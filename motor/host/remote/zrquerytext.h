@@ -1,0 +1,10 @@
+// The text of a query.
+#pragma once
+
+#include <string_view>
+
+#include "host/tools/zrbasicstring.h"
+
+// `text` with each "%" and two hexadecimal digits replaced by their byte. A "%" without them stays,
+// and so does a "+".
+[[nodiscard]] ZRString UndoPercents(std::string_view text);
