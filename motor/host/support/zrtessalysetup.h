@@ -47,6 +47,8 @@ class ZRTessalySetup {
   [[nodiscard]] const ZRWString& SitePath() const { return sitePath; }
   [[nodiscard]] const ZRWString& CfgPath() const { return cfgPath; }
   [[nodiscard]] const ZRWString& DataPath() const { return dataPath; }
+  // Another data folder until the next Load, with its separator at the end.
+  void UseDataPath(const ZRWString& folder) { dataPath = folder; }
 
   [[nodiscard]] const ZRWString& ProgramName() const { return programName; }
   [[nodiscard]] const ZRWString& CurrentLanguage() const { return language; }  // "en" or "es"
@@ -65,6 +67,9 @@ class ZRTessalySetup {
   [[nodiscard]] int SmsSizeQueue() const { return smsSizeQueue; }    // the same
   [[nodiscard]] bool SmtpAuthenticated() const { return smtpAuthenticated; }
   [[nodiscard]] bool SmtpSSL() const { return smtpSsl; }
+
+  // When records of the history reach the disk for good: "strict", "adaptive" or "off".
+  [[nodiscard]] const ZRString& HistoryDurability() const { return historyDurability; }
 
   // The log: level 0 to 4, and the target "terminal", "journal" or the path of a file below the
   // site (with the site's folder in front).
@@ -89,7 +94,8 @@ class ZRTessalySetup {
 
   ZRWString sitePath, cfgPath, dataPath;
   ZRWString programName{L"Tessaly"}, language{L"en"}, rssUrl, logTarget{L"terminal"};
-  ZRString timeZone, smtpServer, smtpFrom, smtpUser, smtpPassword;
+  ZRString timeZone, historyDurability{"adaptive"};
+  ZRString smtpServer, smtpFrom, smtpUser, smtpPassword;
   int httpPort = kDefaultHttpPort, smtpPort = 25, smtpSizeQueue = 100, smsSizeQueue = 100;
   int logLevel = 1;
   bool smtpAuthenticated = false, smtpSsl = false;

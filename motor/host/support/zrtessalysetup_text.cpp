@@ -28,6 +28,10 @@ bool IsLanguage(std::string_view text) {
   return text == "en" || text == "es";
 }
 
+bool IsDurability(std::string_view text) {
+  return text == "strict" || text == "adaptive" || text == "off";
+}
+
 // A name of the zone database, or none. It becomes a part of a path.
 bool IsZone(std::string_view text) {
   constexpr std::string_view kAllowed =
@@ -81,6 +85,7 @@ class ZRTessalySetup::CReader {
   void Read(const ZRSettingNode& root) {
     ZRSettingsTable file(&root, "", report);
     ReadInstallation(file);
+    ReadHistory(file.Table("history"));
     ReadHttp(file.Table("http"));
     ReadLog(file.Table("log"));
     ReadRss(file.Table("rss"));
@@ -109,6 +114,12 @@ class ZRTessalySetup::CReader {
     ZRString folder(key);
     file.Text(key, folder, IsFolder, "must be the path of a folder, without \"..\"");
     return WithSeparator(BelowSite(setup.sitePath, folder));
+  }
+
+  void ReadHistory(ZRSettingsTable history) {
+    history.Text("durability", setup.historyDurability, IsDurability,
+                 "must be \"strict\", \"adaptive\" or \"off\"");
+    history.WarnOfUnknownKeys();
   }
 
   void ReadHttp(ZRSettingsTable http) {

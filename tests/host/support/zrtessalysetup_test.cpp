@@ -64,6 +64,7 @@ TEST_F(Settings, HaveDefaultsForWhatTheFileLeavesOut) {
   EXPECT_FALSE(setup.SmtpSSL());
   EXPECT_EQ(1, setup.LogLevel());
   EXPECT_EQ("terminal", Narrow(setup.LogTarget()));
+  EXPECT_TRUE(setup.HistoryDurability() == "adaptive");
   EXPECT_TRUE(setup.Drivers().empty());
 }
 
@@ -75,6 +76,7 @@ timezone = "Europe/Madrid"
 config = "cfg/a"
 data = "/var/lib/data"
 http.port = 0
+history.durability = "off"
 [log]
 level = 4
 target = "logs/engine.log"
@@ -99,6 +101,7 @@ queue = 0
   EXPECT_EQ("/site/cfg/a/", Narrow(setup.CfgPath()));
   EXPECT_EQ("/var/lib/data/", Narrow(setup.DataPath()));
   EXPECT_EQ(0, setup.HttpServerPort());
+  EXPECT_TRUE(setup.HistoryDurability() == "off");
   EXPECT_EQ(4, setup.LogLevel());
   EXPECT_EQ("/site/logs/engine.log", Narrow(setup.LogTarget()));
   EXPECT_EQ("http://localhost:8480/", Narrow(setup.RssUrl()));
@@ -166,6 +169,25 @@ TEST_F(Settings, LogFileIsBelowTheSite) {
     EXPECT_EQ(rule, Refusal("log.target = \"" + std::string(bad) + "\"")) << bad;
   ASSERT_TRUE(Load("log.target = \"journal\""));
   EXPECT_EQ("journal", Narrow(setup.LogTarget()));
+}
+
+TEST_F(Settings, DurabilityIsOneOfThree) {
+  for (const char* good : {"strict", "adaptive", "off"}) {
+    ASSERT_TRUE(Load("history.durability = \"" + std::string(good) + "\""));
+    EXPECT_TRUE(setup.HistoryDurability() == good);
+  }
+  for (const char* bad : {"", "on", "Strict"})
+    EXPECT_EQ("1:9 history.durability must be \"strict\", \"adaptive\" or \"off\"",
+              Refusal("history.durability = \"" + std::string(bad) + "\""));
+  EXPECT_EQ("1:9 the key \"sync\" in history is not known", Warning("history.sync = 1"));
+}
+
+TEST_F(Settings, DataFolderCanBeAnotherOneUntilTheNextLoad) {
+  ASSERT_TRUE(Load(""));
+  setup.UseDataPath(L"/elsewhere/");
+  EXPECT_EQ("/elsewhere/", Narrow(setup.DataPath()));
+  ASSERT_TRUE(Load(""));
+  EXPECT_EQ("/site/data/", Narrow(setup.DataPath()));
 }
 
 TEST_F(Settings, TimeZoneIsNoOtherPath) {
