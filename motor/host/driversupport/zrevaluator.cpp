@@ -59,7 +59,9 @@ int ZREvaluator::AnalizeExpression() {
 // on failing.
 void ZREvaluator::Accept(ZRExpressionCode&& program, bool isConstant) {
   double number = 0.0;
-  if (isConstant && ZRExpressionMachine::Run(program, number) == kSuccess) {
+  int type = 0;
+  if (isConstant &&
+      ZRExpressionMachine::Run(program, classOfText, number, type, nullptr) == kSuccess) {
     content = number;
   } else {
     content = std::move(program);
@@ -74,43 +76,41 @@ ZRString ZREvaluator::ErrorReason() const {
   return ZRString(ZRExpressionReasonText(errorReason), false);
 }
 
-int ZREvaluator::Run(double& result) {
+int ZREvaluator::Run(double& value, int& valueType, double* text) {
   if (const auto* const program = std::get_if<ZRExpressionCode>(&content)) {
-    return ZRExpressionMachine::Run(*program, result);
+    return ZRExpressionMachine::Run(*program, classOfText, value, valueType, text);
   }
   if (const double* const number = std::get_if<double>(&content)) {
-    result = *number;
+    value = *number;
+    valueType = classOfText;
     return kSuccess;
   }
   if (classOfText != kNotYet || AnalizeExpression() == kInvalid) return kNotAnalyzed;
-  return Run(result);
+  return Run(value, valueType, text);
 }
 
 int ZREvaluator::Evaluate(double& value, int& valueType) {
-  const auto* const program = std::get_if<ZRExpressionCode>(&content);
-  const int error = program != nullptr ? ZRExpressionMachine::Run(*program, value) : Run(value);
-  if (error != kSuccess) return error;
-  valueType = classOfText;
-  if (value != value) {
-    value = 0.0;
-    valueType = kTypeText;
+  if (const auto* const program = std::get_if<ZRExpressionCode>(&content)) {
+    return ZRExpressionMachine::Run(*program, classOfText, value, valueType, nullptr);
   }
-  return kSuccess;
+  return Run(value, valueType, nullptr);
 }
 
 int ZREvaluator::Evaluate(ZRVSValue** value, int& valueType) {
-  double result = 0.0;
-  const int error = Run(result);
+  double number = 0.0;
+  double mark = 0.0;
+  int type = 0;
+  const int error = Run(number, type, &mark);
   if (error != kSuccess) return error;
-  if (result == result) {
-    *value = std::make_unique<ZRVSValue>(result).release();
-    valueType = classOfText;
+  if (type != kTypeText) {
+    *value = std::make_unique<ZRVSValue>(number).release();
+    valueType = type;
     return kSuccess;
   }
   char buffer[ZRLiveValue::kMaximumText];
   std::string_view utf8;
   const auto& program = std::get<ZRExpressionCode>(content);
-  if (!ZRExpressionMachine::Text(program.Operands(), result, buffer, utf8)) return kUnavailable;
+  if (!ZRExpressionMachine::Text(program.Operands(), mark, buffer, utf8)) return kUnavailable;
   *value = std::make_unique<ZRVSValue>(Utf8ToUtf16(utf8)).release();
   valueType = kTypeText;
   return kSuccess;

@@ -80,7 +80,7 @@ class ZREvaluator {
   static constexpr int kReferencesFlag = 2;
 
   void Accept(ZRExpressionCode&& program, bool isConstant);
-  [[nodiscard]] int Run(double& result);
+  [[nodiscard]] int Run(double& value, int& valueType, double* text);
 
   // Nothing, or a text that wasn't analysed, or what it became.
   std::variant<std::monostate, tagText, double, ZRExpressionCode> content;

@@ -1,5 +1,6 @@
 #include "host/driversupport/zrexpressioncode.h"
 
+#include <string_view>
 #include <utility>
 
 #include "host/driversupport/zrlivevalue.h"
@@ -13,6 +14,31 @@ ZROperands OperandsOf(ZRInstruction instruction) {
 #undef ZR_OPERANDS
   };
   return kOperands[static_cast<std::size_t>(instruction)];
+}
+
+// A letter for each word of operands: v for a variable, c for a constant.
+std::string_view WordsOf(ZROperands operands) {
+  switch (operands) {
+    case ZROperands::kVariable:
+      return "v";
+    case ZROperands::kConstant:
+      return "c";
+    case ZROperands::kVariables:
+    case ZROperands::kPushVariables:
+      return "vv";
+    case ZROperands::kVariableConstant:
+      return "vc";
+    case ZROperands::kConstants:
+      return "cc";
+    case ZROperands::kThreeVariables:
+      return "vvv";
+    case ZROperands::kFourVariables:
+      return "vvvv";
+    case ZROperands::kStack:
+    case ZROperands::kText:
+      break;
+  }
+  return {};
 }
 
 // Bytes of an instruction, all included.
@@ -56,26 +82,10 @@ void ZRExpressionCode::ReleaseVariables() {
   while (at != end) {
     const auto instruction = static_cast<ZRInstruction>(*at);
     at += LengthOf(instruction);
-    switch (OperandsOf(instruction)) {
-      case ZROperands::kStack:
-        break;
-      case ZROperands::kVariable:
-        values.Release((word++)->variable);
-        break;
-      case ZROperands::kConstant:
-        ++word;
-        break;
-      case ZROperands::kVariables:
-        values.Release((word++)->variable);
-        values.Release((word++)->variable);
-        break;
-      case ZROperands::kVariableConstant:
-        values.Release(word->variable);
-        word += 2;
-        break;
-      case ZROperands::kText:
-        word += 1 + (word->length + 7) / 8;
-        break;
+    if (OperandsOf(instruction) == ZROperands::kText) word += 1 + (word->length + 7) / 8;
+    for (const char kind : WordsOf(OperandsOf(instruction))) {
+      if (kind == 'v') values.Release(word->variable);
+      ++word;
     }
   }
 }

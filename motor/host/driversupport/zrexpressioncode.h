@@ -48,29 +48,40 @@ enum class ZROperands : std::uint8_t {
   kConstant,          // the right one; the left one is the accumulator
   kVariables,         // both
   kVariableConstant,  // both
+  kPushVariables,     // both; the accumulator is pushed first
+  kConstants,         // two right ones; the left one is the accumulator
+  kThreeVariables,    // all
+  kFourVariables,     // all
   kText,              // the length in bytes, then UTF-8 filled up to whole words
 };
 
 // The instructions: name, and where the operands are. Those of a family stand together, in the
 // order of ZROperands.
 //
-//   ...Stack to ...VariableConstant   on two numbers
-//   Compare...                        followed by a test: the accumulator becomes 1 or 0
-//   And..., Or...                     the accumulator, which is 1 or 0, and a comparison
-//   ...Leave                          leaves by one outcome of the test: an offset follows too
-//   ...End                            ends the program with the outcome of the test
-#define ZR_FAMILY(X, name)       \
-  X(name##Stack, kStack)         \
-  X(name##Variable, kVariable)   \
-  X(name##Constant, kConstant)   \
-  X(name##Variables, kVariables) \
-  X(name##VariableConstant, kVariableConstant)
+//   ...Stack to ...PushVariables   on two numbers
+//   Compare...                     followed by a test: the accumulator becomes 1 or 0
+//   CompareDifference              the stack less the accumulator, with a constant
+//   CompareQuotient                the accumulator by a constant, with another one
+//   CompareMagnitude               the accumulator without its sign, with a constant
+//   And..., Or...                  the accumulator, which is 1 or 0, and a comparison
+//   ...Leave                       leaves by one outcome of the test: an offset follows too
+//   ...End                         ends the program with the outcome of the test
+#define ZR_FAMILY(X, name)                     \
+  X(name##Stack, kStack)                       \
+  X(name##Variable, kVariable)                 \
+  X(name##Constant, kConstant)                 \
+  X(name##Variables, kVariables)               \
+  X(name##VariableConstant, kVariableConstant) \
+  X(name##PushVariables, kPushVariables)
 #define ZR_TESTS(X, suffix)                             \
   X(CompareStack##suffix, kStack)                       \
   X(CompareVariable##suffix, kVariable)                 \
   X(CompareConstant##suffix, kConstant)                 \
   X(CompareVariables##suffix, kVariables)               \
   X(CompareVariableConstant##suffix, kVariableConstant) \
+  X(CompareDifference##suffix, kConstant)               \
+  X(CompareQuotient##suffix, kConstants)                \
+  X(CompareMagnitude##suffix, kConstant)                \
   X(AndVariables##suffix, kVariables)                   \
   X(AndVariableConstant##suffix, kVariableConstant)     \
   X(OrVariables##suffix, kVariables)                    \
@@ -78,6 +89,7 @@ enum class ZROperands : std::uint8_t {
   X(CompareZero##suffix, kStack)
 #define ZR_QUICK_INSTRUCTIONS(X) \
   X(End, kStack)                 \
+  X(EndAny, kStack)              \
   X(Push, kStack)                \
   X(LoadVariable, kVariable)     \
   X(LoadConstant, kConstant)     \
@@ -85,6 +97,8 @@ enum class ZROperands : std::uint8_t {
   X(Negate, kStack)              \
   X(Absolute, kStack)            \
   X(Available, kVariable)        \
+  X(AddThree, kThreeVariables)   \
+  X(AddFour, kFourVariables)     \
   ZR_FAMILY(X, Add)              \
   ZR_FAMILY(X, Subtract)         \
   ZR_FAMILY(X, Multiply)         \

@@ -27,7 +27,7 @@ constexpr ZRInstruction Behind(ZRInstruction instruction, unsigned count) {
 
 constexpr ZRInstruction FusedInstruction(ZROperation operation, ZROperands operands) {
   return Behind(ZRInstruction::kAddStack,
-                5 * static_cast<unsigned>(operation) + static_cast<unsigned>(operands));
+                6 * static_cast<unsigned>(operation) + static_cast<unsigned>(operands));
 }
 static_assert(FusedInstruction(ZROperation::kMaximum, ZROperands::kVariableConstant) ==
               ZRInstruction::kMaximumVariableConstant);
@@ -39,6 +39,29 @@ constexpr ZRInstruction JoinedInstruction(ZRLeaveIf joinedTo, ZROperands operand
   const ZRInstruction first =
       joinedTo == ZRLeaveIf::kFalse ? ZRInstruction::kAndVariables : ZRInstruction::kOrVariables;
   return Behind(first, operands == ZROperands::kVariables ? 0 : 1);
+}
+
+// The instruction that does what the two do, one right behind the other; kEnd if there is none.
+constexpr ZRInstruction Shortened(ZRInstruction first, ZRInstruction second) {
+  using tagInstruction = ZRInstruction;
+  constexpr struct {
+    tagInstruction first;
+    tagInstruction second;
+    tagInstruction both;
+  } kShorter[] = {
+      {tagInstruction::kAddVariables, tagInstruction::kAddVariable, tagInstruction::kAddThree},
+      {tagInstruction::kAddThree, tagInstruction::kAddVariable, tagInstruction::kAddFour},
+      {tagInstruction::kSubtractStack, tagInstruction::kCompareConstant,
+       tagInstruction::kCompareDifference},
+      {tagInstruction::kDivideConstant, tagInstruction::kCompareConstant,
+       tagInstruction::kCompareQuotient},
+      {tagInstruction::kAbsolute, tagInstruction::kCompareConstant,
+       tagInstruction::kCompareMagnitude},
+  };
+  for (const auto& shorter : kShorter) {
+    if (shorter.first == first && shorter.second == second) return shorter.both;
+  }
+  return tagInstruction::kEnd;
 }
 
 // Of an operation on the stack and the accumulator alone.
@@ -154,27 +177,39 @@ void ZRExpressionCompiler::CompileOperation(std::size_t index) {
     CompileZeroTest(node);
   } else {
     Emit(PlainInstruction(node));
+    lastOperation = bytes.size() - 1;
   }
 }
 
 void ZRExpressionCompiler::CompileArithmetic(std::size_t index) {
   const tagNode& node = nodes[index];
   const tagNode& right = nodes[index - 1];
-  const ZROperands operands = IsNumberOperand(right) ? TakeRightOperand(right) : ZROperands::kStack;
+  const bool isComparison = node.operation == ZROperation::kCompare;
+  const ZROperands operands =
+      IsNumberOperand(right) ? TakeRightOperand(right, !isComparison) : ZROperands::kStack;
   if (joinedTo != ZRLeaveIf::kNever) {
     Emit(JoinedInstruction(joinedTo, operands));
     joinedTo = ZRLeaveIf::kNever;
   } else {
-    Emit(FusedInstruction(node.operation, operands));
+    EmitShort(FusedInstruction(node.operation, operands));
   }
-  if (node.operation == ZROperation::kCompare) EmitTest(node.test);
+  if (isComparison) {
+    EmitTest(node.test);
+  } else {
+    lastOperation = bytes.size() - 1;
+  }
 }
 
 // Where the operands of the operation are whose right one is that leaf: together with the left
-// one, if that has just been loaded.
-ZROperands ZRExpressionCompiler::TakeRightOperand(const tagNode& right) {
+// one, if that has just been loaded, and with what made room for it.
+ZROperands ZRExpressionCompiler::TakeRightOperand(const tagNode& right, bool mayPush) {
   const bool joins = lastLoad != kNone;
   if (joins) bytes.pop_back();
+  if (joins && mayPush && right.kind == tagKind::kReference && loadPushes) {
+    bytes.pop_back();
+    EmitVariable(right);
+    return ZROperands::kPushVariables;
+  }
   if (right.kind == tagKind::kNumber) {
     EmitNumber(right.number);
     return joins ? ZROperands::kVariableConstant : ZROperands::kConstant;
@@ -250,14 +285,17 @@ void ZRExpressionCompiler::CompileChainEnd(std::size_t index) {
 
 // Ends the program; what still waits for its goal ends it where it stands.
 void ZRExpressionCompiler::CompileEnd() {
+  const ZRExpressionType type = nodes.back().type;
+  const bool mayBeText = type == ZRExpressionType::kText || type == ZRExpressionType::kAny;
+  const ZRInstruction end = mayBeText ? ZRInstruction::kEndAny : ZRInstruction::kEnd;
   if (lastTest != kNone) {
     ChangeTest(lastTest, ZREnding, 0);
   } else {
-    Emit(ZRInstruction::kEnd);
+    Emit(end);
   }
   for (const tagLeave& leave : leaves) {
     if (leave.outcome == ZRLeaveIf::kNever) {
-      bytes[leave.at] = static_cast<std::uint8_t>(ZRInstruction::kEnd);
+      bytes[leave.at] = static_cast<std::uint8_t>(end);
     } else {
       bytes[leave.at] = static_cast<std::uint8_t>(bytes[leave.at] | ZRTest::kLeaveToEnd);
     }
@@ -266,6 +304,7 @@ void ZRExpressionCompiler::CompileEnd() {
 
 // A value is about to be loaded: one that is still needed makes room.
 void ZRExpressionCompiler::StartValue() {
+  loadPushes = holdsValue;
   if (holdsValue) Emit(ZRInstruction::kPush);
   holdsValue = true;
 }
@@ -285,7 +324,7 @@ void ZRExpressionCompiler::LeaveIf(ZRLeaveIf outcome) {
   const std::size_t test = lastTest;
   ChangeTest(test, ZRLeaving, outcome == ZRLeaveIf::kTrue ? ZRTest::kLeaveIfTrue : 0);
   bytes.resize(bytes.size() + sizeof(ZRJumpOffset));
-  lastTest = kNone;
+  ForgetLast();
   if (handedOn != kNone) {
     std::size_t kept = handedOn;
     for (std::size_t i = handedOn; i < leaves.size(); ++i) {
@@ -313,8 +352,7 @@ void ZRExpressionCompiler::BindFrom(std::size_t first) {
   for (std::size_t i = first; i < leaves.size(); ++i)
     Bind(leaves[i]);
   leaves.resize(first);
-  lastLoad = kNone;
-  lastTest = kNone;
+  ForgetLast();
 }
 
 // The leave comes out here: nothing that follows may change what is in front.
@@ -323,13 +361,31 @@ void ZRExpressionCompiler::Bind(const tagLeave& leave) {
   const ZRJumpOffset offset{static_cast<std::uint16_t>(bytes.size() - behind),
                             static_cast<std::uint16_t>(words.size() - leave.words)};
   std::memcpy(bytes.data() + leave.at + 1, &offset, sizeof(offset));
-  lastLoad = kNone;
-  lastTest = kNone;
+  ForgetLast();
 }
 
 void ZRExpressionCompiler::Emit(ZRInstruction instruction) {
   bytes.push_back(static_cast<std::uint8_t>(instruction));
+  ForgetLast();
+}
+
+// Together with the operation right in front of it, if there is an instruction for both.
+void ZRExpressionCompiler::EmitShort(ZRInstruction instruction) {
+  if (lastOperation != kNone) {
+    const auto last = static_cast<ZRInstruction>(bytes[lastOperation]);
+    const ZRInstruction both = Shortened(last, instruction);
+    if (both != ZRInstruction::kEnd) {
+      bytes.pop_back();
+      instruction = both;
+    }
+  }
+  Emit(instruction);
+}
+
+// What stands in front is no longer changed.
+void ZRExpressionCompiler::ForgetLast() {
   lastLoad = kNone;
+  lastOperation = kNone;
   lastTest = kNone;
 }
 

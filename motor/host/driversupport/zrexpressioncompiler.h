@@ -12,7 +12,8 @@
 // One expression, compiled once.
 //
 // Promise   instructions that follow each other often are one: a comparison of a variable with a
-//           constant, with the jump behind it, is a single instruction.
+//           constant, with the jump behind it, is a single instruction; so is the sum of four
+//           variables.
 class ZRExpressionCompiler {
  public:
   ZRExpressionCompiler(std::wstring_view source, const std::vector<ZRExpressionNode>& toCompile);
@@ -47,7 +48,7 @@ class ZRExpressionCompiler {
 
   [[nodiscard]] bool IsRightOperand(std::size_t index) const;
   [[nodiscard]] bool IsSimpleComparison(std::size_t index) const;
-  [[nodiscard]] ZROperands TakeRightOperand(const tagNode& right);
+  [[nodiscard]] ZROperands TakeRightOperand(const tagNode& right, bool mayPush);
   void StartValue();
   void Open();
   void LeaveIf(ZRLeaveIf outcome);
@@ -55,6 +56,8 @@ class ZRExpressionCompiler {
   void BindFrom(std::size_t first);
   void Bind(const tagLeave& leave);
   void Emit(ZRInstruction instruction);
+  void EmitShort(ZRInstruction instruction);
+  void ForgetLast();
   void EmitTest(unsigned test);
   void EmitVariable(const tagNode& node);
   void EmitNumber(double number);
@@ -75,9 +78,11 @@ class ZRExpressionCompiler {
   std::vector<std::size_t> opened;
   std::size_t handedOn = kNone;  // leaves from here on wait for the next node to bind them
 
-  bool holdsValue = false;       // the accumulator has a value that is needed later
-  std::size_t lastLoad = kNone;  // the last instruction, if it loads a variable's number
-  std::size_t lastTest = kNone;  // the test of the last instruction, if it has one and goes on
+  bool holdsValue = false;            // the accumulator has a value that is needed later
+  std::size_t lastLoad = kNone;       // the last instruction, if it loads a variable's number
+  std::size_t lastOperation = kNone;  // the last instruction, if it is an operation
+  bool loadPushes = false;            // a push stands right in front of the last load
+  std::size_t lastTest = kNone;       // the test of the last instruction, if it has one and goes on
   ZRLeaveIf joinedTo = ZRLeaveIf::kNever;  // the next comparison is joined to the accumulator
   bool isConstant = true;
 };

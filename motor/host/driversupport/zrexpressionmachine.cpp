@@ -5,7 +5,6 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <limits>
 
 #include "host/driversupport/zrevaluator.h"
 #include "host/driversupport/zrexpressionfunctions.h"
@@ -29,8 +28,10 @@ double ConstantTextAt(std::size_t place) {
 bool IsText(double value) {
   return value != value;
 }
+// Infinity less itself is none.
 bool IsFinite(double value) {
-  return std::fabs(value) <= std::numeric_limits<double>::max();
+  const double none = value - value;
+  return none == none;
 }
 
 // Why a variable gives no number.
@@ -38,6 +39,29 @@ bool IsFinite(double value) {
   if (variable.HoldsText()) return ZREvaluator::kWrongType;
   return variable.Quality() == ZRQuality::kUnknown ? ZREvaluator::kUnknown
                                                    : ZREvaluator::kUnavailable;
+}
+
+// Why an operation on two numbers gives none. A missing one is a variable: the left one is the last
+// but one of the operands in front of `behind`, the right one the last.
+[[gnu::cold, gnu::noinline]] int WhyNoResult(const ZRExpressionWord* behind, double left,
+                                             double right) {
+  if (left != left) return WhyNoNumber(*behind[-2].variable);
+  if (right != right) return WhyNoNumber(*behind[-1].variable);
+  // Only a division fails by a 0.
+  return right == 0.0 ? ZREvaluator::kDivisionByZero : ZREvaluator::kOutOfRange;
+}
+
+// Why the numbers of the variables from `first` on have no sum.
+[[gnu::cold, gnu::noinline]] int WhyNoSum(const ZRExpressionWord* first, double a, double b,
+                                          double c, double d) {
+  double sum = 0.0;
+  for (const double number : {a, b, c, d}) {
+    if (number != number) return WhyNoNumber(*first->variable);
+    sum += number;
+    if (!IsFinite(sum)) break;
+    ++first;
+  }
+  return ZREvaluator::kOutOfRange;
 }
 
 // Seconds since the last good value.
@@ -86,101 +110,139 @@ int LoadAny(const ZRExpressionWord* operands, std::size_t place, double& value) 
 // NOLINTBEGIN(bugprone-macro-parentheses): the arguments are statements and names
 #define ZR_NEXT goto* kLabels[*at++]
 
-// The next operand is a variable: its number as `name`, or the end of the program.
-#define ZR_VARIABLE(name)                                   \
-  const double name = operand->variable->NumberOrNan();     \
-  if (name != name) return WhyNoNumber(*operand->variable); \
-  ++operand
+// The next operand as `name`: a constant, or a variable's number, which may be missing.
+#define ZR_CONSTANT(name) const double name = (operand++)->number
+#define ZR_VARIABLE(name) const double name = (operand++)->variable->NumberOrNan()
 
-// `statement` on `left` and `right`, for each place where they can be.
-#define ZR_ON_TWO(name, suffix, statement)    \
-  name##Stack##suffix : {                     \
-    const double left = *--top;               \
-    const double right = value;               \
-    statement;                                \
-  }                                           \
-  name##Variable##suffix : {                  \
-    const double left = value;                \
-    ZR_VARIABLE(right);                       \
-    statement;                                \
-  }                                           \
-  name##Constant##suffix : {                  \
-    const double left = value;                \
-    const double right = (operand++)->number; \
-    statement;                                \
-  }                                           \
-  name##Variables##suffix : {                 \
-    ZR_VARIABLE(left);                        \
-    ZR_VARIABLE(right);                       \
-    statement;                                \
-  }                                           \
-  name##VariableConstant##suffix : {          \
-    ZR_VARIABLE(left);                        \
-    const double right = (operand++)->number; \
-    statement;                                \
+// Ends the program if one of the two numbers is missing.
+#define ZR_NEED_BOTH \
+  if (std::isunordered(left, right)) return WhyNoResult(operand, left, right)
+
+// `statement` on `left` and `right`, for each place where they can be; in front of it `needed`
+// where a number can be missing.
+#define ZR_ON_TWO(name, suffix, needed, statement) \
+  name##Stack##suffix : {                          \
+    const double left = *--top;                    \
+    const double right = value;                    \
+    statement;                                     \
+  }                                                \
+  name##Variable##suffix : {                       \
+    const double left = value;                     \
+    ZR_VARIABLE(right);                            \
+    needed;                                        \
+    statement;                                     \
+  }                                                \
+  name##Constant##suffix : {                       \
+    const double left = value;                     \
+    ZR_CONSTANT(right);                            \
+    statement;                                     \
+  }                                                \
+  name##Variables##suffix : {                      \
+    ZR_VARIABLE(left);                             \
+    ZR_VARIABLE(right);                            \
+    needed;                                        \
+    statement;                                     \
+  }                                                \
+  name##VariableConstant##suffix : {               \
+    ZR_VARIABLE(left);                             \
+    ZR_CONSTANT(right);                            \
+    needed;                                        \
+    statement;                                     \
+  }
+#define ZR_ARITHMETIC(name, needed, statement) \
+  ZR_ON_TWO(name, , needed, statement)         \
+  name##PushVariables : {                      \
+    *top++ = value;                            \
+    ZR_VARIABLE(left);                         \
+    ZR_VARIABLE(right);                        \
+    needed;                                    \
+    statement;                                 \
   }
 
-#define ZR_FINITE(result)                                \
-  value = result;                                        \
-  if (!IsFinite(value)) return ZREvaluator::kOutOfRange; \
+// A missing number and a division by 0 make a result that isn't finite either: one question for
+// all.
+#define ZR_NEED_FINITE(result) \
+  if (!IsFinite(result)) return WhyNoResult(operand, left, right)
+#define ZR_FINITE(result) \
+  value = result;         \
+  ZR_NEED_FINITE(value);  \
   ZR_NEXT
 
 // A comparison joined to the accumulator, which is 1 or 0: if that is `deciding`, the variables
 // needn't have a number.
-#define ZR_JOINED(name, suffix, deciding, join, conclusion)                                    \
-  name##Variables##suffix : {                                                                  \
-    const double left = operand[0].variable->NumberOrNan();                                    \
-    const double right = operand[1].variable->NumberOrNan();                                   \
-    if (left != left || right != right) {                                                      \
-      if (value != deciding) return WhyNoNumber(*operand[left != left ? 0 : 1].variable);      \
-    }                                                                                          \
-    operand += 2;                                                                              \
-    const unsigned test = *at++;                                                               \
-    const unsigned isTrue = static_cast<unsigned>(value != 0.0) join Holds(test, left, right); \
-    conclusion;                                                                                \
-  }                                                                                            \
-  name##VariableConstant##suffix : {                                                           \
-    const double left = operand[0].variable->NumberOrNan();                                    \
-    const double right = operand[1].number;                                                    \
-    if (left != left) {                                                                        \
-      if (value != deciding) return WhyNoNumber(*operand[0].variable);                         \
-    }                                                                                          \
-    operand += 2;                                                                              \
-    const unsigned test = *at++;                                                               \
-    const unsigned isTrue = static_cast<unsigned>(value != 0.0) join Holds(test, left, right); \
-    conclusion;                                                                                \
+#define ZR_JOINED(name, suffix, deciding, join, conclusion) \
+  name##Variables##suffix : {                               \
+    ZR_VARIABLE(left);                                      \
+    ZR_VARIABLE(right);                                     \
+    ZR_JOIN(deciding, join, conclusion);                    \
+  }                                                         \
+  name##VariableConstant##suffix : {                        \
+    ZR_VARIABLE(left);                                      \
+    ZR_CONSTANT(right);                                     \
+    ZR_JOIN(deciding, join, conclusion);                    \
+  }
+#define ZR_JOIN(deciding, join, conclusion)                                                  \
+  if (std::isunordered(left, right)) {                                                       \
+    if (value != deciding) return WhyNoResult(operand, left, right);                         \
+  }                                                                                          \
+  const unsigned test = *at++;                                                               \
+  const unsigned isTrue = static_cast<unsigned>(value != 0.0) join Holds(test, left, right); \
+  conclusion
+
+#define ZR_COMPARE(left, right, conclusion)         \
+  const unsigned test = *at++;                      \
+  const unsigned isTrue = Holds(test, left, right); \
+  conclusion
+#define ZR_TESTED(suffix, conclusion)                                           \
+  ZR_ON_TWO(Compare, suffix, ZR_NEED_BOTH, ZR_COMPARE(left, right, conclusion)) \
+  CompareDifference##suffix : {                                                 \
+    const double left = *--top;                                                 \
+    const double right = value;                                                 \
+    const double difference = left - right;                                     \
+    ZR_NEED_FINITE(difference);                                                 \
+    ZR_CONSTANT(limit);                                                         \
+    ZR_COMPARE(difference, limit, conclusion);                                  \
+  }                                                                             \
+  CompareQuotient##suffix : {                                                   \
+    const double left = value;                                                  \
+    ZR_CONSTANT(right);                                                         \
+    const double quotient = left / right;                                       \
+    ZR_NEED_FINITE(quotient);                                                   \
+    ZR_CONSTANT(limit);                                                         \
+    ZR_COMPARE(quotient, limit, conclusion);                                    \
+  }                                                                             \
+  CompareMagnitude##suffix : {                                                  \
+    ZR_CONSTANT(limit);                                                         \
+    ZR_COMPARE(std::fabs(value), limit, conclusion);                            \
+  }                                                                             \
+  ZR_JOINED(And, suffix, 0.0, &, conclusion)                                    \
+  ZR_JOINED(Or, suffix, 1.0, |, conclusion)                                     \
+  CompareZero##suffix : {                                                       \
+    ZR_COMPARE(value, 0.0, conclusion);                                         \
   }
 
-#define ZR_TESTED(suffix, conclusion)                                     \
-  ZR_ON_TWO(Compare, suffix, const unsigned test = *at++;                 \
-            const unsigned isTrue = Holds(test, left, right); conclusion) \
-  ZR_JOINED(And, suffix, 0.0, &, conclusion)                              \
-  ZR_JOINED(Or, suffix, 1.0, |, conclusion)                               \
-  CompareZero##suffix : {                                                 \
-    const unsigned test = *at++;                                          \
-    const unsigned isTrue = Holds(test, value, 0.0);                      \
-    conclusion;                                                           \
-  }
+// Ends the program.
+#define ZR_FINISH(number)         \
+  *state.result = number;         \
+  *state.resultType = state.type; \
+  return ZREvaluator::kSuccess
 
-// The three things that can follow a test.
+// The three things that can follow a test. What doesn't leave needs the outcome no longer.
 #define ZR_GO_ON  \
   value = isTrue; \
   ZR_NEXT
-#define ZR_LEAVE                                                        \
-  value = isTrue;                                                       \
-  if (isTrue != (test & ZRTest::kLeaveIfTrue) / ZRTest::kLeaveIfTrue) { \
-    at += sizeof(ZRJumpOffset);                                         \
-    ZR_NEXT;                                                            \
-  }                                                                     \
-  if ((test & ZRTest::kLeaveToEnd) == 0) {                              \
-    ZR_JUMP;                                                            \
-    ZR_NEXT;                                                            \
-  }                                                                     \
-  result = value;                                                       \
-  return ZREvaluator::kSuccess
-#define ZR_END     \
-  result = isTrue; \
-  return ZREvaluator::kSuccess
+#define ZR_LEAVE                                            \
+  if (((isTrue ^ test / ZRTest::kLeaveIfTrue) & 1u) != 0) { \
+    at += sizeof(ZRJumpOffset);                             \
+    ZR_NEXT;                                                \
+  }                                                         \
+  value = isTrue;                                           \
+  if ((test & ZRTest::kLeaveToEnd) == 0) {                  \
+    ZR_JUMP;                                                \
+    ZR_NEXT;                                                \
+  }                                                         \
+  ZR_FINISH(value)
+#define ZR_END ZR_FINISH(isTrue)
 
 #define ZR_JUMP                             \
   ZRJumpOffset offset{};                    \
@@ -197,8 +259,8 @@ inline unsigned Holds(unsigned test, double left, double right) {
 }  // namespace
 
 // NOLINTNEXTLINE(readability-function-size, readability-function-cognitive-complexity)
-int ZRExpressionMachine::ExecuteQuick(const std::uint8_t* at, const ZRExpressionWord* operand,
-                                      double* top, double value, double& result, tagState& rare) {
+int ZRExpressionMachine::Execute(const std::uint8_t* at, double* result, int* resultType,
+                                 const ZRExpressionWord* operand, int type, double* text) {
   static const void* const kLabels[] = {
 #define ZR_LABEL(name, operands) &&name,
 #define ZR_RARE_LABEL(name, operands) &&Rare,
@@ -206,16 +268,34 @@ int ZRExpressionMachine::ExecuteQuick(const std::uint8_t* at, const ZRExpression
 #undef ZR_LABEL
 #undef ZR_RARE_LABEL
   };
+  double stack[kMaximumStack];
+  double* top = stack;
+  double value = 0.0;
+  // What a quick instruction doesn't need stays in memory, and leaves it the registers.
+  tagState state;  // NOLINT(cppcoreguidelines-pro-type-member-init): the rest is for rare ones
+  state.operands = operand;
+  state.result = result;
+  state.resultType = resultType;
+  state.text = text;
+  state.type = type;
   ZR_NEXT;
 
 End:
-  result = value;
+  ZR_FINISH(value);
+EndAny:
+  if (!IsText(value)) {
+    ZR_FINISH(value);
+  }
+  if (state.text != nullptr) *state.text = value;
+  *state.result = 0.0;
+  *state.resultType = ZREvaluator::kTypeText;
   return ZREvaluator::kSuccess;
 Push:
   *top++ = value;
   ZR_NEXT;
 LoadVariable : {
   ZR_VARIABLE(number);
+  if (number != number) return WhyNoNumber(*operand[-1].variable);
   value = number;
   ZR_NEXT;
 }
@@ -235,33 +315,59 @@ Absolute:
 Available:
   value = (operand++)->variable->Quality() == ZRQuality::kGood ? 1.0 : 0.0;
   ZR_NEXT;
+AddThree : {
+  ZR_VARIABLE(a);
+  ZR_VARIABLE(b);
+  ZR_VARIABLE(c);
+  value = a + b + c;
+  if (!IsFinite(value)) return WhyNoSum(operand - 3, a, b, c, 0.0);
+  ZR_NEXT;
+}
+AddFour : {
+  ZR_VARIABLE(a);
+  ZR_VARIABLE(b);
+  ZR_VARIABLE(c);
+  ZR_VARIABLE(d);
+  value = a + b + c + d;
+  if (!IsFinite(value)) return WhyNoSum(operand - 4, a, b, c, d);
+  ZR_NEXT;
+}
 
-  ZR_ON_TWO(Add, , ZR_FINITE(left + right))
-  ZR_ON_TWO(Subtract, , ZR_FINITE(left - right))
-  ZR_ON_TWO(Multiply, , ZR_FINITE(left * right))
-  ZR_ON_TWO(Divide, , if (right == 0.0) return ZREvaluator::kDivisionByZero;
-            ZR_FINITE(left / right))
-  ZR_ON_TWO(Minimum, , value = right < left ? right : left; ZR_NEXT)
-  ZR_ON_TWO(Maximum, , value = left < right ? right : left; ZR_NEXT)
+  ZR_ARITHMETIC(Add, , ZR_FINITE(left + right))
+  ZR_ARITHMETIC(Subtract, , ZR_FINITE(left - right))
+  ZR_ARITHMETIC(Multiply, , ZR_FINITE(left * right))
+  ZR_ARITHMETIC(Divide, , ZR_FINITE(left / right))
+  ZR_ARITHMETIC(Minimum, ZR_NEED_BOTH, value = right < left ? right : left; ZR_NEXT)
+  ZR_ARITHMETIC(Maximum, ZR_NEED_BOTH, value = left < right ? right : left; ZR_NEXT)
   ZR_TESTED(, ZR_GO_ON)
   ZR_TESTED(Leave, ZR_LEAVE)
   ZR_TESTED(End, ZR_END)
 
-Rare:
-  rare = {at - 1, operand, top, value};
-  return kRare;
+Rare : {
+  state.at = at - 1;
+  state.operand = operand;
+  state.top = top;
+  state.value = value;
+  const int error = ExecuteRare(state);
+  if (error != ZREvaluator::kSuccess) return error;
+  at = state.at;
+  operand = state.operand;
+  top = state.top;
+  value = state.value;
+  ZR_NEXT;
+}
 }
 
 // NOLINTEND(bugprone-macro-parentheses)
 #pragma GCC diagnostic pop
 
-int ZRExpressionMachine::ExecuteRare(tagState& state, const ZRExpressionWord* operands) {
+int ZRExpressionMachine::ExecuteRare(tagState& state) {
   const auto instruction = static_cast<tagInstruction>(*state.at++);
-  const auto place = static_cast<std::size_t>(state.operand - operands);
+  const auto place = static_cast<std::size_t>(state.operand - state.operands);
   switch (instruction) {
     case tagInstruction::kLoadAnyVariable:
       ++state.operand;
-      return LoadAny(operands, place, state.value);
+      return LoadAny(state.operands, place, state.value);
     case tagInstruction::kLoadText:
       state.operand += 1 + (state.operand->length + 7) / 8;
       state.value = ConstantTextAt(place);
@@ -271,7 +377,7 @@ int ZRExpressionMachine::ExecuteRare(tagState& state, const ZRExpressionWord* op
     case tagInstruction::kEqualAny:
     case tagInstruction::kDifferentAny: {
       bool areEqual = false;
-      const int error = AreEqual(operands, *--state.top, state.value, areEqual);
+      const int error = AreEqual(state.operands, *--state.top, state.value, areEqual);
       state.value = areEqual == (instruction == tagInstruction::kEqualAny) ? 1.0 : 0.0;
       return error;
     }
@@ -279,16 +385,6 @@ int ZRExpressionMachine::ExecuteRare(tagState& state, const ZRExpressionWord* op
       state.top -= ZRExpressionFunctions::FromStack(instruction);
       return ZRExpressionFunctions::Apply(instruction, state.top, state.value, state.value);
   }
-}
-
-int ZRExpressionMachine::GoOn(tagState& state, const ZRExpressionWord* operands, double& result) {
-  int outcome = kRare;
-  while (outcome == kRare) {
-    outcome = ExecuteRare(state, operands);
-    if (outcome != ZREvaluator::kSuccess) return outcome;
-    outcome = ExecuteQuick(state.at, state.operand, state.top, state.value, result, state);
-  }
-  return outcome;
 }
 
 bool ZRExpressionMachine::Text(const ZRExpressionWord* operands, double result, char* buffer,

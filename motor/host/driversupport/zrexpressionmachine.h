@@ -15,15 +15,12 @@ class ZRExpressionMachine {
   // comparison, a sum, a product and a power, and two arguments.
   static constexpr int kMaximumStack = 7 * (ZRExpressionParser::kMaximumDepth + 1);
 
-  // Runs a program from its start. An error of ZREvaluator, kSuccess included; the result is
-  // written on success only: a number, or a NaN that stands for a text.
-  [[nodiscard, gnu::always_inline]] static inline int Run(const ZRExpressionCode& code,
-                                                          double& result) {
-    double stack[kMaximumStack];
-    tagState rare;  // NOLINT(cppcoreguidelines-pro-type-member-init): written before it is read
-    const int outcome =
-        ExecuteQuick(code.Instructions(), code.Operands(), stack, 0.0, result, rare);
-    return outcome == kRare ? GoOn(rare, code.Operands(), result) : outcome;
+  // Runs a program from its start. An error of ZREvaluator, kSuccess included. The results are
+  // written on success only: a number and `typeOfNumber`; or, for a text, 0.0 and its type, and in
+  // `text`, unless that is null, the NaN that stands for it.
+  [[nodiscard]] static int Run(const ZRExpressionCode& code, int typeOfNumber, double& result,
+                               int& resultType, double* text) {
+    return Execute(code.Instructions(), &result, &resultType, code.Operands(), typeOfNumber, text);
   }
 
   // The text for which such a NaN of this program stands, in `buffer` if it isn't part of the
@@ -32,22 +29,22 @@ class ZRExpressionMachine {
                                  std::string_view& utf8);
 
  private:
-  static constexpr int kRare = -1;
-
   // Where a program stands.
   struct tagState {
     const std::uint8_t* at;
     const ZRExpressionWord* operand;
+    const ZRExpressionWord* operands;  // the first one
     double* top;
     double value;
+    double* result;
+    int* resultType;
+    double* text;
+    int type;
   };
 
-  // Runs a program from there on. kSuccess with the result, an error, or kRare with the place of
-  // a rare instruction.
-  [[nodiscard]] static int ExecuteQuick(const std::uint8_t* at, const ZRExpressionWord* operand,
-                                        double* top, double value, double& result, tagState& rare);
+  // The parameters stand where the caller has most of them already.
+  [[nodiscard]] static int Execute(const std::uint8_t* at, double* result, int* resultType,
+                                   const ZRExpressionWord* operand, int type, double* text);
   // Executes the rare instruction at `state.at`.
-  [[nodiscard]] static int ExecuteRare(tagState& state, const ZRExpressionWord* operands);
-  // Goes on from a rare instruction to the end.
-  [[nodiscard]] static int GoOn(tagState& state, const ZRExpressionWord* operands, double& result);
+  [[nodiscard, gnu::cold]] static int ExecuteRare(tagState& state);
 };
