@@ -1,0 +1,56 @@
+// Memory for much that is filled at once and goes at once.
+#pragma once
+
+#include <cstddef>
+#include <utility>
+
+// A piece of memory of a fixed size, all zero. From kLarge on it is asked for in large pages: where
+// the system has them, filling it costs a small part of what it does otherwise.
+//
+// Threads   one at a time.
+// Errors    std::bad_alloc.
+class ZRLargeMemory {
+ public:
+  static constexpr std::size_t kLarge = std::size_t{1} << 20;  // bytes
+
+  ZRLargeMemory() = default;
+  explicit ZRLargeMemory(std::size_t bytes) : data(Take(bytes)), size(bytes) {}
+  ~ZRLargeMemory() { Give(data, size); }
+  ZRLargeMemory(ZRLargeMemory&& other) noexcept
+      : data(std::exchange(other.data, nullptr)), size(std::exchange(other.size, 0)) {}
+  ZRLargeMemory& operator=(ZRLargeMemory&& other) noexcept {
+    std::swap(data, other.data);
+    std::swap(size, other.size);
+    return *this;
+  }
+
+  [[nodiscard]] void* Data() const { return data; }
+  [[nodiscard]] std::size_t Size() const { return size; }  // bytes
+
+  // The same without an owner. Null for 0 bytes; null is given back by Give too.
+  [[nodiscard]] static void* Take(std::size_t bytes);
+  static void Give(void* data, std::size_t bytes) noexcept;
+
+ private:
+  void* data = nullptr;
+  std::size_t size = 0;
+};
+
+// For containers of the standard library.
+template <typename T>
+struct ZRLargeAllocator {
+  using value_type = T;
+
+  ZRLargeAllocator() = default;
+  template <typename Other>
+  // NOLINTNEXTLINE(google-explicit-constructor): as containers want it
+  explicit(false) ZRLargeAllocator(const ZRLargeAllocator<Other>& /*other*/) {}
+
+  [[nodiscard]] T* allocate(std::size_t count) {
+    return static_cast<T*>(ZRLargeMemory::Take(count * sizeof(T)));
+  }
+  void deallocate(T* data, std::size_t count) noexcept {
+    ZRLargeMemory::Give(data, count * sizeof(T));
+  }
+  bool operator==(const ZRLargeAllocator& /*other*/) const { return true; }
+};
