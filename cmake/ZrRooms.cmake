@@ -64,7 +64,7 @@ function(zr_test name)
   add_executable(${name} ${sources})
   target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
   target_compile_definitions(${name} PRIVATE ZR_SOURCE_DIR="${CMAKE_SOURCE_DIR}")
-  target_link_libraries(${name} PRIVATE zr_warnings ${TEST_LINK} GTest::gtest GTest::gmock GTest::gtest_main)
+  target_link_libraries(${name} PRIVATE zr_warnings ${TEST_LINK} zr_testsupport GTest::gtest GTest::gmock GTest::gtest_main)
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
                        PROPERTIES TIMEOUT ${TEST_TIMEOUT} LABELS ${TEST_LABEL})
 endfunction()

@@ -41,6 +41,10 @@ class ZRVirtualTime : public ZRPlatform {
   // The next `count` starts of a thread succeed, and all later ones fail; negative: none fails.
   void FailThreadsAfter(int count) { threadsLeft = count; }
 
+  // Puts another disk in the place of the system's, for Files() alone; null takes it away again.
+  // It has to live on while it is in use.
+  void SetFiles(ZRFileSystem* toUse) { files = toUse; }
+
   // Number of changes from one fiber to another since the start: a measure of work.
   [[nodiscard]] std::uint64_t Switches() const { return switches; }
 
@@ -52,6 +56,7 @@ class ZRVirtualTime : public ZRPlatform {
   bool Wait(ZRWaitWord& word, std::uint32_t expected, std::uint32_t milliseconds) override;
   void WakeOne(ZRWaitWord& word) override;
   void WakeAll(ZRWaitWord& word) override;
+  ZRFileSystem& Files() override { return files != nullptr ? *files : ZRPlatform::Files(); }
 
  private:
   class CFiber;
@@ -90,4 +95,5 @@ class ZRVirtualTime : public ZRPlatform {
   std::uint64_t switches = 0;
   tagThread nextThread = 1;
   int threadsLeft = -1;
+  ZRFileSystem* files = nullptr;
 };
