@@ -8,8 +8,8 @@
 // fails, or one that loses power.
 //
 // Paths are UTF-8, and those called `below` are relative to an open folder: a symbolic link on
-// the way, an absolute path and ".." are refused. Failures are kNone, false or -1, with errno
-// set; an interrupted call is repeated inside.
+// the way or at its end, an absolute path, ".." and an empty name are refused. Failures are kNone,
+// false or -1, with errno set; an interrupted call is repeated inside.
 //
 // Threads   any. Two calls on one handle at once are the caller's matter.
 class ZRFileSystem {
@@ -31,7 +31,7 @@ class ZRFileSystem {
   // This path alone may go through symbolic links: it is the installation's own.
   [[nodiscard]] virtual tagHandle OpenFolder(const char* path) = 0;
   [[nodiscard]] virtual tagHandle OpenFolder(tagHandle folder, const char* below) = 0;
-  // Never waits for a reader or writer of a pipe. What isn't a regular file fails (EINVAL).
+  // Never waits for a reader or writer of a pipe. What isn't a regular file fails.
   // A new file is its owner's and its group's alone (0640).
   [[nodiscard]] virtual tagHandle OpenFile(tagHandle folder, const char* below,
                                            tagAccess access) = 0;
@@ -49,7 +49,8 @@ class ZRFileSystem {
                                            std::uint64_t at) = 0;
   [[nodiscard]] virtual bool Truncate(tagHandle file, std::uint64_t size) = 0;
   // Takes the file for this handle alone, without waiting: EAGAIN if another handle has it, be it
-  // of this process or of another one. Who doesn't ask isn't kept out.
+  // of this process or of another one. Who doesn't ask isn't kept out. The handle has to be one
+  // for writing; true again for the one that has the file already.
   [[nodiscard]] virtual bool TryLock(tagHandle file) = 0;
 
   // --- durability: true once the power may fail ---
@@ -65,7 +66,9 @@ class ZRFileSystem {
 
   // One folder, accessible to its owner and group (0750). EEXIST if the name is taken.
   [[nodiscard]] virtual bool MakeFolder(tagHandle folder, const char* below) = 0;
-  // Never replaces: EEXIST if `to` is taken.
+  // Never replaces: EEXIST if `to` is taken. Where the file system can't do that at once, both
+  // names stand for a moment, and may go on standing if the power fails then.
   [[nodiscard]] virtual bool Rename(tagHandle folder, const char* from, const char* to) = 0;
+  // No folder.
   [[nodiscard]] virtual bool Remove(tagHandle folder, const char* below) = 0;
 };

@@ -29,14 +29,16 @@ auto Repeated(Call call) {
 // True if the path stays below its folder as far as its text tells; EXDEV otherwise.
 bool StaysBelow(const char* below) {
   std::string_view rest(below);
-  bool stays = !rest.empty() && rest.front() != '/';
-  while (stays && !rest.empty()) {
+  for (;;) {
     const std::size_t end = rest.find('/');
-    stays = rest.substr(0, end) != "..";
-    rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 1);
+    const std::string_view name = rest.substr(0, end);
+    if (name.empty() || name == "..") {
+      errno = EXDEV;
+      return false;
+    }
+    if (end == std::string_view::npos) return true;
+    rest.remove_prefix(end + 1);
   }
-  if (!stays) errno = EXDEV;
-  return stays;
 }
 
 // True if it names something directly in a folder; EXDEV otherwise.
@@ -92,7 +94,11 @@ int RenameWithoutReplacing(int folder, const char* from, const char* to) {
   if (errno != EINVAL && errno != ENOSYS) return -1;
   // Not every file system knows how: a second name, and then the first one goes.
   if (::linkat(folder, from, folder, to, 0) != 0) return -1;
-  return ::unlinkat(folder, from, 0);
+  if (::unlinkat(folder, from, 0) == 0) return 0;
+  const int error = errno;
+  (void)::unlinkat(folder, to, 0);
+  errno = error;
+  return -1;
 }
 
 }  // namespace
@@ -111,7 +117,12 @@ ZRFileSystem::tagHandle ZRSystemFileSystem::OpenFile(tagHandle folder, const cha
   const int how = access == tagAccess::kRead        ? O_RDONLY
                   : access == tagAccess::kReadWrite ? O_RDWR
                                                     : O_RDWR | O_CREAT | O_EXCL;
-  return OpenBelow(folder, below, how | kAlways);
+  const tagHandle handle = OpenBelow(folder, below, how | kAlways);
+  if (handle == kNone || Size(handle) >= 0) return handle;
+  const int error = errno;
+  ::close(handle);
+  errno = error;
+  return kNone;
 }
 
 void ZRSystemFileSystem::Close(tagHandle handle) {
