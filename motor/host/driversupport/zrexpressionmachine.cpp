@@ -107,7 +107,8 @@ int LoadAny(const ZRExpressionWord* operands, std::size_t place, double& value) 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wpedantic"
 
-// NOLINTBEGIN(bugprone-macro-parentheses): the arguments are statements and names
+// NOLINTBEGIN(bugprone-macro-parentheses, clang-analyzer-core.uninitialized.Assign): the arguments
+// are statements and names; a program pops only what it has pushed
 #define ZR_NEXT goto* kLabels[*at++]
 
 // The next operand as `name`: a constant, or a variable's number, which may be missing.
@@ -358,7 +359,7 @@ Rare : {
 }
 }
 
-// NOLINTEND(bugprone-macro-parentheses)
+// NOLINTEND(bugprone-macro-parentheses, clang-analyzer-core.uninitialized.Assign)
 #pragma GCC diagnostic pop
 
 int ZRExpressionMachine::ExecuteRare(tagState& state) {
@@ -377,6 +378,7 @@ int ZRExpressionMachine::ExecuteRare(tagState& state) {
     case tagInstruction::kEqualAny:
     case tagInstruction::kDifferentAny: {
       bool areEqual = false;
+      // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): what is popped has been pushed
       const int error = AreEqual(state.operands, *--state.top, state.value, areEqual);
       state.value = areEqual == (instruction == tagInstruction::kEqualAny) ? 1.0 : 0.0;
       return error;

@@ -88,9 +88,11 @@ TEST_F(ExpressionProgram, TheSumOfThreeOrFourVariablesIsOneInstruction) {
 }
 
 TEST_F(ExpressionProgram, SumsAreAddedFromLeftToRight) {
-  SetNumbers(1e16, 1.0, -1e16, 1.0);
-  ASSERT_NE(a + b + c, a + c + b);
+  SetNumbers(0.1, 0.2, 0.3, 0.0);
+  ASSERT_NE(a + b + c, a + (b + c));
   EXPECT_EQ(a + b + c, NumberOf("[p.a]+[p.b]+[p.c]"));
+  SetNumbers(1e16, 1.0, -1e16, 1.0);
+  ASSERT_NE(a + b + c + d, (a + b) + (c + d));
   EXPECT_EQ(a + b + c + d, NumberOf("[p.a]+[p.b]+[p.c]+[p.d]"));
   EXPECT_EQ(a + b + c + d + b, NumberOf("[p.a]+[p.b]+[p.c]+[p.d]+[p.b]"));
   SetNumbers(-0.0, -0.0, -0.0, -0.0);
