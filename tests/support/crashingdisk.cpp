@@ -443,9 +443,12 @@ std::int64_t ZRCrashingDisk::Write(tagHandle file, const void* from, std::size_t
     const std::uint64_t end = Fitting(node->content.Cached().size(), at + count);
     if (count != 0 && end <= at) return Failed(ENOSPC);
     count = end - at;
-    // A write that the end cuts short isn't told from a short one.
-    const bool movesLess = calls == endAt || chance.Happens(lessPerMille);
-    if (count > 1 && movesLess) count = 1 + chance.Below(count);
+    // One in whose course the process ends is short or not: nobody is told.
+    if (count > 1 && calls == endAt) {
+      count = 1 + chance.Below(count);
+    } else if (count > 1 && chance.Happens(lessPerMille)) {
+      count = 1 + chance.Below(count - 1);
+    }
     return move(*node, count);
   };
   const auto writeAPart = [&] {
