@@ -120,6 +120,25 @@ std::FILE* ZRPlatform::OpenFile(const std::string& path, const char* mode) {
   return IsPassage(path) ? nullptr : std::fopen(path.c_str(), (std::string(mode) + "e").c_str());
 }
 
+std::FILE* ZRPlatform::CreatePrivateFile(const std::string& path) {
+  constexpr mode_t kOthers = 077;
+  constexpr mode_t kOwnersAlone = 0600;
+  const std::size_t behindFolder = path.rfind('/') + 1;  // 0 without a separator
+  const std::string where = behindFolder == 0 ? "." : path.substr(0, behindFolder);
+  const int folder = ::open(where.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+  if (folder < 0) return nullptr;
+  struct stat found {};
+  const bool isPrivate =
+      ::fstat(folder, &found) == 0 && found.st_uid == ::geteuid() && (found.st_mode & kOthers) == 0;
+  const int file = isPrivate ? ::openat(folder, path.c_str() + behindFolder,
+                                        O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kOwnersAlone)
+                             : -1;
+  const int failure = isPrivate ? errno : EACCES;
+  (void)::close(folder);
+  errno = failure;
+  return file < 0 ? nullptr : ::fdopen(file, "w");
+}
+
 bool ZRPlatform::RemoveFile(const std::string& path) {
   return ::unlink(path.c_str()) == 0;
 }

@@ -63,6 +63,10 @@ class ZRPlatform {
   // As fopen, close-on-exec. Null with errno set on failure, and for a pipe or a socket.
   [[nodiscard]] virtual std::FILE* OpenFile(const std::string& path, const char* mode);
 
+  // A new file to write, its owner's alone (0600). Null with errno set on failure: EEXIST if the
+  // name is taken, be it by a link, and EACCES if its folder isn't this user's alone (0700).
+  [[nodiscard]] virtual std::FILE* CreatePrivateFile(const std::string& path);
+
   // False with errno set on failure.
   [[nodiscard]] virtual bool RemoveFile(const std::string& path);
   [[nodiscard]] virtual bool RenameFile(const std::string& from, const std::string& to);
@@ -81,7 +85,9 @@ class ZRPlatform {
   [[nodiscard]] virtual int StartProcess(const ZRProcessStart& start);
 
   // Waits for the end of a process started here. True with its exit code (128 + signal after a
-  // death by signal), and the process is gone; false if it still runs after `milliseconds`.
+  // death by signal; kNoExitCode if somebody else has waited for it), and the process is gone;
+  // false if it still runs after `milliseconds`.
+  static constexpr int kNoExitCode = -1;
   [[nodiscard]] virtual bool WaitProcess(int process, std::uint32_t milliseconds, int& exitCode);
 
   // Ends the session of a process started here; it still has to be waited for.

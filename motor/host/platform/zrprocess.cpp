@@ -74,7 +74,10 @@ bool ZRProcess::Wait(int process, std::uint32_t milliseconds, int& exitCode) {
     if (ready == 0) return false;
   }
   int status = 0;
-  if (::waitpid(process, &status, descriptor >= 0 ? 0 : WNOHANG) != process) return false;
+  const int waited = ::waitpid(process, &status, descriptor >= 0 ? 0 : WNOHANG);
+  if (waited == 0) return false;
+  exitCode = ZRPlatform::kNoExitCode;
+  if (waited != process) return true;
   constexpr int kDeathBySignal = 128;
   exitCode = WIFSIGNALED(status) ? kDeathBySignal + WTERMSIG(status) : WEXITSTATUS(status);
   return true;

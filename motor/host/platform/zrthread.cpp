@@ -17,6 +17,12 @@ void ZRStateWord::Set(std::uint32_t value) {
   ZRPlatform::Get().WakeAll(word);
 }
 
+bool ZRStateWord::Replace(std::uint32_t expected, std::uint32_t value) {
+  if (!word.compare_exchange_strong(expected, value, std::memory_order_acq_rel)) return false;
+  ZRPlatform::Get().WakeAll(word);
+  return true;
+}
+
 void ZRStateWord::WaitWhile(std::uint32_t value) {
   while (Get() == value)
     (void)ZRPlatform::Get().Wait(word, value, ZRPlatform::kInfinite);

@@ -32,6 +32,8 @@ class ZRStateWord {
 
   [[nodiscard]] std::uint32_t Get() const { return word.load(std::memory_order_acquire); }
   void Set(std::uint32_t value);
+  // Sets `value` if the word is `expected`, in one step. False if it isn't.
+  bool Replace(std::uint32_t expected, std::uint32_t value);
 
   // Return at once if the word differs from, or is, `value`; else wait for that without limit.
   void WaitWhile(std::uint32_t value);

@@ -46,6 +46,22 @@ void ZRSettingsTable::Text(std::string_view key, ZRString& value) {
       key, value, [](std::string_view) { return true; }, "");
 }
 
+void ZRSettingsTable::Texts(std::string_view key, std::vector<ZRString>& values) {
+  const ZRSettingNode* const list = Ask(key, tagKind::kArray, "must be a list of texts");
+  if (list == nullptr) return;
+  const auto isGood = [](const ZRSettingNode& entry) {
+    return entry.kind == tagKind::kText && !HasControl(entry.text);
+  };
+  if (!std::all_of(list->children.begin(), list->children.end(), isGood)) {
+    report.Problem(
+        prefix + std::string(key) + " must be a list of texts without control characters", *list);
+    return;
+  }
+  values.clear();
+  for (const ZRSettingNode& entry : list->children)
+    values.emplace_back(std::string_view(entry.text));
+}
+
 void ZRSettingsTable::Text(std::string_view key, ZRWString& value) {
   ZRString narrow = Utf16ToUtf8(value.View());
   Text(key, narrow);

@@ -35,6 +35,9 @@ class ZRSettingsTable {
   void Text(std::string_view key, ZRString& value, bool (*isGood)(std::string_view),
             std::string_view rule);
 
+  // A list of texts, in the order of the file.
+  void Texts(std::string_view key, std::vector<ZRString>& values);
+
   // The table of that key, without keys if there is none.
   [[nodiscard]] ZRSettingsTable Table(std::string_view key);
   // The value of any kind, null if there is none.

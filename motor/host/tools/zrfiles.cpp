@@ -144,6 +144,11 @@ std::FILE* widefopen(const wchar_t* path, const wchar_t* mode) {
   return ZRPlatform::Get().OpenFile(narrowPath, narrowMode.Text());
 }
 
+std::FILE* widefcreate(const wchar_t* path) {
+  std::string narrow;
+  return ToPath(path, narrow) ? ZRPlatform::Get().CreatePrivateFile(narrow) : nullptr;
+}
+
 int wideremove(const wchar_t* path) {
   std::string narrow;
   return ToPath(path, narrow) && ZRPlatform::Get().RemoveFile(narrow) ? 0 : -1;

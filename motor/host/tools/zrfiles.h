@@ -21,6 +21,8 @@ void SplitFileName(const ZRWString& title, ZRWString& first, ZRWString& second);
 
 // The usual calls on wide paths, through the platform. Null or non-zero on failure, with errno.
 [[nodiscard]] std::FILE* widefopen(const wchar_t* path, const wchar_t* mode);
+// A new file to write, as ZRPlatform::CreatePrivateFile.
+[[nodiscard]] std::FILE* widefcreate(const wchar_t* path);
 [[nodiscard]] int wideremove(const wchar_t* path);
 [[nodiscard]] int widerename(const wchar_t* from, const wchar_t* to);
 

@@ -1,0 +1,10 @@
+#include "host/user/zrsystemuser.h"
+
+bool ZRSystemUser::getParameterValueInfo(const char* parameter, int index, ZRWString& value) const {
+  const bool isMail = ZRChar::Compare(parameter, kMail) == 0;
+  if (!isMail && ZRChar::Compare(parameter, kPhone) != 0) return false;
+  const std::vector<ZRWString>& values = isMail ? mails : phones;
+  if (index < 0 || static_cast<std::size_t>(index) >= values.size()) return false;
+  value = values[static_cast<std::size_t>(index)];
+  return true;
+}
