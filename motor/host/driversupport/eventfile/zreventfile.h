@@ -47,9 +47,10 @@ class ZREventFile {
   ZREventFile(const ZREventFile&) = delete;
   ZREventFile& operator=(const ZREventFile&) = delete;
 
-  // Makes an empty file, durable with its name when it returns, and the folders of the year and
-  // of the month where they are missing; no others. False if there is something of that name
-  // already, which stays untouched.
+  // Makes an empty file, and the folders of the year and of the month where they are missing; no
+  // others. The file is whole if it is there at all; its name and those of the folders become
+  // durable with the first record. False if there is something of that name already, which stays
+  // untouched.
   [[nodiscard]] static bool Create(const wchar_t* path, const CNewFileTemplate& newFile);
 
   // False if the file doesn't exist, isn't of this type, or is of a newer layout than this
@@ -61,7 +62,8 @@ class ZREventFile {
 
   // Makes an empty record current, to be filled by the four below and written by Update. False if
   // another writer has the file and doesn't give it back within 10 ms, or if it can't be read;
-  // Update is then false as well.
+  // Update is then false as well. This object keeps the file from others that append until Close,
+  // from Open on if nobody had it.
   bool NewRecord();
   void SetEventId(const uuid& id);
   void SetDateValue(ZRDateTime& date);
@@ -69,7 +71,8 @@ class ZREventFile {
   void SetEventAnnotation(const ZRBasicString<char>& annotation);
   // Writes the current record behind the last one and makes it durable, as ZREventFileSync tells.
   // If the last record equals it in all four fields, a call before has failed halfway: then the
-  // same bytes are written again at their place. False if the record isn't there for sure.
+  // same bytes are written again at their place. False if the record isn't there for sure; it can
+  // be tried again. A record has at most 16 MiB, a file 64 GiB.
   [[nodiscard]] bool Update();
 
   // --- reading ---
@@ -81,16 +84,17 @@ class ZREventFile {
   // Makes the record at that index, from 0, current. False if there is none, or it is damaged.
   [[nodiscard]] bool GoRecord(int index);
   // Of the current record; of no record: empty, invalid, 0.
-  void EventId(uuid& id) const;
+  void EventId(uuid& id) const { id = current.id; }
   void DateValue(ZRDateTime& date) const;
-  [[nodiscard]] double DateValue() const;
-  [[nodiscard]] double EventValue() const;
+  [[nodiscard]] double DateValue() const { return current.date; }
+  [[nodiscard]] double EventValue() const { return current.value; }
   void EventAnnotation(ZRBasicString<char>& annotation) const;
   // The same without a copy, until the next call of GoRecord, Open or Close.
-  [[nodiscard]] std::string_view EventAnnotationView() const;
+  [[nodiscard]] std::string_view EventAnnotationView() const { return current.annotation; }
 
   // The index of the first record whose date is at or after `when`, wherever the clock went
-  // between; the last index if all lie before it; -1 if there is no record. `mode` is 1.
+  // between; the last index if all lie before it; -1 if there is no record. Damaged ones don't
+  // count. `mode` is 1. No record is current afterwards.
   [[nodiscard]] int SearchByTime(const ZRDateTime& when, int mode);
 
   // --- for who looks after the files ---
@@ -107,6 +111,23 @@ class ZREventFile {
   [[nodiscard]] static bool Verify(const wchar_t* path, tagLook& look);
 
  private:
+  friend class ZREventFileSync;
   class CImplementation;
+  struct tagFields {
+    uuid id;
+    double date = 0;
+    double value = 0;
+    std::string_view annotation;
+  };
+
+  void LeaveRecord();
+  // Writes records that were written before once more; appends those that have gone. False if
+  // they aren't all there for sure.
+  struct tagWritten;
+  [[nodiscard]] bool WriteAgain(const tagWritten* records, std::size_t number);
+
+  tagFields current;
+  bool isRecord = false;  // there is a current one
+  bool isNew = false;     // it isn't written yet
   std::unique_ptr<CImplementation> file;
 };

@@ -2,6 +2,11 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <string>
+
+#include "host/driversupport/eventfile/zreventfile.h"
+#include "host/tools/zrbasicstring.h"
 
 // How long a power cut may take back. The end of the process, however rough, takes back nothing.
 enum class ZRDurability {
@@ -13,7 +18,8 @@ enum class ZRDurability {
 // The policy of the process, and the work that it puts off.
 //
 // Threads   any; Start and Stop on the host's.
-// Order     its mutex is taken behind `fileMutex` of an event; under it nothing waits but a sync.
+// Order     its mutexes are taken behind `fileMutex` of an event; under the one that an append
+//           takes nothing waits.
 class ZREventFileSync {
  public:
   static constexpr int kAdaptivePerSecond = 50;
@@ -36,6 +42,20 @@ class ZREventFileSync {
   [[nodiscard]] int Pending() const;
 
  private:
+  friend class ZREventFile;
+  class CState;
   ZREventFileSync();
   ~ZREventFileSync();
+
+  // True if a record needn't be durable at once, which is decided and counted here.
+  [[nodiscard]] bool MayPutOff();
+  // False if it must be, after all. `root` is the data folder.
+  [[nodiscard]] bool PutOff(const ZRWString& path, const char* root,
+                            ZREventFile::tagWritten record);
+  // Folders of a month whose names are known to be durable since Start.
+  [[nodiscard]] bool IsDurableFolder(const std::string& folder) const;
+  void NoteDurableFolder(const std::string& folder);
+  void ForgetDurableFolder(const std::string& folder);
+
+  const std::unique_ptr<CState> state;
 };

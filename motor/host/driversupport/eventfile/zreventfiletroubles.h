@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "host/tools/zrbasicstring.h"
 
@@ -16,9 +17,10 @@ enum class ZREventFileTrouble : int {
 };
 inline constexpr int kEventFileTroubles = 7;
 
-// Counts them, and writes one line into the log for each cause: the same trouble with the same
-// error number is told again only after a record could be written in between (or after an hour),
-// and then with how often it came.
+// Counts them, and writes one line into the log for each cause, at the level kLogDelivery: the same
+// trouble with the same error number is told again only after a record could be written in between
+// and a minute went by (or after an hour), and then with how often it came. kRefused, kTorn and
+// kDamaged have a file for their cause: each is told of it at most once in an hour.
 //
 // Threads   any.
 // Order     a leaf but for the log, which is called under no lock of its own.
@@ -34,6 +36,9 @@ class ZREventFileTroubles {
   [[nodiscard]] std::uint64_t Count(ZREventFileTrouble trouble) const;
 
  private:
+  class CState;
   ZREventFileTroubles();
   ~ZREventFileTroubles();
+
+  const std::unique_ptr<CState> state;
 };

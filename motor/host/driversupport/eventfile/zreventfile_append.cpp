@@ -1,0 +1,211 @@
+// Appending to a data file.
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "host/driversupport/eventfile/zreventfileimplementation.h"
+#include "host/driversupport/eventfile/zreventfilesync.h"
+#include "host/platform/zrplatform.h"
+
+namespace {
+
+constexpr std::uint32_t kLockWait = 10;  // ms
+constexpr int kMostTornFiles = 10'000;
+
+bool IsSame(double a, double b) {
+  return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
+}
+
+}  // namespace
+
+bool ZREventFile::CImplementation::Prepare() {
+  if (!file.IsOpen() || isReadOnly) return false;
+  if (!isSure) {
+    if (!isLocked && !LockWithin(kLockWait)) return false;
+    tail = {};
+    const std::int64_t size = files->Size(file.Get());
+    tail.size = size < 0 ? 0 : static_cast<std::uint64_t>(size);
+    isSure = tail.size >= Layout::kHead && tail.size <= Layout::kLargestFile && FindTail();
+    if (!isSure) {
+      Tell(ZREventFileTrouble::kWrite, errno);
+      return false;
+    }
+  }
+  return tail.size == tail.end || SetAside();
+}
+
+bool ZREventFile::CImplementation::LockWithin(std::uint32_t milliseconds) {
+  for (std::uint32_t waited = 0;; ++waited) {
+    isLocked = files->TryLock(file.Get());
+    if (isLocked) return true;
+    if (errno != EAGAIN || waited == milliseconds) break;
+    ZRPlatform::Get().Sleep(1);
+  }
+  Tell(ZREventFileTrouble::kWrite, errno);
+  return false;
+}
+
+// --- bytes behind the last whole record ---
+
+// Moves them into a file of their own.
+bool ZREventFile::CImplementation::SetAside() {
+  const ZREventFileHandle month(*files, files->OpenFolder(root.Get(), path.YearAndMonth().c_str()));
+  std::string name;
+  bool isAside = false;
+  if (month.IsOpen()) {
+    ZREventFileHandle torn = NewTornFile(month, name);
+    isAside = torn.IsOpen() && CopyTorn(torn) && files->Sync(torn.Get()) &&
+              files->SyncFolder(month.Get());
+    const int error = errno;
+    if (torn.IsOpen() && !isAside) (void)files->Remove(month.Get(), name.c_str());
+    errno = error;
+  }
+  if (!isAside || !files->Truncate(file.Get(), tail.end)) {
+    Tell(ZREventFileTrouble::kWrite, errno);
+    return false;
+  }
+  tail.size = tail.end;
+  Tell(ZREventFileTrouble::kTorn, 0);
+  return true;
+}
+
+// Makes the first of the names with a number behind them that is free.
+ZREventFileHandle ZREventFile::CImplementation::NewTornFile(const ZREventFileHandle& month,
+                                                            std::string& name) {
+  for (int number = 1; number <= kMostTornFiles; ++number) {
+    name = std::string(path.Name()) + ".torn-" + std::to_string(number);
+    const auto handle =
+        files->OpenFile(month.Get(), name.c_str(), ZRFileSystem::tagAccess::kCreate);
+    if (handle != ZRFileSystem::kNone || errno != EEXIST) return {*files, handle};
+  }
+  return {};
+}
+
+bool ZREventFile::CImplementation::CopyTorn(const ZREventFileHandle& to) {
+  constexpr std::size_t kPiece = 65536;
+  const auto piece = std::make_unique_for_overwrite<unsigned char[]>(kPiece);
+  for (std::uint64_t at = tail.end; at < tail.size;) {
+    const std::size_t wanted = std::min<std::uint64_t>(kPiece, tail.size - at);
+    const std::int64_t got = file.Read(piece.get(), wanted, at);
+    if (got <= 0) {
+      if (got == 0) errno = EIO;
+      return false;
+    }
+    if (!to.Write(piece.get(), static_cast<std::size_t>(got), at - tail.end)) return false;
+    at += static_cast<std::uint64_t>(got);
+  }
+  return true;
+}
+
+// --- records ---
+
+bool ZREventFile::CImplementation::Append(const tagFields& fields) {
+  const bool isAgain = IsLast(fields);
+  Layout::tagRecord record{static_cast<std::uint32_t>(tail.count),
+                           fields.id,
+                           fields.date,
+                           fields.value,
+                           tail.record.highest,
+                           fields.annotation};
+  const bool isHigher = tail.length == 0 || !(tail.record.highest >= fields.date);
+  if (isHigher) record.highest = fields.date;
+  isSure = false;
+  if (!(isAgain ? WriteOver() : WriteBehind(record))) {
+    Tell(ZREventFileTrouble::kWrite, errno);
+    return false;
+  }
+  if (!MakeDurable()) {
+    Tell(ZREventFileTrouble::kSync, errno);
+    return false;
+  }
+  isSure = true;
+  ZREventFileTroubles::Get().Cured();
+  return true;
+}
+
+bool ZREventFile::CImplementation::IsLast(const tagFields& fields) const {
+  return tail.length != 0 && tail.record.id == fields.id && IsSame(tail.record.date, fields.date) &&
+         IsSame(tail.record.value, fields.value) && tail.record.annotation == fields.annotation;
+}
+
+// Writes the last record once more.
+bool ZREventFile::CImplementation::WriteOver() {
+  unsigned char* const bytes = newBytes.Room(tail.length);
+  Layout::WriteRecord(tail.record, seed, tail.at, bytes);
+  return file.Write(bytes, tail.length, tail.at);
+}
+
+// Writes a new last record, and the zeros before it.
+bool ZREventFile::CImplementation::WriteBehind(Layout::tagRecord& record) {
+  const std::size_t length = Layout::Length(record.annotation.size());
+  const std::uint64_t at = Layout::Place(tail.end, tail.length, length);
+  if (length > Layout::kLargestRecord || at + length > Layout::kLargestFile) {
+    errno = EFBIG;
+    return false;
+  }
+  const std::size_t zeros = at - tail.end;
+  unsigned char* const bytes = newBytes.Room(zeros + length);
+  std::memset(bytes, 0, zeros);
+  Layout::WriteRecord(record, seed, at, bytes + zeros);
+  if (!file.Write(bytes, zeros + length, tail.end)) {
+    const int error = errno;
+    (void)files->Truncate(file.Get(), tail.end);
+    errno = error;
+    return false;
+  }
+  unsigned char* const kept = tailBytes.Room(length);
+  std::copy_n(bytes + zeros, length, kept);
+  SetTail(kept, at, length);
+  tail.size = tail.end;
+  blocks.SetEnd(tail.end);
+  blocks.SetCount(tail.count);
+  return true;
+}
+
+bool ZREventFile::CImplementation::MakeDurable() {
+  ZREventFileSync& sync = ZREventFileSync::Get();
+  if (sync.Durability() == ZRDurability::kOff) return true;
+  const Layout::tagRecord& last = tail.record;
+  if (sync.MayPutOff()) {
+    tagWritten written{static_cast<int>(last.index), last.id, last.date, last.value,
+                       std::string(last.annotation)};
+    if (sync.PutOff(widePath, path.Root(), std::move(written))) return true;
+  }
+  if (!SyncFile()) return false;
+  if (last.index != 0 || SyncNames()) return true;
+  // Without its name the file would take other records with it.
+  const int error = errno;
+  (void)files->Truncate(file.Get(), tail.at);
+  errno = error;
+  return false;
+}
+
+// Of the file, and of its folders unless they are known to be durable.
+bool ZREventFile::CImplementation::SyncNames() const {
+  const std::string month = path.YearAndMonth();
+  const auto syncFolder = [&](const std::string& below) {
+    const ZREventFileHandle folder(*files, files->OpenFolder(root.Get(), below.c_str()));
+    return folder.IsOpen() && files->SyncFolder(folder.Get());
+  };
+  if (!syncFolder(month)) return false;
+  ZREventFileSync& sync = ZREventFileSync::Get();
+  const std::string whole = path.Root() + month;
+  if (sync.IsDurableFolder(whole)) return true;
+  if (!syncFolder(path.Year()) || !files->SyncFolder(root.Get())) return false;
+  sync.NoteDurableFolder(whole);
+  return true;
+}
+
+// Puts the bytes of a record at their place once more. False if it isn't there.
+bool ZREventFile::CImplementation::Rewrite(int index, const tagFields& fields) {
+  const unsigned char* const bytes = index < tail.count ? blocks.Record(index) : nullptr;
+  if (bytes == nullptr) return false;
+  Layout::tagRecord there;
+  Layout::ReadRecord(bytes, there);
+  const bool isSame = there.id == fields.id && IsSame(there.date, fields.date) &&
+                      IsSame(there.value, fields.value) && there.annotation == fields.annotation;
+  return isSame && file.Write(bytes, Layout::ClaimedLength(bytes), blocks.Offset(bytes));
+}

@@ -1,0 +1,183 @@
+#include "host/driversupport/eventfile/zreventfileimplementation.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "host/platform/zrplatform.h"
+
+namespace {
+
+// More of a file than this isn't read to find its last record, unless it is longer itself.
+constexpr std::size_t kLook = 512;
+
+}  // namespace
+
+bool ZREventFile::CImplementation::Open(const wchar_t* toOpen, bool readOnly) {
+  files = &ZRPlatform::Get().Files();
+  widePath = toOpen;
+  isReadOnly = readOnly;
+  if (!path.Set(toOpen)) return false;
+  if (!OpenHandles(readOnly)) {
+    if (errno != ENOENT) Tell(ZREventFileTrouble::kOpen, errno);
+    return false;
+  }
+  isLocked = !readOnly && files->TryLock(file.Get());
+  if (!Look()) {
+    const bool isRefused = *reason != '\0';
+    Tell(isRefused ? ZREventFileTrouble::kRefused : ZREventFileTrouble::kOpen,
+         isRefused ? 0 : errno);
+    const char* const why = reason;
+    const std::uint64_t size = tail.size;
+    Close();
+    reason = why;
+    tail.size = size;
+    return false;
+  }
+  isSure = isLocked;
+  return true;
+}
+
+// Leaves the data folder open: whoever reads a month after another one stays in it.
+void ZREventFile::CImplementation::Close() {
+  blocks.Detach();
+  file.Close();
+  isLocked = false;
+  isSure = false;
+  reason = "";
+  tail = {};
+}
+
+void ZREventFile::CImplementation::Tell(ZREventFileTrouble trouble, int error) const {
+  const int before = errno;
+  ZREventFileTroubles::Get().Add(trouble, widePath, error);
+  errno = before;
+}
+
+bool ZREventFile::CImplementation::OpenHandles(bool readOnly) {
+  const auto access =
+      readOnly ? ZRFileSystem::tagAccess::kRead : ZRFileSystem::tagAccess::kReadWrite;
+  const auto openFile = [&] {
+    file = ZREventFileHandle(*files, files->OpenFile(root.Get(), path.Below(), access));
+    return file.IsOpen();
+  };
+  const bool isKnown = root.IsOpen() && &root.Files() == files && rootPath == path.Root();
+  if (readOnly && isKnown && openFile()) return true;
+  root = ZREventFileHandle(*files, files->OpenFolder(path.Root()));
+  rootPath = path.Root();
+  return root.IsOpen() && openFile();
+}
+
+// Reads the head and finds the last record. False with a reason if this isn't a file to work with,
+// without one if it can't be read.
+bool ZREventFile::CImplementation::Look() {
+  reason = "";
+  tail = {};
+  const std::int64_t size = files->Size(file.Get());
+  if (size < 0) return false;
+  tail.size = static_cast<std::uint64_t>(size);
+  if (tail.size < Layout::kHead || tail.size > Layout::kLargestFile) {
+    reason = tail.size < Layout::kHead ? "shorter than its head" : "larger than a file can be";
+    return false;
+  }
+  return isReadOnly && tail.size <= Layout::kBlock ? LookAtSmall() : LookAtEnds();
+}
+
+// Reads a file of one block at once.
+bool ZREventFile::CImplementation::LookAtSmall() {
+  const unsigned char* const bytes = blocks.Begin(file, tail.size);
+  if (bytes == nullptr || !TakeHead(bytes)) return false;
+  blocks.Attach(file, seed, tail.size);
+  ZREventFileBlocks::tagWhole last;
+  if (!blocks.FindLast(last)) return false;
+  if (last.bytes != nullptr) {
+    tail.count = static_cast<int>(ZREventFileLayout::Index(last.bytes)) + 1;
+    tail.end = last.at + last.length;
+  }
+  blocks.SetEnd(tail.end);
+  blocks.SetCount(tail.count);
+  return true;
+}
+
+bool ZREventFile::CImplementation::LookAtEnds() {
+  const std::size_t count = std::min<std::uint64_t>(tail.size, ZREventFileBytes::kFew);
+  unsigned char* const bytes = tailBytes.Room(count);
+  const std::int64_t got = file.Read(bytes, count, 0);
+  if (got != static_cast<std::int64_t>(count)) {
+    if (got >= 0) errno = EIO;
+    return false;
+  }
+  if (!TakeHead(bytes)) return false;
+  const bool isAll = count == tail.size;
+  if (isAll && TakeTail(bytes + count, count - Layout::kHead)) {
+    blocks.Attach(file, seed, tail.end);
+    blocks.SetCount(tail.count);
+    return true;
+  }
+  return FindTail();
+}
+
+bool ZREventFile::CImplementation::TakeHead(const unsigned char* bytes) {
+  Layout::tagHead head;
+  reason = Layout::ReadHead(bytes, head);
+  if (*reason == '\0' && head.type != kType) reason = "of another type";
+  seed = Layout::Seed(head.id);
+  return *reason == '\0';
+}
+
+// Finds the last whole record of a file of tail.size bytes. False if it can't be read.
+bool ZREventFile::CImplementation::FindTail() {
+  const std::uint64_t records = tail.size - Layout::kHead;
+  std::size_t count = std::min<std::uint64_t>(records, kLook);
+  for (int attempt = 0; attempt < 2; ++attempt) {
+    unsigned char* const bytes = tailBytes.Room(count);
+    const std::int64_t got = file.Read(bytes, count, tail.size - count);
+    if (got < 0) return false;
+    if (got != static_cast<std::int64_t>(count)) break;
+    if (TakeTail(bytes + count, count)) {
+      blocks.Attach(file, seed, tail.end);
+      blocks.SetCount(tail.count);
+      return true;
+    }
+    const std::size_t length = Layout::LengthAgain(bytes + count);
+    if (length <= count || length > std::min<std::uint64_t>(records, Layout::kLargestRecord)) break;
+    count = length;
+  }
+  return SearchTail();
+}
+
+// True if the bytes before `behind`, which are the file's last ones, end in a whole record, or the
+// file has none.
+bool ZREventFile::CImplementation::TakeTail(const unsigned char* behind, std::size_t available) {
+  if (tail.size == Layout::kHead) return true;
+  if (available < Layout::kSmallestRecord) return false;
+  const std::size_t length = Layout::LengthAgain(behind);
+  if (length > available) return false;
+  const std::uint64_t at = tail.size - length;
+  if (Layout::WholeRecord(behind - length, length, seed, at) != length || length == 0) return false;
+  SetTail(behind - length, at, length);
+  return true;
+}
+
+bool ZREventFile::CImplementation::SearchTail() {
+  blocks.Attach(file, seed, tail.size);
+  ZREventFileBlocks::tagWhole last;
+  if (!blocks.FindLast(last)) return false;
+  if (last.bytes != nullptr) {
+    unsigned char* const bytes = tailBytes.Room(last.length);
+    std::copy_n(last.bytes, last.length, bytes);
+    SetTail(bytes, last.at, last.length);
+  }
+  blocks.SetEnd(tail.end);
+  blocks.SetCount(tail.count);
+  return true;
+}
+
+void ZREventFile::CImplementation::SetTail(const unsigned char* bytes, std::uint64_t at,
+                                           std::size_t length) {
+  Layout::ReadRecord(bytes, tail.record);
+  tail.count = static_cast<int>(tail.record.index) + 1;
+  tail.at = at;
+  tail.length = length;
+  tail.end = at + length;
+}

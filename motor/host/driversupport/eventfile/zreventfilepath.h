@@ -1,0 +1,27 @@
+// Where a data file lies.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+// A path in UTF-8, divided into the data folder and `YYYY/MM/name` below it.
+class ZREventFilePath {
+ public:
+  // False, with errno EINVAL, if it isn't of this form or holds half a pair.
+  [[nodiscard]] bool Set(const wchar_t* path);
+
+  [[nodiscard]] const char* Root() const { return text.c_str(); }           // "/data/"
+  [[nodiscard]] const char* Below() const { return text.c_str() + below; }  // "2024/03/A.suc"
+  [[nodiscard]] const char* Name() const { return Below() + kNameAt; }
+  [[nodiscard]] std::string Year() const { return std::string(Below(), kYear); }
+  [[nodiscard]] std::string YearAndMonth() const { return std::string(Below(), kNameAt - 1); }
+  [[nodiscard]] std::string Month() const { return std::string(Below() + kYear + 1, kMonth); }
+
+ private:
+  static constexpr std::size_t kYear = 4;   // digits
+  static constexpr std::size_t kMonth = 2;  // digits
+  static constexpr std::size_t kNameAt = kYear + 1 + kMonth + 1;
+
+  std::string text;  // the folder, NUL, the rest
+  std::size_t below = 0;
+};
