@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <string>
 
 #include "host/platform/zrplatform.h"
@@ -44,8 +45,9 @@ class SystemFileSystem : public ::testing::Test {
     std::ofstream(path / name, std::ios::binary) << text;
   }
   [[nodiscard]] std::string Text(const std::string& name) const {
-    std::ifstream in(path / name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
+    std::ostringstream text;
+    text << std::ifstream(path / name, std::ios::binary).rdbuf();
+    return text.str();
   }
   [[nodiscard]] tagHandle Open(const char* below, tagAccess access = tagAccess::kReadWrite) {
     return files.OpenFile(folder, below, access);
