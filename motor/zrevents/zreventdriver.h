@@ -3,6 +3,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <list>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -21,7 +22,9 @@
 #include "zrevents/zreventstatus.h"
 
 class ZREventDriverGroup;
+class ZREventFile;
 class ZREventList;
+class ZREventLoggerData;
 class ZRTimeTable;
 class ZRXmlWriter;
 
@@ -30,8 +33,8 @@ class ZRXmlWriter;
 // which stays until it is activated, deactivated and acknowledged, or is displaced by a newer one.
 //
 // Threads   LoadXml on the host's thread; Work on the event's worker; services on any.
-// Order     occurrencesMutex, then whatever SetEventStatus calls; evaluatorsMutex, which LoadXml
-//           holds over all it calls; textMutex is a leaf.
+// Order     occurrencesMutex, then whatever SetEventStatus calls, fileMutex among it;
+//           evaluatorsMutex, which LoadXml holds over all it calls; textMutex is a leaf.
 // Owns      evaluators, actions, occurrences. Groups and the time table are the store's, nodes
 //           the document's: all of them outlive the event.
 class ZREVENTS_API ZREventDriver {
@@ -147,6 +150,26 @@ class ZREVENTS_API ZREventDriver {
   void updateDriverVariableState();
   void updateDriverVariableTime();
 
+  // --- history, UTC ---
+
+  // Writes the path of the data file of the month of `when`. `size`, in wchar_t, counts the
+  // terminator. Type 0 is the history, 1 a kind that nobody writes. The text is empty if the path
+  // doesn't fit, or the event's name can't be a part of it.
+  void EventFileName(wchar_t* buffer, int size, const ZRDateTime& when, int type);
+  // Adds the occurrences of the event that were activated from `from` until before `to`, with what
+  // became of them by the end of the month behind the one of `to`. With `searchBefore` also the
+  // one that was active at `from`, if it began in that month or the one before. False if there is
+  // no data file.
+  bool Load(ZREventLoggerData& data, const ZRDateTime& from, const ZRDateTime& to,
+            bool searchBefore);
+  // Writes each record of the period as one element. The caller begins and ends the answer.
+  void LoadFileEvents(const ZRDateTime& from, const ZRDateTime& to, ZRHttpResponse& response);
+  // Transitions that aren't in a file yet. They are lost if the event is destroyed before the
+  // next one comes.
+  [[nodiscard]] int WaitingRecords() const {
+    return waitingRecords.load(std::memory_order_relaxed);
+  }
+
   // --- services ---
 
   // Write the event as one element, if it is active; each of its occurrences as one element.
@@ -165,6 +188,20 @@ class ZREVENTS_API ZREventDriver {
   // Sets one mark and tells the world. False if the mark isn't allowed.
   bool SetEventStatus(tagSEventRT* occurrence, int status) ZR_REQUIRES(occurrencesMutex);
   void PublishTriggeredEvent(tagSEventRT* transition);
+
+  // Writes a transition into the data file of its month, behind those that wait already. It waits
+  // with them if the files are in use for more than 10 ms, or can't be written.
+  void SaveEvent(tagSEventRT* transition) ZR_REQUIRES(occurrencesMutex);
+  // Add the records of one data file: those of the period; the later steps of occurrences that are
+  // in `data`, from `from` on, while there are `incomplete` ones. False if there is no such file.
+  bool Load(ZREventLoggerData& data, const ZRDateTime& from, const ZRDateTime& to,
+            const wchar_t* fileName);
+  bool LoadIncomplete(ZREventLoggerData& data, const ZRDateTime& from, const wchar_t* fileName,
+                      std::list<uuid>& incomplete);
+  // Adds the last activation before `from`, unless a deactivation came behind it. Always true.
+  bool SearchActivationBeforePeriod(ZREventLoggerData& data, const ZRDateTime& from);
+  // That share, in percent, of the number of records in all data files; at least 1.
+  [[nodiscard]] int GetAbsoluteNumEvents(int percent);
 
  private:
   using tagActionList = std::vector<std::unique_ptr<ZREventAction>>;
@@ -211,7 +248,16 @@ class ZREVENTS_API ZREventDriver {
   void Acknowledge(tagSEventRT& occurrence);
   void QueueForListeners(const tagSEventRT& occurrence, int status);
   void PublishFeed(const tagSEventRT& occurrence, int status);
-  void SaveEvent(tagSEventRT* transition);
+
+  // --- history ---
+  [[nodiscard]] bool CanBeFileName() const;
+  [[nodiscard]] static bool Write(tagSEventRT& transition);
+  bool Load(ZREventFile& file, ZREventLoggerData& data, const ZRDateTime& from,
+            const ZRDateTime& to, const wchar_t* fileName);
+  bool LoadIncomplete(ZREventFile& file, ZREventLoggerData& data, const ZRDateTime& from,
+                      const wchar_t* fileName, std::list<uuid>& incomplete);
+  void LoadBehind(ZREventFile& file, ZREventLoggerData& data, const ZRDateTime& to,
+                  std::list<uuid>& incomplete);
 
   // --- texts ---
   // Fields that textMutex guards are named by member pointers, and touched under it.
@@ -253,6 +299,10 @@ class ZREVENTS_API ZREventDriver {
   std::optional<ZREvaluator> condition;  // used under evaluatorsMutex; exists after LoadXml
   ZROwnedList<tagSEventRT> occurrences;  // changed by the worker under occurrencesMutex
   ZRMutex occurrencesMutex;
+  ZRMutex fileMutex;  // held over all that is done with the event's data files
+  std::atomic<int> waitingRecords{0};
+  // Transitions that wait for their file, oldest first; null before the first one.
+  std::unique_ptr<std::list<tagSEventRT>> fileQueue ZR_GUARDED_BY(occurrencesMutex);
 
   mutable ZRMutex textMutex;                       // a leaf
   std::unique_ptr<ZREvaluator> conditionStop;      // used under evaluatorsMutex, as the next two

@@ -89,9 +89,6 @@ void ZREventDriver::PublishFeed(const tagSEventRT& occurrence, int status) {
   ZREventSystem::Get().PublishRSS(content.title, content.text, item.time, status);
 }
 
-// The history isn't kept yet.
-void ZREventDriver::SaveEvent(tagSEventRT* /*transition*/) {}
-
 bool ZREventDriver::ExecuteActions(int moment) {
   if (moment < 0 || moment >= kMoments) throw CoreException(ExceptionType::General, kUnknownMoment);
   const auto column = static_cast<std::size_t>(moment);

@@ -200,11 +200,16 @@ class ZREVENTS_API ZREventLoggerData::CRecordGroup {
   CDataRecord* AddActivation(const tagStep& step);
   CDataRecord* AddDeactivation(const tagStep& step);
   CDataRecord* AddAcknowledgement(const tagStep& step);
-  void Extend(const uuid& eventId, std::uint32_t number);
-  void BeginRun(const uuid& eventId, std::uint32_t number);
+  void Extend(const CDataRecord& record, std::uint32_t number);
+  void BeginRun(std::uint32_t number);
+  void Remember(std::uint32_t run);
   void InsertFromCursor(CDataRecord* record);
   // Puts in order what was added since somebody looked.
   void Settle() const;
+  void Merge(std::size_t count) const;
+  [[nodiscard]] std::size_t Waiting() const;
+  template <typename Visit>
+  void ForEachWaiting(Visit visit) const;
   [[nodiscard]] CDataRecord* Find(const uuid& recordId) const;
   [[nodiscard]] const uuid& RecordIdOf(std::uint32_t number) const;
   [[nodiscard]] const uuid& EventIdOf(std::uint32_t run) const;
@@ -213,11 +218,16 @@ class ZREVENTS_API ZREventLoggerData::CRecordGroup {
   std::shared_ptr<ZRLoggerStore> store;
   ZRUuidTable index;  // numbers of records
   std::vector<tagRun> runs;
-  ZRUuidTable lastRuns;  // of each event, places in `runs`
+  ZRUuidTable lastRuns;                             // of each event, places in `runs`
+  const CDataRecord::tagEvent* runEvent = nullptr;  // of the last run
   mutable tagRecords records;
-  // What isn't in `records` yet: from this run, and of it from this number.
+  // What isn't in `records` yet: from this run on, and of it from this number on.
   mutable std::size_t waitingRun = 0;
   mutable std::uint32_t waitingNumber = 0;
+  // What waits is in ascending order, and behind all that doesn't. `latest`: added or put in order
+  // last.
+  mutable bool isAscending = true;
+  mutable const CDataRecord* latest = nullptr;
   bool literal = false;         // after an Initialize of a group with records
   std::size_t cursor = kAtEnd;  // the last insertion, while `literal`
 };

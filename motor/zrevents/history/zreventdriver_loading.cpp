@@ -1,0 +1,263 @@
+// The data files of an event, read back.
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <unordered_map>
+
+#include "host/driversupport/eventfile/zreventfile.h"
+#include "host/tools/zrtext.h"
+#include "zrevents/history/zreventloggerdata.h"
+#include "zrevents/history/zrhistorymonth.h"
+#include "zrevents/history/zrhistorypath.h"
+#include "zrevents/zreventdriver.h"
+
+namespace {
+
+constexpr int kFirstAtOrAfter = 1;  // the mode of SearchByTime
+constexpr ZRHistoryMonth kFirstToCount = {2000, 1};
+constexpr std::int32_t kPercent = 100;
+
+// 0, which is no step, for what no step could be.
+int ValueOf(const ZREventFile& file) {
+  constexpr double kMost = 1000;
+  const double value = file.EventValue();
+  return value > -kMost && value < kMost ? static_cast<int>(value) : 0;
+}
+
+const char* NameOf(int value) {
+  switch (value) {
+    case kActivated:
+      return "ON";
+    case kDeactivated:
+      return "OFF";
+    case kAcknowledged:
+      return "ACK";
+    default:
+      return "NONE";
+  }
+}
+
+// Calls `visit(date)` for each readable record from `from` on, while it gives true.
+template <typename Visit>
+void ForEachFrom(ZREventFile& file, const ZRDateTime& from, Visit visit) {
+  const int first = file.SearchByTime(from, kFirstAtOrAfter);
+  if (first < 0) return;
+  ZRDateTime date;
+  for (int i = first; i < file.numRecords; ++i) {
+    if (!file.GoRecord(i)) continue;
+    file.DateValue(date);
+    if (date >= from && !visit(date)) return;
+  }
+}
+
+// Goes back from `from` to an activation or a deactivation, whosever it is, and tells its date.
+// False if there is none.
+bool FindStepBefore(ZREventFile& file, const ZRDateTime& from, ZRDateTime& date) {
+  for (int i = file.SearchByTime(from, kFirstAtOrAfter); i >= 0; --i) {
+    if (!file.GoRecord(i)) continue;
+    file.DateValue(date);
+    if (date >= from) continue;
+    const int value = ValueOf(file);
+    if (value == kActivated || value == kDeactivated) return true;
+  }
+  return false;
+}
+
+// Adds the current record as a step of that event.
+ZREventLoggerData::CDataRecord* AddCurrent(const ZREventFile& file, const ZRDateTime& date,
+                                           const ZREventDriver& event, ZREventLoggerData& data) {
+  uuid occurrence;
+  file.EventId(occurrence);
+  return data.RecordGroup().AddStep(
+      {event.Id(), occurrence, date, ValueOf(file), file.EventAnnotationView(), event.Notify()});
+}
+
+// Closes a file at the end of a step: nobody else has its lock then.
+class CClosing {
+ public:
+  explicit CClosing(ZREventFile& toClose) : file(toClose) {}
+  ~CClosing() { file.Close(); }
+  CClosing(const CClosing&) = delete;
+  CClosing& operator=(const CClosing&) = delete;
+
+ private:
+  ZREventFile& file;
+};
+
+// Finds the entries of a list. Made when the first one is looked for.
+class CEntries {
+ public:
+  explicit CEntries(std::list<uuid>& toSearch) : list(toSearch) {}
+
+  // Removes the first entry that is equal.
+  void Remove(const uuid& id) {
+    if (places.empty()) Prepare();
+    const auto found = places.find(id);
+    if (found == places.end() || found->second.empty()) return;
+    list.erase(found->second.front());
+    found->second.pop_front();
+  }
+
+ private:
+  void Prepare() {
+    places.reserve(list.size());
+    for (auto entry = list.begin(); entry != list.end(); ++entry)
+      places[*entry].push_back(entry);
+  }
+
+  std::list<uuid>& list;
+  std::unordered_map<uuid, std::list<std::list<uuid>::iterator>> places;
+};
+
+void AppendElement(ZRString& xml, std::string_view tag, std::string_view text) {
+  for (const std::string_view piece : {std::string_view("<"), tag, std::string_view(">"), text,
+                                       std::string_view("</"), tag, std::string_view(">")})
+    xml.Append(piece);
+}
+
+// The current record as an element.
+void AppendRecord(ZRString& xml, const ZREventFile& file) {
+  uuid id;
+  ZRString annotation;
+  ZRString escaped;
+  ZRString date;
+  std::array<char, kUuidTextLength + 1> idText{};
+  file.EventId(id);
+  guidtoc(id, idText.data());
+  file.EventAnnotation(annotation);
+  Text2Xml(escaped, annotation);
+  (void)DateTime2String(date, ZRDateTime(file.DateValue()), false, false);
+  xml.Append("<record>");
+  AppendElement(xml, "eventId", {idText.data(), kUuidTextLength});
+  AppendElement(xml, "annotation", escaped.View());
+  AppendElement(xml, "value", NameOf(ValueOf(file)));
+  AppendElement(xml, "date", date.View());
+  xml.Append("</record>");
+}
+
+}  // namespace
+
+bool ZREventDriver::Load(ZREventLoggerData& data, const ZRDateTime& from, const ZRDateTime& to,
+                         bool searchBefore) {
+  if (searchBefore) (void)SearchActivationBeforePeriod(data, from);
+  ZREventFile file(true);
+  ZREventPath path{};
+  bool isAnyLoaded = false;
+  ForEachMonth(from, to, [&](const ZRDateTime& month) {
+    EventFileName(path.data(), kEventPathSize, month, kEventHistory);
+    isAnyLoaded = Load(file, data, from, to, path.data()) || isAnyLoaded;
+  });
+  std::list<uuid> incomplete;
+  for (const auto* occurrence : data.RecordGroup().IncompleteOf(id))
+    incomplete.push_back(occurrence->RecordId());
+  LoadBehind(file, data, to, incomplete);
+  return isAnyLoaded;
+}
+
+// The rest of the month of `to`, and one more month.
+void ZREventDriver::LoadBehind(ZREventFile& file, ZREventLoggerData& data, const ZRDateTime& to,
+                               std::list<uuid>& incomplete) {
+  ZREventPath path{};
+  const ZRDateTime next = ZRHistoryMonth::Of(to).Next().Begin();
+  for (const ZRDateTime& date : {to, next}) {
+    if (incomplete.empty()) return;
+    EventFileName(path.data(), kEventPathSize, date, kEventHistory);
+    (void)LoadIncomplete(file, data, date, path.data(), incomplete);
+  }
+}
+
+bool ZREventDriver::Load(ZREventLoggerData& data, const ZRDateTime& from, const ZRDateTime& to,
+                         const wchar_t* fileName) {
+  ZREventFile file(true);
+  return Load(file, data, from, to, fileName);
+}
+
+bool ZREventDriver::Load(ZREventFile& file, ZREventLoggerData& data, const ZRDateTime& from,
+                         const ZRDateTime& to, const wchar_t* fileName) {
+  const ZRMutexLock lock(fileMutex);
+  if (!file.Open(fileName, true)) return false;
+  const CClosing closing(file);
+  ForEachFrom(file, from, [&](const ZRDateTime& date) {
+    if (date >= to) return false;
+    (void)AddCurrent(file, date, *this, data);
+    return true;
+  });
+  return true;
+}
+
+bool ZREventDriver::SearchActivationBeforePeriod(ZREventLoggerData& data, const ZRDateTime& from) {
+  const ZRHistoryMonth month = ZRHistoryMonth::Of(from);
+  const ZRMutexLock lock(fileMutex);
+  ZREventFile file(true);
+  ZREventPath path{};
+  for (const ZRDateTime& date : {month.Begin(), month.Before().Begin()}) {
+    EventFileName(path.data(), kEventPathSize, date, kEventHistory);
+    if (!file.Open(path.data(), true)) continue;
+    const CClosing closing(file);
+    ZRDateTime step;
+    if (!FindStepBefore(file, from, step)) continue;
+    if (ValueOf(file) == kActivated) (void)AddCurrent(file, step, *this, data);
+    return true;
+  }
+  return true;
+}
+
+bool ZREventDriver::LoadIncomplete(ZREventLoggerData& data, const ZRDateTime& from,
+                                   const wchar_t* fileName, std::list<uuid>& incomplete) {
+  ZREventFile file(true);
+  return LoadIncomplete(file, data, from, fileName, incomplete);
+}
+
+bool ZREventDriver::LoadIncomplete(ZREventFile& file, ZREventLoggerData& data,
+                                   const ZRDateTime& from, const wchar_t* fileName,
+                                   std::list<uuid>& incomplete) {
+  const ZRMutexLock lock(fileMutex);
+  if (!file.Open(fileName, true)) return false;
+  const CClosing closing(file);
+  CEntries entries(incomplete);
+  ForEachFrom(file, from, [&](const ZRDateTime& date) {
+    const int value = ValueOf(file);
+    if (value != kDeactivated && value != kAcknowledged) return true;
+    const auto* const touched = AddCurrent(file, date, *this, data);
+    if (touched == nullptr || touched->IsIncomplete()) return true;
+    entries.Remove(touched->RecordId());
+    return !incomplete.empty();
+  });
+  return true;
+}
+
+void ZREventDriver::LoadFileEvents(const ZRDateTime& from, const ZRDateTime& to,
+                                   ZRHttpResponse& response) {
+  ZREventFile file(true);
+  ZREventPath path{};
+  ZRString xml;
+  const ZRMutexLock lock(fileMutex);
+  ForEachMonth(from, to, [&](const ZRDateTime& month) {
+    EventFileName(path.data(), kEventPathSize, month, kEventHistory);
+    if (!file.Open(path.data(), true)) return;
+    ForEachFrom(file, from, [&](const ZRDateTime& date) {
+      if (date >= to) return false;
+      xml.Clear();
+      AppendRecord(xml, file);
+      response.Write(xml);
+      return true;
+    });
+  });
+}
+
+// Without the lock, and without any December: both required.
+int ZREventDriver::GetAbsoluteNumEvents(int percent) {
+  const ZRDateTime last = ZRHistoryMonth::Of(ZRDateTime::UTC()).Begin();
+  ZREventFile file(true);
+  ZREventPath path{};
+  std::uint32_t total = 0;
+  for (ZRHistoryMonth month = kFirstToCount; month.Begin() <= last; month = month.NextToCount()) {
+    EventFileName(path.data(), kEventPathSize, month.Begin(), kEventHistory);
+    if (!file.Open(path.data(), false)) continue;
+    total += static_cast<std::uint32_t>(file.numRecords);
+    file.Close();
+  }
+  const auto product = static_cast<std::int32_t>(total * static_cast<std::uint32_t>(percent));
+  return std::max(product / kPercent, 1);
+}
