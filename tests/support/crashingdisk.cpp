@@ -279,15 +279,10 @@ void ZRCrashingDisk::Apply(const tagChange& change) {
   }
 }
 
-// Half of the time the disk kept the changes in their order up to one of them, as a journal does;
-// else each one on its own.
+// Each change survives or not, whatever became of those before it.
 void ZRCrashingDisk::CutNames(unsigned perMille) {
-  const bool inOrder = chance.Happens(500);
-  bool isLost = false;
   for (const tagChange& change : changes) {
-    const bool survives = chance.Happens(perMille);
-    isLost = isLost || (inOrder && !survives);
-    if (survives && !isLost) Apply(change);
+    if (chance.Happens(perMille)) Apply(change);
   }
   for (const tagChange& change : changes) {
     tagNode& folder = nodes[static_cast<std::size_t>(change.folder)];

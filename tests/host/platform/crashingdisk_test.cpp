@@ -289,6 +289,20 @@ TEST_F(CrashingDisk, TruncatesAtOnceOrNotAtAll) {
   EXPECT_EQ((tagSet{"long", "long text"}), Keys(results));
 }
 
+TEST_F(CrashingDisk, NeverBringsBackWhatASyncedTruncationTook) {
+  const auto results = Results(
+      [this] {
+        disk.Put("f", tagBytes(9000, 'o'));
+        const tagHandle file = Open("f");
+        EXPECT_TRUE(disk.Truncate(file, 10));
+        EXPECT_TRUE(disk.Truncate(file, 5000));
+        EXPECT_TRUE(disk.Sync(file));
+        disk.PowerCut();
+      },
+      [this] { return Text("f"); });
+  EXPECT_EQ((tagSet{std::string(10, 'o') + std::string(4990, '\0')}), Keys(results));
+}
+
 TEST_F(CrashingDisk, MayLoseANameButNotASyncedOne) {
   const auto results = Results(
       [this] {
