@@ -297,6 +297,7 @@ TEST_F(CrashingDisk, NeverBringsBackWhatASyncedTruncationTook) {
         EXPECT_TRUE(disk.Truncate(file, 10));
         EXPECT_TRUE(disk.Truncate(file, 5000));
         EXPECT_TRUE(disk.Sync(file));
+        EXPECT_TRUE(Write(file, "o"));
         disk.PowerCut();
       },
       [this] { return Text("f"); });
