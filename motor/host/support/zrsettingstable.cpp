@@ -108,6 +108,14 @@ const ZRSettingNode* ZRSettingsTable::Any(std::string_view key) {
   return table != nullptr ? table->Child(key) : nullptr;
 }
 
+std::vector<std::string_view> ZRSettingsTable::Keys() const {
+  std::vector<std::string_view> keys;
+  if (table == nullptr) return keys;
+  for (const ZRSettingNode& child : table->children)
+    keys.emplace_back(child.key);
+  return keys;
+}
+
 void ZRSettingsTable::Problem(std::string_view key, std::string_view what) {
   if (table == nullptr) return;
   const ZRSettingNode* const node = table->Child(key);

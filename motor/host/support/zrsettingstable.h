@@ -42,6 +42,8 @@ class ZRSettingsTable {
   [[nodiscard]] ZRSettingsTable Table(std::string_view key);
   // The value of any kind, null if there is none.
   const ZRSettingNode* Any(std::string_view key);
+  // Its keys, in the file's order, for a table whose keys are data.
+  [[nodiscard]] std::vector<std::string_view> Keys() const;
 
   // The place of the table itself, for a key that is missing.
   void Problem(std::string_view key, std::string_view what);

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <string>
 #include <system_error>
 
 #include "host/support/zrsettingstext.h"
@@ -43,6 +44,13 @@ bool ZRTessalySetup::Load(const ZRWString& siteFolder, std::vector<ZRSettingProb
     return false;
   }
   return LoadText(content.View(), siteFolder, problems, warnings);
+}
+
+ZRString ZRTessalySetup::SmsDevice(unsigned int port) const {
+  const auto found = smsDevices.find(port);
+  if (found != smsDevices.end()) return found->second;
+  // The serial ports of the machine are counted from 1, and its devices from 0.
+  return port == 0 ? ZRString() : ZRString("/dev/ttyS") + std::to_string(port - 1).c_str();
 }
 
 std::vector<const XmlDocument::XmlNode*> ZRTessalySetup::Drivers() const {

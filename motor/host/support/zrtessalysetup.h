@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <map>
 #include <memory>
 #include <string_view>
 #include <utility>
@@ -68,6 +69,14 @@ class ZRTessalySetup {
   [[nodiscard]] bool SmtpAuthenticated() const { return smtpAuthenticated; }
   [[nodiscard]] bool SmtpSSL() const { return smtpSsl; }
 
+  // How SMS are sent: "modem", or "file" for a folder that they are written to. The folder has its
+  // separator at the end.
+  [[nodiscard]] const ZRString& SmsSender() const { return smsSender; }
+  [[nodiscard]] const ZRWString& SmsFolder() const { return smsFolder; }
+  // The program that drives the modem, and the device of a port; empty if the port has none.
+  [[nodiscard]] const ZRString& SmsProgram() const { return smsProgram; }
+  [[nodiscard]] ZRString SmsDevice(unsigned int port) const;
+
   // When records of the history reach the disk for good: "strict", "adaptive" or "off".
   [[nodiscard]] const ZRString& HistoryDurability() const { return historyDurability; }
 
@@ -96,6 +105,9 @@ class ZRTessalySetup {
   ZRWString programName{L"Tessaly"}, language{L"en"}, rssUrl, logTarget{L"terminal"};
   ZRString timeZone, historyDurability{"adaptive"};
   ZRString smtpServer, smtpFrom, smtpUser, smtpPassword;
+  ZRString smsSender{"modem"}, smsProgram{"/usr/bin/gammu"};
+  ZRWString smsFolder{L"sms/"};
+  std::map<unsigned int, ZRString> smsDevices;  // by port
   int httpPort = kDefaultHttpPort, smtpPort = 25, smtpSizeQueue = 100, smsSizeQueue = 100;
   int logLevel = 1;
   bool smtpAuthenticated = false, smtpSsl = false;

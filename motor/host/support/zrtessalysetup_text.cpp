@@ -1,5 +1,6 @@
 // What the settings file may hold.
 #include <algorithm>
+#include <charconv>
 #include <set>
 #include <string>
 
@@ -18,6 +19,7 @@ constexpr char kSeparator = '/';
 constexpr int kMaximumPort = 65535;
 constexpr int kMaximumQueue = 1'000'000;
 constexpr int kUnlimitedQueue = -1;
+constexpr int kHighestModemPort = 255;
 constexpr std::size_t kMaximumName = 100;  // bytes
 
 bool IsNotEmpty(std::string_view text) {
@@ -30,6 +32,24 @@ bool IsLanguage(std::string_view text) {
 
 bool IsDurability(std::string_view text) {
   return text == "strict" || text == "adaptive" || text == "off";
+}
+
+bool IsSmsSender(std::string_view text) {
+  return text == "modem" || text == "file";
+}
+
+// A path that a line of another program's settings can hold.
+bool IsPlainPath(std::string_view path) {
+  constexpr std::string_view kAllowed =
+      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_.:,@+-/";
+  return path.starts_with(kSeparator) && path.find_first_not_of(kAllowed) == path.npos;
+}
+
+// A modem's port in its shortest decimal form.
+bool IsModemPort(std::string_view text, unsigned int& port) {
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
+  return error == std::errc() && end == text.data() + text.size() &&
+         port <= unsigned{kHighestModemPort} && text == std::to_string(port);
 }
 
 // A name of the zone database, or none. It becomes a part of a path.
@@ -105,14 +125,13 @@ class ZRTessalySetup::CReader {
     file.Text("language", letters, IsLanguage, "must be \"en\" or \"es\"");
     setup.language = Utf8ToUtf16(letters.View());
     file.Text("timezone", setup.timeZone, IsZone, "must be the name of a time zone");
-    setup.cfgPath = ReadFolder(file, "config");
-    setup.dataPath = ReadFolder(file, "data");
+    setup.cfgPath = ReadFolder(file, "config", "config");
+    setup.dataPath = ReadFolder(file, "data", "data");
   }
 
-  // The key's own text is the default.
-  ZRWString ReadFolder(ZRSettingsTable& file, const char* key) {
-    ZRString folder(key);
-    file.Text(key, folder, IsFolder, "must be the path of a folder, without \"..\"");
+  ZRWString ReadFolder(ZRSettingsTable& table, const char* key, const char* whenAbsent) {
+    ZRString folder(whenAbsent);
+    table.Text(key, folder, IsFolder, "must be the path of a folder, without \"..\"");
     return WithSeparator(BelowSite(setup.sitePath, folder));
   }
 
@@ -157,12 +176,24 @@ class ZRTessalySetup::CReader {
 
   void ReadSms(ZRSettingsTable sms) {
     sms.Integer("queue", setup.smsSizeQueue, kUnlimitedQueue, kMaximumQueue);
+    sms.Text("sender", setup.smsSender, IsSmsSender, "must be \"modem\" or \"file\"");
+    setup.smsFolder = ReadFolder(sms, "folder", "sms");
+    sms.Text("program", setup.smsProgram, IsPlainPath, "must be the whole path of a program");
+    ReadSmsDevices(sms.Table("devices"));
     sms.WarnOfUnknownKeys();
+  }
+
+  void ReadSmsDevices(ZRSettingsTable devices) {
+    for (const std::string_view key : devices.Keys()) {
+      unsigned int port = 0;
+      if (!IsModemPort(key, port)) continue;  // a warning
+      devices.Text(key, setup.smsDevices[port], IsPlainPath, "must be the whole path of a device");
+    }
+    devices.WarnOfUnknownKeys();
   }
 
   // Read later by their paths in the tree: only checked here.
   void ReadPreferences(ZRSettingsTable preferences) {
-    constexpr int kHighestModemPort = 255;
     constexpr int kHighestBaudRate = 4'000'000;
     constexpr int kHighestPin = 99'999'999;
     int checked = 0;

@@ -60,6 +60,9 @@ TEST_F(Settings, HaveDefaultsForWhatTheFileLeavesOut) {
   EXPECT_EQ(25, setup.SmtpPort());
   EXPECT_EQ(100, setup.SmtpSizeQueue());
   EXPECT_EQ(100, setup.SmsSizeQueue());
+  EXPECT_TRUE(setup.SmsSender() == "modem");
+  EXPECT_EQ("/site/sms/", Narrow(setup.SmsFolder()));
+  EXPECT_TRUE(setup.SmsProgram() == "/usr/bin/gammu");
   EXPECT_FALSE(setup.SmtpAuthenticated());
   EXPECT_FALSE(setup.SmtpSSL());
   EXPECT_EQ(1, setup.LogLevel());
@@ -93,6 +96,12 @@ ssl = true
 queue = -1
 [sms]
 queue = 0
+sender = "file"
+folder = "out/sms"
+program = "/opt/bin/gammu"
+[sms.devices]
+3 = "/dev/ttyUSB0"
+0 = "/dev/serial/by-id/usb-A_B.1-if00:0"
 )"));
   EXPECT_TRUE(warnings.empty());
   EXPECT_EQ("Planta Sur", Narrow(setup.ProgramName()));
@@ -114,6 +123,42 @@ queue = 0
   EXPECT_TRUE(setup.SmtpSSL());
   EXPECT_EQ(-1, setup.SmtpSizeQueue());
   EXPECT_EQ(0, setup.SmsSizeQueue());
+  EXPECT_TRUE(setup.SmsSender() == "file");
+  EXPECT_EQ("/site/out/sms/", Narrow(setup.SmsFolder()));
+  EXPECT_TRUE(setup.SmsProgram() == "/opt/bin/gammu");
+  EXPECT_TRUE(setup.SmsDevice(3) == "/dev/ttyUSB0");
+  EXPECT_TRUE(setup.SmsDevice(0) == "/dev/serial/by-id/usb-A_B.1-if00:0");
+}
+
+TEST_F(Settings, PortWithoutADeviceIsTheMachinesOwn) {
+  ASSERT_TRUE(Load(""));
+  EXPECT_TRUE(setup.SmsDevice(0).IsEmpty());
+  EXPECT_TRUE(setup.SmsDevice(1) == "/dev/ttyS0");
+  EXPECT_TRUE(setup.SmsDevice(255) == "/dev/ttyS254");
+}
+
+TEST_F(Settings, DevicesAreWholePathsThatALineCanHold) {
+  const std::string rule = "must be the whole path of a device";
+  for (const char* bad : {"", "ttyUSB0", "/dev/tty USB0", "/dev/tty;x", "/dev/tty#", "/dev/\u00e9"})
+    EXPECT_EQ("2:1 sms.devices.3 " + rule,
+              Refusal("[sms.devices]\n3 = \"" + std::string(bad) + "\""));
+  EXPECT_EQ("2:1 sms.program must be the whole path of a program",
+            Refusal("[sms]\nprogram = \"gammu\""));
+}
+
+TEST_F(Settings, KeysOfDevicesArePorts) {
+  for (const char* bad : {"256", "03", "-1", "COM3", "99999999999"}) {
+    ASSERT_TRUE(Load("[sms.devices]\n" + std::string(bad) + " = \"/dev/ttyUSB0\"")) << bad;
+    ASSERT_EQ(1u, warnings.size()) << bad;
+    EXPECT_EQ("2:1 the key \"" + std::string(bad) + "\" in sms.devices is not known",
+              Shown(warnings[0]));
+  }
+}
+
+TEST_F(Settings, SendersOfSmsAreTwo) {
+  EXPECT_EQ("1:5 sms.sender must be \"modem\" or \"file\"", Refusal("sms.sender = \"pigeon\""));
+  EXPECT_EQ("1:5 sms.folder must be the path of a folder, without \"..\"",
+            Refusal("sms.folder = \"../x\""));
 }
 
 TEST_F(Settings, OfAWrongTypeAreRefusedAtTheirPlace) {
