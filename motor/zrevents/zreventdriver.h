@@ -181,6 +181,10 @@ class ZREVENTS_API ZREventDriver {
                                        const ZRWString& driverName);
   bool ProcessHttpServiceEventsNotified(XmlDocument& document, bool canAcknowledge,
                                         const ZRWString& driverId, const ZRWString& driverName);
+  // Writes each of its occurrences for which a client has something to do as one element.
+  bool ProcessHttpServiceEventsActions(ZRHttpResponse& response);
+  // Appends what clients have to do, as it is at present. False if that is nothing.
+  bool ProcessHttpServiceEventsActions(ZRBasicString<char>& text);
 
  protected:
   // Appends a new occurrence with the present texts.
@@ -188,6 +192,7 @@ class ZREVENTS_API ZREventDriver {
   // Sets one mark and tells the world. False if the mark isn't allowed.
   bool SetEventStatus(tagSEventRT* occurrence, int status) ZR_REQUIRES(occurrencesMutex);
   void PublishTriggeredEvent(tagSEventRT* transition);
+  bool ProcessHttpServiceEventsActions(tagSEventRT* occurrence, ZRHttpResponse& response);
 
   // Writes a transition into the data file of its month, behind those that wait already. It waits
   // with them if the files are in use for more than 10 ms, or can't be written.

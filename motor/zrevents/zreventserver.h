@@ -75,6 +75,8 @@ class ZREVENTS_API ZREventServer {
 
   bool ProcessHttpServiceEventsActived(ZRHttpRequest& request, ZRHttpResponse& response);
   bool ProcessHttpServiceEventsNotified(ZRHttpRequest& request, ZRHttpResponse& response);
+  // What clients have to do, for each occurrence of an event with client actions.
+  bool ProcessHttpServiceEventsActions(ZRHttpRequest& request, ZRHttpResponse& response);
   // How many events the caller would see in either. The second counts events, not occurrences.
   [[nodiscard]] int ActiveEventsCount(ZRHttpRequest& request, ZRHttpResponse& response);
   [[nodiscard]] int NotifiedEventsCount(ZRHttpRequest& request, ZRHttpResponse& response);

@@ -11,3 +11,11 @@ void ZRValue::SetString(const ZRWString& toHold) {
   number = 0.0;
   text = toHold;
 }
+
+void ZRVSValue::CopyTo(ZRValue& target) const {
+  if ((type & kText) != 0) {
+    target.SetString(text);
+  } else {
+    target.SetNumeric(number);
+  }
+}

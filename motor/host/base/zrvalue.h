@@ -27,10 +27,14 @@ class ZRVSValue {
 
   explicit ZRVSValue(double toHold) : number(toHold) {}
   explicit ZRVSValue(const ZRWString& toHold) : type(kText), text(toHold) {}
+  virtual ~ZRVSValue() = default;
+  ZRVSValue(const ZRVSValue&) = delete;
+  ZRVSValue& operator=(const ZRVSValue&) = delete;
 
   [[nodiscard]] int Type() const { return type; }
   [[nodiscard]] double Double() const { return number; }  // 0 for a text
   [[nodiscard]] const ZRWString& String() const { return text; }
+  void CopyTo(ZRValue& target) const;
 
  private:
   int type = 0;

@@ -84,10 +84,13 @@ void ReadForm(ZRDriverSettings& settings, ZRSimulation& simulation) {
     simulation.form = ReadLoad(settings);
   } else if (form == "switch") {
     simulation.form = ReadSwitch(settings, simulation);
+  } else if (form == "text") {
+    simulation.form = ZRTextForm{settings.Text("text", "")};
+    simulation.isText = true;
   } else if (!form.empty()) {
     settings.Error("form",
-                   "must be \"constant\", \"ramp\", \"sine\", \"noise\", \"load\" or "
-                   "\"switch\", not \"" +
+                   "must be \"constant\", \"ramp\", \"sine\", \"noise\", \"load\", "
+                   "\"switch\" or \"text\", not \"" +
                        form + "\"");
   }
 }

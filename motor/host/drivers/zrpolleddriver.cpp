@@ -44,9 +44,15 @@ void ZRPolledDriver::Stop() {
   GoOffline();
 }
 
-bool ZRPolledDriver::ForceValue(const ZRWString& /*variable*/, double /*value*/,
-                                const ZRWString& /*caller*/) {
+bool ZRPolledDriver::ForceValue(std::int64_t /*variable*/, const ZRValue& /*value*/,
+                                const wchar_t* /*name*/) {
   return false;
+}
+
+bool ZRPolledDriver::ValueInfo(std::int64_t variable, tagSVariableValueInfo& info) const {
+  if (!ZRDriver::ValueInfo(variable, info)) return false;
+  info.flags = 0;
+  return true;
 }
 
 void ZRPolledDriver::Run() {

@@ -30,9 +30,11 @@ class ZRPolledDriver : public ZRDriver {
   void Stop() override;
   [[nodiscard]] bool IsOnline() const override { return online.load(std::memory_order_acquire); }
 
-  // False: what is polled can't be forced. A derived class may allow it.
-  [[nodiscard]] bool ForceValue(const ZRWString& variable, double value,
-                                const ZRWString& caller) override;
+  // False: what is polled can't be forced, and its description says so. A derived class may allow
+  // it.
+  [[nodiscard]] bool ForceValue(std::int64_t variable, const ZRValue& value,
+                                const wchar_t* name) override;
+  [[nodiscard]] bool ValueInfo(std::int64_t variable, tagSVariableValueInfo& info) const override;
 
   // One pass at `utc` (ms since 1970): reads everything and writes the variables. Public so that
   // it can be called without a thread, after Prepare.

@@ -54,6 +54,10 @@ double At(const ZRSwitchForm& form, const ZRSimulatedMoment& moment) {
   return IsSwitchedOn(form, moment.elapsed) ? form.onValue : form.offValue;
 }
 
+double At(const ZRTextForm&, const ZRSimulatedMoment&) {
+  return 0.0;
+}
+
 }  // namespace
 
 double FormValue(const ZRSimulatedForm& form, const ZRSimulatedMoment& moment) {
@@ -68,6 +72,7 @@ double SimulatedNumber(const ZRSimulation& simulation, const ZRSimulatedMoment& 
 }
 
 std::string_view SimulatedText(const ZRSimulation& simulation, const ZRSimulatedMoment& moment) {
+  if (const auto* text = std::get_if<ZRTextForm>(&simulation.form)) return text->text;
   const auto* form = std::get_if<ZRSwitchForm>(&simulation.form);
   const bool on = form != nullptr && IsSwitchedOn(*form, moment.elapsed);
   return on ? simulation.onText : simulation.offText;

@@ -65,8 +65,13 @@ struct ZRSwitchForm {
   double offValue = 0.0;
 };
 
-using ZRSimulatedForm =
-    std::variant<ZRConstantForm, ZRRampForm, ZRSineForm, ZRNoiseForm, ZRLoadForm, ZRSwitchForm>;
+// One text.
+struct ZRTextForm {
+  std::string text;  // UTF-8
+};
+
+using ZRSimulatedForm = std::variant<ZRConstantForm, ZRRampForm, ZRSineForm, ZRNoiseForm,
+                                     ZRLoadForm, ZRSwitchForm, ZRTextForm>;
 
 // One simulated variable: a form, and what every form may have besides.
 struct ZRSimulation {
@@ -75,7 +80,7 @@ struct ZRSimulation {
   std::optional<int> decimals;    // what the number is rounded to
   std::int64_t dropoutEvery = 0;  // ms; 0 for never
   std::int64_t dropoutFor = 0;    // ms, at the end of each `dropoutEvery`
-  bool isText = false;            // a switch shows texts in place of numbers
+  bool isText = false;            // a switch with texts in place of numbers, or the form of a text
   std::string onText, offText;    // UTF-8
   std::uint64_t stream = 0;       // of the random numbers
 };
@@ -137,9 +142,15 @@ struct ZRSimulation {
 [[nodiscard]] double SimulatedNumber(const ZRSimulation& simulation,
                                      const ZRSimulatedMoment& moment);
 
-// The text that a switch with texts shows.
+// The text that a variable of texts shows.
 [[nodiscard]] std::string_view SimulatedText(const ZRSimulation& simulation,
                                              const ZRSimulatedMoment& moment);
+
+// A variable that follows nothing but its settings, or has two states, accepts forced values.
+[[nodiscard]] constexpr bool CanBeForced(const ZRSimulatedForm& form) {
+  return std::holds_alternative<ZRConstantForm>(form) || std::holds_alternative<ZRTextForm>(form) ||
+         std::holds_alternative<ZRSwitchForm>(form);
+}
 
 // `value` with so many digits behind the point, halves away from zero.
 [[nodiscard]] double RoundedTo(double value, int decimals);

@@ -5,6 +5,8 @@
 
 #include "host/base/zrlogger.h"
 #include "host/tools/zrdatetime.h"
+#include "host/tools/zrstringtable.h"
+#include "host/tools/zrtext.h"
 
 namespace {
 
@@ -14,6 +16,32 @@ double LocalHour(const ZRDateTime& local) {
   constexpr double kMilliseconds = 3'600'000.0;
   return local.Hour() + local.Minute() / kMinutes + local.Second() / kSeconds +
          local.Millisecond() / kMilliseconds;
+}
+
+// `value` as a variable of texts, or of numbers, shows it; nothing if it can't.
+std::optional<ZRValue> Accepted(const ZRValue& value, bool isText) {
+  ZRValue accepted = value;
+  if (isText && value.IsNumeric()) {
+    ZRWString text;
+    FormatDouble(text, value.Numeric(), 1, -1, false, false, false);
+    accepted.SetString(text);
+  }
+  const bool fits =
+      isText ? accepted.IsString() : value.IsNumeric() && std::isfinite(value.Numeric());
+  return fits ? std::optional<ZRValue>(accepted) : std::nullopt;
+}
+
+// What one of the two states of a switch is called, as text of XML.
+ZRString Label(const ZRSimulation& simulation, bool on) {
+  ZRString word;
+  if (simulation.isText) {
+    word = (on ? simulation.onText : simulation.offText).c_str();
+  } else {
+    (void)ZRLoadString(on ? zrstring::kStateOn : zrstring::kStateOff, word);
+  }
+  ZRString label;
+  Text2Xml(label, word);
+  return label;
 }
 
 }  // namespace
@@ -50,26 +78,49 @@ void ZRSimulatorDriver::Show(tagVariable& variable, const ZRSimulatedMoment& mom
   ZRLiveValue& live = Variable(variable.number);
   if (IsDroppedOut(variable.simulation, moment.elapsed)) {
     live.SetUnavailable();
+  } else if (variable.forced) {
+    ShowForced(variable, utc);
   } else if (variable.simulation.isText) {
     live.SetText(SimulatedText(variable.simulation, moment), utc);
   } else {
-    live.SetNumber(
-        variable.forced ? *variable.forced : SimulatedNumber(variable.simulation, moment), utc);
+    live.SetNumber(SimulatedNumber(variable.simulation, moment), utc);
   }
 }
 
-bool ZRSimulatorDriver::ForceValue(const ZRWString& variable, double value,
-                                   const ZRWString& caller) {
-  const std::int64_t number = VariableNumber(variable);
-  if (number < 0 || !std::isfinite(value) || !IsOnline()) return false;
+void ZRSimulatorDriver::ShowForced(tagVariable& variable, std::int64_t utc) {
+  ZRLiveValue& live = Variable(variable.number);
+  if (variable.forced->IsString()) {
+    live.SetText(Utf16ToUtf8(variable.forced->String().View()).View(), utc);
+  } else {
+    live.SetNumber(variable.forced->Numeric(), utc);
+  }
+}
+
+bool ZRSimulatorDriver::ForceValue(std::int64_t variable, const ZRValue& value,
+                                   const wchar_t* name) {
+  if (!HasVariable(variable) || !IsOnline()) return false;
   {
     ZRMutexLock lock(mutex);
-    tagVariable& forced = variables[static_cast<std::size_t>(number)];
-    if (!std::holds_alternative<ZRConstantForm>(forced.simulation.form)) return false;
-    forced.forced = value;
-    Variable(number).SetNumber(value, ZRPlatform::Get().UtcMilliseconds());
+    tagVariable& forced = variables[static_cast<std::size_t>(variable)];
+    if (!CanBeForced(forced.simulation.form)) return false;
+    std::optional<ZRValue> accepted = Accepted(value, forced.simulation.isText);
+    if (!accepted) return false;
+    forced.forced = std::move(accepted);
+    ShowForced(forced, ZRPlatform::Get().UtcMilliseconds());
   }
-  logger(kLogTrace, L"driver '%ls': '%ls' is forced to %g by '%ls'", Name().Text(), variable.Text(),
-         value, caller.Text());
+  logger(kLogTrace, L"driver '%ls': '%ls' is forced", Name().Text(), name);
+  return true;
+}
+
+bool ZRSimulatorDriver::ValueInfo(std::int64_t variable, tagSVariableValueInfo& info) const {
+  if (!HasVariable(variable)) return false;
+  ZRMutexLock lock(mutex);
+  const ZRSimulation& simulation = variables[static_cast<std::size_t>(variable)].simulation;
+  info = {};
+  if (CanBeForced(simulation.form)) info.flags = tagSVariableValueInfo::kForceable;
+  if (simulation.isText) info.type = tagSVariableValueInfo::kText;
+  if (!std::holds_alternative<ZRSwitchForm>(simulation.form)) return true;
+  for (const bool on : {false, true})
+    info.labels.push_back(Label(simulation, on));
   return true;
 }

@@ -16,8 +16,8 @@ struct ZRSimulatedVariable {
 };
 
 // Shows simulated variables. The same settings give the same values at the same times since the
-// start (a load curve: at the same local times) on every run. A constant can be forced while the
-// driver runs: it then keeps that number until the driver starts again.
+// start (a load curve: at the same local times) on every run. A constant, a text and a switch can
+// be forced while the driver runs: they then keep that value until it starts again.
 //
 // Threads   as ZRPolledDriver; ForceValue from any.
 // Order     behind its mutex only that of a text of a live value.
@@ -31,18 +31,22 @@ class ZRSimulatorDriver final : public ZRPolledDriver {
 
   void Poll(std::int64_t utc) override;
   [[nodiscard]] bool Prepare() override;
-  [[nodiscard]] bool ForceValue(const ZRWString& variable, double value,
-                                const ZRWString& caller) override;
+  // A variable of texts shows a number as its shortest text; one of numbers accepts no text.
+  [[nodiscard]] bool ForceValue(std::int64_t variable, const ZRValue& value,
+                                const wchar_t* name) override;
+  // A switch has two labels: its texts, or the words for off and on.
+  [[nodiscard]] bool ValueInfo(std::int64_t variable, tagSVariableValueInfo& info) const override;
 
  private:
   struct tagVariable {
     std::int64_t number = -1;
     ZRSimulation simulation;
-    std::optional<double> forced;
+    std::optional<ZRValue> forced;  // of the kind that the variable shows
   };
   void Show(tagVariable& variable, const ZRSimulatedMoment& moment, std::int64_t utc)
       ZR_REQUIRES(mutex);
+  void ShowForced(tagVariable& variable, std::int64_t utc) ZR_REQUIRES(mutex);
 
-  ZRMutex mutex;
+  mutable ZRMutex mutex;
   std::vector<tagVariable> variables ZR_GUARDED_BY(mutex);
 };

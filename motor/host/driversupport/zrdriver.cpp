@@ -5,6 +5,7 @@
 
 #include "host/drivervariables/zrdrivervariablenames.h"
 #include "host/platform/zrplatform.h"
+#include "host/tools/zrtext.h"
 
 namespace {
 
@@ -47,16 +48,42 @@ ZRDriver* ZRDriver::LockDriver(const wchar_t* id, const void* /*reserved*/) {
   return found == DriversEnd() ? nullptr : *found;
 }
 
+ZRDriver* ZRDriver::FindVariable(const ZRWString& fullName, std::int64_t& variable) {
+  ZRWString driverName;
+  ZRWString variableName;
+  if (!SplitDriverVariable(fullName, driverName, variableName)) return nullptr;
+  for (ZRDriver* const driver : Drivers()) {
+    if (driver->Name() != driverName) continue;
+    const std::int64_t number = driver->VariableNumber(variableName);
+    if (number < 0) continue;
+    variable = number;
+    return driver;
+  }
+  return nullptr;
+}
+
 void ZRDriver::SetVariableValue(std::int64_t variable, double value) {
   if (HasVariable(variable)) {
     Variable(variable).SetNumber(value, ZRPlatform::Get().UtcMilliseconds());
   }
 }
 
-bool ZRDriver::ForceValue(const ZRWString& variable, double value, const ZRWString& /*caller*/) {
-  const std::int64_t number = VariableNumber(variable);
-  if (number < 0) return false;
-  SetVariableValue(number, value);
+bool ZRDriver::ForceValue(std::int64_t variable, const ZRValue& value, const wchar_t* /*name*/) {
+  if (!HasVariable(variable)) return false;
+  if (value.IsString()) {
+    Variable(variable).SetText(Utf16ToUtf8(value.String().View()).View(),
+                               ZRPlatform::Get().UtcMilliseconds());
+  } else if (value.IsNumeric()) {
+    SetVariableValue(variable, value.Numeric());
+  }
+  return value.IsString() || value.IsNumeric();
+}
+
+bool ZRDriver::ValueInfo(std::int64_t variable, tagSVariableValueInfo& info) const {
+  if (!HasVariable(variable)) return false;
+  info = {};
+  info.flags = tagSVariableValueInfo::kForceable;
+  if (Variable(variable).HoldsText()) info.type = tagSVariableValueInfo::kText;
   return true;
 }
 
@@ -75,6 +102,10 @@ std::int64_t ZRDriver::AddVariable(const ZRWString& variable) {
 }
 
 ZRLiveValue& ZRDriver::Variable(std::int64_t number) {
+  return *variables[static_cast<std::size_t>(number)];
+}
+
+const ZRLiveValue& ZRDriver::Variable(std::int64_t number) const {
   return *variables[static_cast<std::size_t>(number)];
 }
 

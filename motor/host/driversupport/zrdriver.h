@@ -9,7 +9,9 @@
 #include <unordered_map>
 #include <vector>
 
+#include "host/base/zrvalue.h"
 #include "host/driversupport/zrlivevalue.h"
+#include "host/driversupport/zrvariablevalueinfo.h"
 #include "host/platform/zrownedlist.h"
 #include "host/tools/xmldocument.h"
 #include "host/tools/zrbasicstring.h"
@@ -43,6 +45,9 @@ class ZRDriver {
   // The driver with that id, or null. Nothing has to be unlocked. The second argument is
   // reserved (null).
   [[nodiscard]] static ZRDriver* LockDriver(const wchar_t* id, const void* reserved);
+  // The driver that has the variable of that full name ("driver.variable"), with the variable's
+  // number; null, and the number as it was, if none has it.
+  [[nodiscard]] static ZRDriver* FindVariable(const ZRWString& fullName, std::int64_t& variable);
 
   // --- identity ---
 
@@ -60,10 +65,14 @@ class ZRDriver {
   // Writes a variable by its number, good as of now. An unknown number is passed over. Quick, from
   // any thread.
   virtual void SetVariableValue(std::int64_t variable, double value);
-  // Forces the variable `variable` ("name" is how the caller calls it). False if the driver has
-  // no such variable or it can't be written.
-  [[nodiscard]] virtual bool ForceValue(const ZRWString& variable, double value,
-                                        const ZRWString& caller);
+  // Makes a variable, by its number, show `value`. `name` is what the caller calls it. False if
+  // there is no such variable, or it doesn't accept such a value. The base accepts every value.
+  [[nodiscard]] virtual bool ForceValue(std::int64_t variable, const ZRValue& value,
+                                        const wchar_t* name);
+  // Describes a variable by its number. False, and `info` as it was, if there is none. In the base
+  // every variable accepts forced values, and the one that holds a text is a text.
+  [[nodiscard]] virtual bool ValueInfo(std::int64_t variable, tagSVariableValueInfo& info) const;
+  [[nodiscard]] std::int64_t VariableNumber(const ZRWString& variable) const;  // -1 if none
 
   // Lets the driver generate events and groups: writes an element `events` into the first root
   // and elements below `eventsGroups` into the second. `screens` tells which screen shows a
@@ -78,8 +87,8 @@ class ZRDriver {
   std::int64_t AddVariable(const ZRWString& variable);
   // `number` is one that AddVariable gave.
   [[nodiscard]] ZRLiveValue& Variable(std::int64_t number);
+  [[nodiscard]] const ZRLiveValue& Variable(std::int64_t number) const;
   [[nodiscard]] bool HasVariable(std::int64_t number) const;
-  [[nodiscard]] std::int64_t VariableNumber(const ZRWString& variable) const;  // -1 if none
 
  private:
   const ZRWString ownId;

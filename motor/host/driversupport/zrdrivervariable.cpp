@@ -1,5 +1,6 @@
 #include "host/driversupport/zrdrivervariable.h"
 
+#include "host/driversupport/zrdriver.h"
 #include "host/platform/zrplatform.h"
 #include "host/tools/zrtext.h"
 
@@ -7,9 +8,25 @@ ZRDriverVariable::~ZRDriverVariable() {
   Unlock();
 }
 
+ZRDriverVariable::ZRDriverVariable(const ZRDriverVariable& other)
+    : ZRVariable(other), driver(other.driver), id(other.id) {}
+
+void ZRDriverVariable::Bind() {
+  id = -1;
+  driver = ZRDriver::FindVariable(Name(), id);
+}
+
+bool ZRDriverVariable::IsReady() const {
+  return driver != nullptr && driver->IsOnline();
+}
+
+bool ZRDriverVariable::ValueInfo(tagSVariableValueInfo& info) const {
+  return driver != nullptr && driver->ValueInfo(id, info);
+}
+
 bool ZRDriverVariable::Lock(bool /*reserved*/) {
   Unlock();
-  held = ZRLiveValues::Get().Find(FullName());
+  held = ZRLiveValues::Get().Find(Name());
   return held != nullptr;
 }
 

@@ -11,3 +11,9 @@ void JoinDriverVariable(const ZRWString& driver, const ZRWString& variable, ZRWS
 // they were. Either target may be `fullName` itself.
 [[nodiscard]] bool SplitDriverVariable(const ZRWString& fullName, ZRWString& driver,
                                        ZRWString& variable);
+
+// Splits the name in a reference, which may have a filter in front: "driver.variable" or
+// "[filter:argument]driver.variable". What a part lacks is empty; false, with all four empty, for
+// a text of another form. The flag is reserved (false).
+bool SplitFilterDriverVariable(const ZRWString& name, ZRWString& filter, ZRWString& argument,
+                               ZRWString& driver, ZRWString& variable, bool reserved);

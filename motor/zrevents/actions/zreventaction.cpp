@@ -1,37 +1,35 @@
 #include "zrevents/actions/zreventaction.h"
 
-#include <algorithm>
-#include <utility>
+#include "host/tools/zrcoreexception.h"
+#include "host/tools/zrtext.h"
+#include "host/tools/zruuid.h"
 
-namespace {
-
-using tagMakers = std::array<ZREventActionKinds::tagMaker, ZREventActionKinds::kTags.size()>;
-
-tagMakers& Makers() {
-  static tagMakers makers;
-  return makers;
+ZREventAction::ZREventAction(ZREventDriver* owner) : parent(owner) {
+  uuid drawn;
+  NewGUID(&drawn);
+  std::array<char, kUuidTextLength + 1> text{};
+  guidtoc(drawn, text.data());
+  id = text.data();
 }
-
-std::size_t PlaceOf(std::string_view tag) {
-  const auto& tags = ZREventActionKinds::kTags;
-  return static_cast<std::size_t>(std::find(tags.begin(), tags.end(), tag) - tags.begin());
-}
-
-}  // namespace
 
 ZREventAction::~ZREventAction() = default;
 
-std::size_t ZREventActionKinds::KindOf(std::string_view tag) {
-  const std::size_t place = PlaceOf(tag);
-  return place != kUnknown && Makers()[place] ? place : kUnknown;
+ZREventDriver* ZREventAction::Parent() const {
+  using Domain::CoreExceptionNS::CoreException;
+  using Domain::CoreExceptionNS::ExceptionType;
+  if (parent == nullptr) throw CoreException(ExceptionType::General);
+  return parent;
 }
 
-std::unique_ptr<ZREventAction> ZREventActionKinds::Make(std::size_t kind, ZREventDriver* owner) {
-  return Makers()[kind](owner);
+bool ZREventAction::LoadXml(const XmlDocument::XmlNode* node) {
+  const ZRWString given = node->Value(L"id", L"");
+  if (!given.IsEmpty()) Utf16ToUtf8(id, given);
+  return true;
 }
 
-ZREventActionKinds::tagMaker ZREventActionKinds::SetMaker(std::string_view tag, tagMaker maker) {
-  const std::size_t place = PlaceOf(tag);
-  if (place == kUnknown) return {};
-  return std::exchange(Makers()[place], std::move(maker));
+bool ZREventAction::ProcessHttpServiceEventsActions(ZRBasicString<char>& xml) {
+  xml += "<id>";
+  xml += id;
+  xml += "</id>";
+  return true;
 }

@@ -7,29 +7,42 @@
 #include <string_view>
 
 #include "host/tools/xmldocument.h"
+#include "host/tools/zrbasicstring.h"
 #include "zrevents/zreventsexport.h"
 
 class ZREventDriver;
 
-// Threads   Execute on the worker of the event, for an acknowledgement on a service's thread with
-//           the event's occurrences locked: it must not call back into what takes that lock.
+// The base of all actions. An event owns its actions and destroys them through this class. On the
+// side of the server an action is executed; on the side of the clients it is told to them.
+//
+// Threads   LoadXml on the host's thread. Execute on the worker of the event, for an
+//           acknowledgement on a service's thread with the event's occurrences locked: it must not
+//           call back into what takes that lock. ProcessHttpServiceEventsActions on any.
+// Promise   what LoadXml has read doesn't change any more.
 class ZREVENTS_API ZREventAction {
  public:
   virtual ~ZREventAction();
   // Carries out the action. Nobody looks at the result.
   virtual bool Execute(int moment) = 0;
-  // Reads the action's element. False if it isn't usable.
-  [[nodiscard]] virtual bool LoadXml(const XmlDocument::XmlNode* node) = 0;
+  // Reads the action's element. False if it isn't usable. The base takes the id, if the element
+  // has one; true.
+  [[nodiscard]] virtual bool LoadXml(const XmlDocument::XmlNode* node);
+  // Replaces `xml` by what a client gets of the action. False, with `xml` as it was, if that is
+  // nothing. The base appends the id; true.
+  virtual bool ProcessHttpServiceEventsActions(ZRBasicString<char>& xml);
 
-  // The event that owns the action.
-  [[nodiscard]] ZREventDriver* Parent() const { return parent; }
+  // The event that owns the action. Throws CoreException if there is none.
+  [[nodiscard]] ZREventDriver* Parent() const;
 
  protected:
-  explicit ZREventAction(ZREventDriver* owner) : parent(owner) {}
+  // Draws a new id.
+  explicit ZREventAction(ZREventDriver* owner);
+  // A copy has the id of what it was copied from.
   ZREventAction(const ZREventAction&) = default;
   ZREventAction& operator=(const ZREventAction&) = default;
 
  private:
+  ZRString id;
   ZREventDriver* parent;
 };
 

@@ -1,5 +1,6 @@
-// The active and notified services, and the counters that go with them.
+// The active, notified and client-actions services, and the counters that go with the first two.
 
+#include "host/base/zrlogger.h"
 #include "host/user/zrsecuritymanager.h"
 #include "zrevents/zreventdriver.h"
 #include "zrevents/zreventserver.h"
@@ -12,6 +13,11 @@ constexpr const char* kNoBody = "";  // digest of a request without one
 constexpr int kOk = 200;
 constexpr int kServiceUnavailable = 503;
 constexpr int kToTerminator = -1;
+
+constexpr const wchar_t* kLogActions = L"@ ZREventServer::ProcessHttpServiceEventsActions()...";
+constexpr const wchar_t* kLogActionsEvent = L"Event '%ls' is activated and has client actions!";
+constexpr const wchar_t* kLogActionsCall =
+    L"Calling ProcessHttpServiceEventsActions() for current event...";
 
 bool MayUse(int right, const ZREventDriverGroup& group, ZRHttpRequest& request) {
   return CanAccessResourcesFromEngine(right, group.IdStr().Text(), request, kNoBody);
@@ -115,6 +121,24 @@ bool ZREventServer::ProcessHttpServiceEventsNotified(ZRHttpRequest& request,
   }
   eventList.SendNotified(request, response);
   response.Write("</notifiedEvents>", kToTerminator);
+  return response.End();
+}
+
+bool ZREventServer::ProcessHttpServiceEventsActions(ZRHttpRequest& request,
+                                                    ZRHttpResponse& response) {
+  const ZRGateToken token(*gate);
+  if (!token.Taken()) return RefuseForNow(response);
+  logger(kLogTrace, kLogActions);
+  BeginDocument(request, response);
+  response.Write("<eventsActions>", kToTerminator);
+  for (auto event = eventSystem.EventsBegin(); event != eventSystem.EventsEnd(); ++event) {
+    if (!(*event)->hasClientActions() || !(*event)->hasActived()) continue;
+    logger(kLogTrace, kLogActionsEvent, (*event)->Name().Text());
+    if (FirstAllowedGroup(**event, kResourceClientActions, request) == nullptr) continue;
+    logger(kLogTrace, kLogActionsCall);
+    (*event)->ProcessHttpServiceEventsActions(response);
+  }
+  response.Write("</eventsActions>", kToTerminator);
   return response.End();
 }
 

@@ -43,4 +43,14 @@ TEST(EvaluatorResult, TellsTextFromNumberByItsType) {
   EXPECT_TRUE(text.String() == L"on");
 }
 
+TEST(EvaluatorResult, CopiesItselfIntoAValue) {
+  ZRValue value;
+  ZRVSValue(ZRWString(L"on")).CopyTo(value);
+  EXPECT_TRUE(value.IsString());
+  EXPECT_TRUE(value.String() == L"on");
+  ZRVSValue(1.5).CopyTo(value);
+  EXPECT_TRUE(value.IsNumeric());
+  EXPECT_EQ(1.5, value.Numeric());
+}
+
 }  // namespace

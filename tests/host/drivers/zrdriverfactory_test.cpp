@@ -171,6 +171,8 @@ TEST(DriverFactory, ASimulatorShowsWhatItsSettingsSay) {
                "<variable><name>T</name><form>switch</form><on_s>1.5</on_s><off_s>2</off_s>"
                "<offset_s>1</offset_s><on_text>on</on_text><off_text>off</off_text></variable>"
                "<variable><name>S</name><form>switch</form><on>7</on><off>3</off></variable>"
+               "<variable><name>M</name><form>text</form><text>manual</text></variable>"
+               "<variable><name>E</name><form>text</form></variable>"
                "<variable><name>C</name><form>constant</form><value>1.26</value>"
                "<decimals>1</decimals>"
                "<dropout><every_s>4</every_s><for_s>1</for_s></dropout></variable>",
@@ -181,6 +183,8 @@ TEST(DriverFactory, ASimulatorShowsWhatItsSettingsSay) {
   EXPECT_EQ(0.0, NumberOf(L"hall.R"));
   EXPECT_EQ("off", TextOf(L"hall.T"));
   EXPECT_EQ(7.0, NumberOf(L"hall.S"));
+  EXPECT_EQ("manual", TextOf(L"hall.M"));
+  EXPECT_EQ("", TextOf(L"hall.E"));
   EXPECT_EQ(1.3, NumberOf(L"hall.C"));
   time.Advance(1000);
   EXPECT_EQ("on", TextOf(L"hall.T"));

@@ -107,7 +107,14 @@ TEST_F(MachineDriver, TheEngineWritesItsNumberOfEventsAndTheHostItsCycle) {
 
 TEST_F(MachineDriver, FactsCantBeForced) {
   ASSERT_TRUE(driver.Start());
-  EXPECT_FALSE(driver.ForceValue(L"UPTIME", 1.0, L"somebody"));
+  const std::int64_t uptime = driver.VariableNumber(L"UPTIME");
+  ZRValue value;
+  value.SetNumeric(1.0);
+  EXPECT_FALSE(driver.ForceValue(uptime, value, L"somebody"));
+  tagSVariableValueInfo info;
+  ASSERT_TRUE(driver.ValueInfo(uptime, info));
+  EXPECT_EQ(0, info.flags);
+  EXPECT_FALSE(driver.ValueInfo(-1, info));
   EXPECT_EQ(86400.25, NumberOf(L"R$SYS.UPTIME"));
   driver.Stop();
 }

@@ -123,13 +123,119 @@ TEST_F(Driver, AnUnknownNumberIsPassedOver) {
   EXPECT_EQ(ZRQuality::kUnavailable, meter->Variable(1).Quality());
 }
 
-TEST_F(Driver, ForcesAVariableByItsName) {
+ZRValue Number(double value) {
+  ZRValue number;
+  number.SetNumeric(value);
+  return number;
+}
+ZRValue Text(const wchar_t* value) {
+  ZRValue text;
+  text.SetString(value);
+  return text;
+}
+
+TEST_F(Driver, ForcesAVariableByItsNumber) {
   CMeter* const meter = Add(L"1", L"Main");
-  EXPECT_TRUE(meter->ForceValue(ZRWString(L"P"), 8.0, ZRWString(L"test")));
+  EXPECT_TRUE(meter->ForceValue(meter->power, Number(8.0), L"test"));
   double number = 0.0;
   ASSERT_TRUE(meter->Variable(meter->power).Number(number));
   EXPECT_EQ(8.0, number);
-  EXPECT_FALSE(meter->ForceValue(ZRWString(L"Main.P"), 9.0, ZRWString(L"test")));
+  EXPECT_TRUE(meter->ForceValue(meter->power, Text(L"mañana"), L"test"));
+  EXPECT_TRUE(meter->Variable(meter->power).HoldsText());
+  EXPECT_FALSE(meter->ForceValue(meter->power, ZRValue(), L"test")) << "no value";
+  for (const std::int64_t unknown : {-1, 2})
+    EXPECT_FALSE(meter->ForceValue(unknown, Number(9.0), L"test"));
+}
+
+TEST_F(Driver, DescribesAVariableByItsNumber) {
+  CMeter* const meter = Add(L"1", L"Main");
+  tagSVariableValueInfo info{0xF0, 7, {"from before"}};
+  ASSERT_TRUE(meter->ValueInfo(meter->power, info));
+  EXPECT_EQ(0x8, info.flags);
+  EXPECT_EQ(0u, info.type);
+  EXPECT_TRUE(info.labels.empty());
+  ASSERT_TRUE(meter->ForceValue(meter->power, Text(L"on"), L"test"));
+  ASSERT_TRUE(meter->ValueInfo(meter->power, info));
+  EXPECT_EQ(0x2000u, info.type);
+  EXPECT_FALSE(meter->ValueInfo(2, info));
+  EXPECT_EQ(0x2000u, info.type) << "as it was";
+}
+
+TEST_F(Driver, IsFoundByTheFullNameOfAVariable) {
+  Add(L"1", L"Other");
+  CMeter* const meter = Add(L"Main", L"2");  // its id isn't its name
+  CMeter* const main = Add(L"3", L"Main");
+  std::int64_t number = 77;
+  for (const wchar_t* nobody : {L"Main.X", L"Nobody.P", L"P", L"", L"Main"})
+    EXPECT_EQ(nullptr, ZRDriver::FindVariable(nobody, number));
+  EXPECT_EQ(77, number);
+  EXPECT_EQ(main, ZRDriver::FindVariable(L"Main.state", number));
+  EXPECT_EQ(main->state, number);
+  EXPECT_EQ(meter, ZRDriver::FindVariable(L"2.P", number));
+}
+
+// Of two drivers of one name each gives the variables that the one before it doesn't have.
+TEST_F(Driver, IsFoundAmongThoseOfTheSameName) {
+  CMeter* const first = Add(L"1", L"Main");
+  CMeter* const second = Add(L"2", L"Main");
+  const std::int64_t added = second->AddVariable(L"Q");
+  std::int64_t number = -1;
+  EXPECT_EQ(second, ZRDriver::FindVariable(L"Main.Q", number));
+  EXPECT_EQ(added, number);
+  EXPECT_EQ(first, ZRDriver::FindVariable(L"Main.P", number));
+}
+
+TEST_F(Driver, VariableIsBoundToItsDriver) {
+  CMeter* const meter = Add(L"1", L"Main");
+  ZRDriverVariable variable;
+  EXPECT_FALSE(variable.IsValid());
+  variable.Setup(L"Main.state");
+  EXPECT_TRUE(variable.IsValid());
+  EXPECT_EQ(meter, variable.Driver());
+  EXPECT_EQ(meter->state, variable.Id());
+  EXPECT_TRUE(variable.Name() == L"Main.state");
+  tagSVariableValueInfo info;
+  EXPECT_TRUE(variable.ValueInfo(info));
+  EXPECT_EQ(0x8, info.flags);
+  const ZRDriverVariable copy(variable);
+  EXPECT_EQ(meter, copy.Driver());
+  EXPECT_EQ(meter->state, copy.Id());
+  EXPECT_TRUE(copy.Name() == L"Main.state");
+  variable.Setup(L"Main.X");
+  EXPECT_FALSE(variable.IsValid());
+  EXPECT_FALSE(variable.IsReady());
+  EXPECT_FALSE(variable.ValueInfo(info));
+  EXPECT_EQ(nullptr, variable.Driver());
+  EXPECT_EQ(-1, variable.Id());
+}
+
+TEST_F(Driver, VariableIsReadyWhileItsDriverIsOnline) {
+  class COnAndOff final : public ZRDriver {
+   public:
+    COnAndOff() : ZRDriver(L"1", L"Main") { AddVariable(L"P"); }
+    [[nodiscard]] bool IsOnline() const override { return online; }
+    bool online = false;
+  };
+  auto* const driver = static_cast<COnAndOff*>(ZRDriver::Register(std::make_unique<COnAndOff>()));
+  ZRDriverVariable variable;
+  variable.Setup(L"Main.P");
+  EXPECT_FALSE(variable.IsReady());
+  EXPECT_TRUE(variable.IsValid());
+  driver->online = true;
+  EXPECT_TRUE(variable.IsReady());
+}
+
+TEST_F(Driver, CopyOfAVariableHoldsNothing) {
+  CMeter* const meter = Add(L"1", L"Main");
+  ZRDriverVariable variable;
+  variable.Setup(L"Main.P");
+  ASSERT_TRUE(variable.Lock(false));
+  ZRDriverVariable copy(variable);
+  copy.SetValue(Number(1.0));
+  EXPECT_EQ(ZRQuality::kUnavailable, meter->Variable(meter->power).Quality());
+  ASSERT_TRUE(copy.Lock(false));
+  copy.SetValue(Number(1.0));
+  EXPECT_EQ(ZRQuality::kGood, meter->Variable(meter->power).Quality());
 }
 
 TEST_F(Driver, VariableIsFoundByItsFullName) {

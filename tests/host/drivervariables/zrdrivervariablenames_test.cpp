@@ -44,4 +44,36 @@ TEST_F(DriverVariableNames, SplitRefusesWhatHasNoTwoPartsAndLeavesTheTargets) {
   }
 }
 
+struct tagReference {
+  const wchar_t* name;
+  const wchar_t *filter, *argument, *driver, *variable;
+};
+
+TEST_F(DriverVariableNames, ReferenceMayHaveAFilterInFront) {
+  constexpr tagReference kRows[] = {
+      {L"P.RUN", L"", L"", L"P", L"RUN"},
+      {L"Meter.phase.1", L"", L"", L"Meter", L"phase.1"},
+      {L"[avg]P.RUN", L"avg", L"", L"P", L"RUN"},
+      {L"[avg:60]P.RUN", L"avg", L"60", L"P", L"RUN"},
+      {L"[:60]P.RUN", L"", L"60", L"P", L"RUN"},
+      {L"[a:b:c]P.RUN", L"a", L"b:c", L"P", L"RUN"},
+      {L"[]P.RUN", L"", L"", L"P", L"RUN"},
+      {L"[avgP.RUN", L"", L"", L"[avgP", L"RUN"},  // nothing closes it
+      {L"P.R]UN", L"", L"", L"P", L"R]UN"},
+  };
+  for (const tagReference& row : kRows) {
+    ZRWString filter(L"before");
+    ZRWString argument(L"before");
+    EXPECT_TRUE(SplitFilterDriverVariable(row.name, filter, argument, driver, variable, false));
+    EXPECT_TRUE(filter == row.filter && argument == row.argument && driver == row.driver &&
+                variable == row.variable);
+  }
+  for (const wchar_t* bad : {L"", L"P", L"[avg]", L"[avg]P", L"[avg].", L"["}) {
+    ZRWString filter(L"before");
+    ZRWString argument(L"before");
+    EXPECT_FALSE(SplitFilterDriverVariable(bad, filter, argument, driver, variable, false));
+    EXPECT_TRUE(filter.IsEmpty() && argument.IsEmpty() && driver.IsEmpty() && variable.IsEmpty());
+  }
+}
+
 }  // namespace
