@@ -117,21 +117,27 @@ void ZRSystemEventsDatabase::Close() {
 
 bool ZRSystemEventsDatabase::Append(std::string_view time, std::string_view className,
                                     std::string_view text, std::string& reason) {
-  bool saved = connection->Run("BEGIN IMMEDIATE");
-  if (saved) {
-    const CStatement insert(connection->Handle(), kInsert);
-    insert.Bind(1, time);
-    insert.Bind(2, className);
-    insert.Bind(3, text);
-    const CStatement forget(connection->Handle(), kForget);
-    forget.Bind(1, kMost);
-    saved = insert.Step() == SQLITE_DONE && forget.Step() == SQLITE_DONE;
-  }
-  saved = saved && connection->Run("COMMIT");
+  const bool saved = connection->Run("BEGIN IMMEDIATE") && Insert(time, className, text) &&
+                     Forget() && connection->Run("COMMIT");
   if (saved) return true;
   reason = connection->Failure();
   (void)connection->Run("ROLLBACK");
   return false;
+}
+
+bool ZRSystemEventsDatabase::Insert(std::string_view time, std::string_view className,
+                                    std::string_view text) {
+  const CStatement insert(connection->Handle(), kInsert);
+  insert.Bind(1, time);
+  insert.Bind(2, className);
+  insert.Bind(3, text);
+  return insert.Step() == SQLITE_DONE;
+}
+
+bool ZRSystemEventsDatabase::Forget() {
+  const CStatement forget(connection->Handle(), kForget);
+  forget.Bind(1, kMost);
+  return forget.Step() == SQLITE_DONE;
 }
 
 bool ZRSystemEventsDatabase::ForEach(const tagVisit& visit, std::string& reason) {

@@ -45,6 +45,9 @@ class ZRSystemEventsDatabase {
   class CConnection;
 
   [[nodiscard]] bool OpenAs(const ZRWString& file, int flags, std::string& reason);
+  [[nodiscard]] bool Insert(std::string_view time, std::string_view className,
+                            std::string_view text);
+  [[nodiscard]] bool Forget();
 
   std::unique_ptr<CConnection> connection;  // null while it is closed
 };
