@@ -7,6 +7,7 @@
 #include "zrevents/actions/zreventactiondevice.h"
 #include "zrevents/actions/zreventactionforcevariable.h"
 #include "zrevents/actions/zreventactionlaunchweb.h"
+#include "zrevents/actions/zreventactionmail.h"
 #include "zrevents/actions/zreventactionreport.h"
 #include "zrevents/actions/zreventactionscreen.h"
 #include "zrevents/actions/zreventactionshellexecute.h"
@@ -29,7 +30,7 @@ tagMakers& Makers() {
       MakerOf<ZREventActionReport>,         // report
       MakerOf<ZREventActionDevice>,         // device
       MakerOf<ZREventActionBeep>,           // beep
-      nullptr,                              // mail
+      MakerOf<ZREventActionMail>,           // mail
       nullptr,                              // sms
       MakerOf<ZREventActionLaunchWeb>,      // launchWeb
   };
