@@ -11,6 +11,7 @@
 #include "zrevents/actions/zreventactionreport.h"
 #include "zrevents/actions/zreventactionscreen.h"
 #include "zrevents/actions/zreventactionshellexecute.h"
+#include "zrevents/actions/zreventactionsms.h"
 
 namespace {
 
@@ -31,7 +32,7 @@ tagMakers& Makers() {
       MakerOf<ZREventActionDevice>,         // device
       MakerOf<ZREventActionBeep>,           // beep
       MakerOf<ZREventActionMail>,           // mail
-      nullptr,                              // sms
+      MakerOf<ZREventActionSms>,            // sms
       MakerOf<ZREventActionLaunchWeb>,      // launchWeb
   };
   return makers;
