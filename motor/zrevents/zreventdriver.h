@@ -255,7 +255,6 @@ class ZREVENTS_API ZREventDriver {
   void PublishFeed(const tagSEventRT& occurrence, int status);
 
   // --- history ---
-  [[nodiscard]] bool CanBeFileName() const;
   [[nodiscard]] static bool Write(tagSEventRT& transition);
   bool Load(ZREventFile& file, ZREventLoggerData& data, const ZRDateTime& from,
             const ZRDateTime& to, const wchar_t* fileName);

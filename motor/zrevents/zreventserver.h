@@ -77,7 +77,12 @@ class ZREVENTS_API ZREventServer {
   bool ProcessHttpServiceEventsNotified(ZRHttpRequest& request, ZRHttpResponse& response);
   // What clients have to do, for each occurrence of an event with client actions.
   bool ProcessHttpServiceEventsActions(ZRHttpRequest& request, ZRHttpResponse& response);
-  // How many events the caller would see in either. The second counts events, not occurrences.
+  // What happened to all events from `from` until before `to`, UTC. Whoever asks gets it all: who
+  // may ask is decided in front of it.
+  bool ProcessHttpServiceEventsLogger(ZRHttpRequest& request, ZRHttpResponse& response,
+                                      const ZRDateTime& from, const ZRDateTime& to);
+  // How many events the caller would see in the first two. The second counts events, not
+  // occurrences.
   [[nodiscard]] int ActiveEventsCount(ZRHttpRequest& request, ZRHttpResponse& response);
   [[nodiscard]] int NotifiedEventsCount(ZRHttpRequest& request, ZRHttpResponse& response);
 

@@ -178,11 +178,15 @@ bool ZREventDriver::Load(ZREventFile& file, ZREventLoggerData& data, const ZRDat
   const ZRMutexLock lock(fileMutex);
   if (!file.Open(fileName, true)) return false;
   const CClosing closing(file);
+  ZREventLoggerData::CRecordGroup::CIntake intake(data.RecordGroup(), id, notify);
+  uuid occurrence;
   ForEachFrom(file, from, [&](const ZRDateTime& date) {
     if (date >= to) return false;
-    (void)AddCurrent(file, date, *this, data);
+    file.EventId(occurrence);
+    intake.Add(occurrence, date, ValueOf(file), file.EventAnnotationView());
     return true;
   });
+  intake.Finish();
   return true;
 }
 

@@ -13,7 +13,6 @@ constexpr std::uint32_t kFileWait = 10;  // ms
 constexpr int kOtherFile = 1;
 constexpr std::wstring_view kExtension = L"suc";
 constexpr std::wstring_view kOtherExtension = L"dat";
-constexpr std::wstring_view kNotInNames(L"/\0", 2);
 
 // Puts text into a buffer of fixed size, piece by piece, and the terminator behind it.
 class CBuffer {
@@ -61,10 +60,6 @@ class ZR_SCOPED_CAPABILITY CTakenLock {
 
 }  // namespace
 
-bool ZREventDriver::CanBeFileName() const {
-  return name.View().find_first_of(kNotInNames) == std::wstring_view::npos;
-}
-
 void ZREventDriver::EventFileName(wchar_t* buffer, int size, const ZRDateTime& when, int type) {
   if (size <= 0) return;
   const int year = when.Year();
@@ -82,7 +77,7 @@ void ZREventDriver::EventFileName(wchar_t* buffer, int size, const ZRDateTime& w
   path.Digits(year, 4);
   path.Text(L".");
   path.Text(type == kOtherFile ? kOtherExtension : kExtension);
-  if (!path.Fits() || !CanBeFileName()) *buffer = L'\0';
+  if (!path.Fits() || !IsPartOfPath(name.View())) *buffer = L'\0';
 }
 
 void ZREventDriver::SaveEvent(tagSEventRT* transition) {

@@ -116,7 +116,7 @@ std::string_view CDataRecord::ViewOf(tagText text) {
 
 void CDataRecord::SetText(tagText& text, std::string_view toSet) {
   if (!IsAlone()) {
-    text = toSet.empty() ? nullptr : event->store->Keep(toSet);
+    text = event->store->Keep(toSet);
     return;
   }
   const std::unique_ptr<const char[]> old(std::exchange(text, nullptr));

@@ -1,6 +1,8 @@
 // A question to the history and its answer: the steps of occurrences, put together again.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string_view>
@@ -169,8 +171,14 @@ class ZREVENTS_API ZREventLoggerData::CRecordGroup {
   void Reset();
 
   // Good until the next AddRecord, Initialize or Reset.
-  [[nodiscard]] const_iterator Begin() const;
-  [[nodiscard]] const_iterator End() const;
+  [[nodiscard]] const_iterator Begin() const {
+    Settle();
+    return records.begin();
+  }
+  [[nodiscard]] const_iterator End() const {
+    Settle();
+    return records.end();
+  }
   [[nodiscard]] const ZREventLoggerInfo& Info() const { return *info; }
 
   // An activation makes a record. A deactivation or acknowledgement is put into the record of its
@@ -181,8 +189,9 @@ class ZREVENTS_API ZREventLoggerData::CRecordGroup {
                          const ZRBasicString<char>& reserved1, const ZRBasicString<char>& reserved2,
                          bool notify);
   CDataRecord* AddStep(const tagStep& step);
-  // A step of that record will be added soon.
-  void Expect(const uuid& recordId) const { index.Prefetch(recordId); }
+  class CIntake;
+  // So many activations will be added, as far as one can say.
+  void Expect(std::size_t activations) { index.Reserve(activations); }
 
   // The records of one event that are incomplete, each once, in the order of their adding.
   [[nodiscard]] std::vector<const CDataRecord*> IncompleteOf(const uuid& eventId) const;
@@ -197,20 +206,24 @@ class ZREVENTS_API ZREventLoggerData::CRecordGroup {
   static constexpr std::uint32_t kNone = ZRUuidTable::kNone;
   static constexpr std::size_t kAtEnd = static_cast<std::size_t>(-1);
 
-  CDataRecord* AddActivation(const tagStep& step);
-  CDataRecord* AddDeactivation(const tagStep& step);
-  CDataRecord* AddAcknowledgement(const tagStep& step);
+  // The number of a new record, which isn't in `index` yet.
+  [[nodiscard]] std::uint32_t Make(const tagStep& step);
+  void Enter(const uuid& recordId, std::uint32_t number);
+  // Puts a later step into the record of its activation. False if it doesn't belong there.
+  static bool Put(CDataRecord& record, const ZRDateTime& date, int value, const char* text);
   void Extend(const CDataRecord& record, std::uint32_t number);
   void BeginRun(std::uint32_t number);
   void Remember(std::uint32_t run);
   void InsertFromCursor(CDataRecord* record);
   // Puts in order what was added since somebody looked.
-  void Settle() const;
-  void Merge(std::size_t count) const;
-  [[nodiscard]] std::size_t Waiting() const;
+  void Settle() const {
+    if (waiting != 0) PutInOrder();
+  }
+  void PutInOrder() const;
+  void Merge() const;
   template <typename Visit>
   void ForEachWaiting(Visit visit) const;
-  [[nodiscard]] CDataRecord* Find(const uuid& recordId) const;
+  [[nodiscard]] std::uint32_t Find(const uuid& recordId) const;
   [[nodiscard]] const uuid& RecordIdOf(std::uint32_t number) const;
   [[nodiscard]] const uuid& EventIdOf(std::uint32_t run) const;
 
@@ -221,7 +234,8 @@ class ZREVENTS_API ZREventLoggerData::CRecordGroup {
   ZRUuidTable lastRuns;                             // of each event, places in `runs`
   const CDataRecord::tagEvent* runEvent = nullptr;  // of the last run
   mutable tagRecords records;
-  // What isn't in `records` yet: from this run on, and of it from this number on.
+  // What isn't in `records` yet: so many, from this run on, and of it from this number on.
+  mutable std::size_t waiting = 0;
   mutable std::size_t waitingRun = 0;
   mutable std::uint32_t waitingNumber = 0;
   // What waits is in ascending order, and behind all that doesn't. `latest`: added or put in order
@@ -230,6 +244,36 @@ class ZREVENTS_API ZREventLoggerData::CRecordGroup {
   mutable const CDataRecord* latest = nullptr;
   bool literal = false;         // after an Initialize of a group with records
   std::size_t cursor = kAtEnd;  // the last insertion, while `literal`
+};
+
+// Adds many steps of one event, whose results nobody needs: they are gathered and then looked up
+// one behind the other, which is much quicker than one at a time between other work.
+//
+// Owns      nothing. From its making to Finish nobody else uses the group.
+class ZREVENTS_HIDDEN ZREventLoggerData::CRecordGroup::CIntake {
+ public:
+  CIntake(CRecordGroup& toFill, const uuid& event, bool isNotified)
+      : group(toFill), eventId(event), notify(isNotified) {}
+
+  void Add(const uuid& recordId, const ZRDateTime& date, int value, std::string_view annotation);
+  // Adds what is gathered. Without it that is lost.
+  void Finish();
+
+ private:
+  static constexpr std::size_t kMost = 256;
+
+  struct tagGathered {
+    uuid recordId;
+    ZRDateTime date;
+    const char* text;
+    int value;
+    std::uint32_t number;  // of the record
+  };
+
+  CRecordGroup& group;
+  const uuid& eventId;
+  const bool notify;
+  std::vector<tagGathered> gathered;
 };
 
 // Sums of one event.

@@ -30,6 +30,7 @@ CRecordGroup& CRecordGroup::operator=(const CRecordGroup& other) {
   info = other.info;
   store = other.store;
   records = other.records;
+  waiting = 0;
   runs = other.runs;
   waitingRun = other.waitingRun;
   waitingNumber = other.waitingNumber;
@@ -71,16 +72,6 @@ void CRecordGroup::Reset() {
   *this = CRecordGroup(info);
 }
 
-CRecordGroup::const_iterator CRecordGroup::Begin() const {
-  Settle();
-  return records.begin();
-}
-
-CRecordGroup::const_iterator CRecordGroup::End() const {
-  Settle();
-  return records.end();
-}
-
 CDataRecord* CRecordGroup::AddRecord(const uuid& eventId, const uuid& recordId,
                                      const ZRDateTime& date, int value,
                                      const ZRBasicString<char>& annotation,
@@ -90,44 +81,70 @@ CDataRecord* CRecordGroup::AddRecord(const uuid& eventId, const uuid& recordId,
 }
 
 CDataRecord* CRecordGroup::AddStep(const tagStep& step) {
-  switch (step.value) {
-    case kActivated:
-      return AddActivation(step);
-    case kDeactivated:
-      return AddDeactivation(step);
-    case kAcknowledged:
-      return AddAcknowledgement(step);
-    default:
-      return nullptr;
+  if (step.value == kActivated) {
+    const std::uint32_t number = Make(step);
+    Enter(step.recordId, number);
+    return &store->At(number);
+  }
+  const std::uint32_t number = Find(step.recordId);
+  if (number == kNone) return nullptr;
+  CDataRecord& record = store->At(number);
+  return Put(record, step.date, step.value, store->Keep(step.annotation)) ? &record : nullptr;
+}
+
+std::uint32_t CRecordGroup::Make(const tagStep& step) {
+  const std::uint32_t number = store->Made();
+  CDataRecord& record = store->Make(store->EventOf(step.eventId), step.recordId, step.date);
+  record.annotation = store->Keep(step.annotation);
+  record.notify = step.notify;
+  Extend(record, number);
+  if (literal) InsertFromCursor(&record);
+  return number;
+}
+
+void CRecordGroup::Enter(const uuid& recordId, std::uint32_t number) {
+  (void)index.FindOrAdd(recordId, number,
+                        [this](std::uint32_t i) -> const uuid& { return RecordIdOf(i); });
+}
+
+bool CRecordGroup::Put(CDataRecord& record, const ZRDateTime& date, int value, const char* text) {
+  if (value == kDeactivated) {
+    record.deaAnnotation = text;
+    record.disableOffset = SecondsBetween(record.time, date);
+    return true;
+  }
+  if (value != kAcknowledged || !record.time.Valid()) return false;
+  record.ackAnnotation = text;
+  record.ackOffset = SecondsBetween(record.time, date);
+  return true;
+}
+
+void CRecordGroup::CIntake::Add(const uuid& recordId, const ZRDateTime& date, int value,
+                                std::string_view annotation) {
+  if (gathered.size() == kMost) Finish();
+  if (value == kActivated) {
+    const std::uint32_t number = group.Make({eventId, recordId, date, value, annotation, notify});
+    gathered.push_back({recordId, date, nullptr, value, number});
+  } else {
+    gathered.push_back({recordId, date, group.store->Keep(annotation), value, kNone});
   }
 }
 
-CDataRecord* CRecordGroup::AddActivation(const tagStep& step) {
-  const std::uint32_t number = store->Made();
-  CDataRecord& record = store->Make(store->EventOf(step.eventId), step.recordId, step.date);
-  if (!step.annotation.empty()) record.annotation = store->Keep(step.annotation);
-  record.notify = step.notify;
-  Extend(record, number);
-  (void)index.FindOrAdd(step.recordId, number,
-                        [this](std::uint32_t i) -> const uuid& { return RecordIdOf(i); });
-  if (literal) InsertFromCursor(&record);
-  return &record;
-}
-
-CDataRecord* CRecordGroup::AddDeactivation(const tagStep& step) {
-  CDataRecord* const record = Find(step.recordId);
-  if (record == nullptr) return nullptr;
-  record->SetText(record->deaAnnotation, step.annotation);
-  record->disableOffset = SecondsBetween(record->time, step.date);
-  return record;
-}
-
-CDataRecord* CRecordGroup::AddAcknowledgement(const tagStep& step) {
-  CDataRecord* const record = Find(step.recordId);
-  if (record == nullptr || !record->time.Valid()) return nullptr;
-  record->SetText(record->ackAnnotation, step.annotation);
-  record->ackOffset = SecondsBetween(record->time, step.date);
-  return record;
+void CRecordGroup::CIntake::Finish() {
+  for (const tagGathered& step : gathered)
+    group.index.Prefetch(step.recordId);
+  for (tagGathered& step : gathered) {
+    if (step.value == kActivated) {
+      group.Enter(step.recordId, step.number);
+    } else {
+      step.number = group.Find(step.recordId);
+    }
+  }
+  for (const tagGathered& step : gathered) {
+    if (step.value != kActivated && step.number != kNone)
+      (void)Put(group.store->At(step.number), step.date, step.value, step.text);
+  }
+  gathered.clear();
 }
 
 void CRecordGroup::Extend(const CDataRecord& record, std::uint32_t number) {
@@ -140,6 +157,7 @@ void CRecordGroup::Extend(const CDataRecord& record, std::uint32_t number) {
   }
   isAscending = isAscending && (latest == nullptr || latest->time < record.time);
   latest = &record;
+  ++waiting;
 }
 
 void CRecordGroup::BeginRun(std::uint32_t number) {
@@ -161,14 +179,13 @@ void CRecordGroup::InsertFromCursor(CDataRecord* record) {
                          [&](const CDataRecord* other) { return other->time >= record->time; });
   }
   cursor = static_cast<std::size_t>(records.insert(place, record) - records.begin());
+  waiting = 0;
   waitingRun = runs.size() - 1;
   waitingNumber = runs.back().end;
 }
 
-CDataRecord* CRecordGroup::Find(const uuid& recordId) const {
-  const std::uint32_t number =
-      index.Find(recordId, [this](std::uint32_t i) -> const uuid& { return RecordIdOf(i); });
-  return number == kNone ? nullptr : &store->At(number);
+std::uint32_t CRecordGroup::Find(const uuid& recordId) const {
+  return index.Find(recordId, [this](std::uint32_t i) -> const uuid& { return RecordIdOf(i); });
 }
 
 const uuid& CRecordGroup::RecordIdOf(std::uint32_t number) const {
@@ -192,44 +209,36 @@ std::vector<const CDataRecord*> CRecordGroup::IncompleteOf(const uuid& eventId) 
 
 // What the walk would have made of it: ascending, and of equal times the later one in front. So the
 // waiting records are looked at from the last to the first, and go in front of their equals.
-void CRecordGroup::Settle() const {
-  const std::size_t count = Waiting();
-  if (count == 0) return;
+void CRecordGroup::PutInOrder() const {
   if (isAscending) {
-    records.reserve(records.size() + count);
+    records.reserve(records.size() + waiting);
     ForEachWaiting([&](CDataRecord& record) { records.push_back(&record); });
   } else {
-    Merge(count);
+    Merge();
   }
+  waiting = 0;
   waitingRun = runs.size() - 1;
   waitingNumber = runs.back().end;
   latest = records.back();
   isAscending = true;
 }
 
-void CRecordGroup::Merge(std::size_t count) const {
-  ZRDatedRecords dated(count);
+void CRecordGroup::Merge() const {
+  ZRDatedRecords dated(waiting);
   auto place = dated.rbegin();
   ForEachWaiting([&](CDataRecord& record) { *place++ = {TimeKey(record.time), &record}; });
   OrderByKey(dated);
-  tagRecords added(count);
+  tagRecords added(waiting);
   std::transform(dated.begin(), dated.end(), added.begin(),
                  [](const ZRDatedRecord& each) { return each.record; });
   if (records.empty()) {
     records.swap(added);
     return;
   }
-  tagRecords merged(records.size() + count);
+  tagRecords merged(records.size() + waiting);
   std::merge(added.begin(), added.end(), records.begin(), records.end(), merged.begin(),
              [](const CDataRecord* a, const CDataRecord* b) { return a->time < b->time; });
   records.swap(merged);
-}
-
-std::size_t CRecordGroup::Waiting() const {
-  std::size_t count = 0;
-  for (std::size_t run = waitingRun; run < runs.size(); ++run)
-    count += runs[run].end - std::max(runs[run].first, waitingNumber);
-  return count;
 }
 
 template <typename Visit>

@@ -47,8 +47,9 @@ class ZRLoggerStore {
     return First(chunk)[place - (std::uint64_t{kFirstChunk} << chunk)];
   }
 
-  // A copy of a text, with its length in front of it.
+  // A copy of a text, with its length in front of it; null for the empty one.
   [[nodiscard]] CDataRecord::tagText Keep(std::string_view text) {
+    if (text.empty()) return nullptr;
     const auto length = static_cast<std::uint32_t>(text.size());
     char* const kept = TextRoom(sizeof length + text.size());
     std::memcpy(kept, &length, sizeof length);

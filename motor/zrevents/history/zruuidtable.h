@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 #include "host/platform/zrlargememory.h"
 #include "host/tools/zruuid.h"
@@ -31,7 +32,7 @@ class ZRUuidTable {
   // The same; but if there is none, keeps `number` under the id and gives kNone.
   template <typename IdOf>
   std::uint32_t FindOrAdd(const uuid& id, std::uint32_t number, IdOf idOf) {
-    if ((used + 1) * kRoom > capacity * kLoad) Grow();
+    if ((used + 1) * kRoom > capacity * kLoad) Grow(capacity == 0 ? kFirstCapacity : capacity * 4);
     const std::uint32_t mark = MarkOf(id);
     for (std::size_t at = mark >> shift;; at = (at + 1) & mask) {
       tagSlot& slot = Slots()[at];
@@ -55,8 +56,15 @@ class ZRUuidTable {
   }
 
   // Asks the processor to bring near what Find and FindOrAdd will read.
-  void Prefetch(const uuid& id) const {
+  // Inlined by force: the compiler drops calls of a function that does nothing but this.
+  [[gnu::always_inline]] void Prefetch(const uuid& id) const {
     if (used != 0) __builtin_prefetch(&Slots()[MarkOf(id) >> shift], 1);
+  }
+
+  // Makes room for `count` numbers in all.
+  void Reserve(std::size_t count) {
+    const std::size_t slots = std::bit_ceil(count * kRoom / kLoad + 1);
+    if (slots > capacity) Grow(slots);
   }
 
   void Clear() { *this = ZRUuidTable(); }
@@ -80,12 +88,10 @@ class ZRUuidTable {
 
   // Goes through the old slots and the new ones from front to back, as the marks' upper bits are
   // the places.
-  void Grow() {
-    const ZRLargeMemory old = std::move(memory);
+  void Grow(std::size_t slotsToHave) {
+    const ZRLargeMemory old = std::exchange(memory, ZRLargeMemory(slotsToHave * sizeof(tagSlot)));
     const auto* const slots = static_cast<const tagSlot*>(old.Data());
-    const std::size_t count = capacity;
-    capacity = count == 0 ? kFirstCapacity : count * 2;
-    memory = ZRLargeMemory(capacity * sizeof(tagSlot));
+    const std::size_t count = std::exchange(capacity, slotsToHave);
     mask = capacity - 1;
     shift = kMarkBits - static_cast<unsigned>(std::countr_zero(capacity));
     for (std::size_t i = 0; i < count; ++i)

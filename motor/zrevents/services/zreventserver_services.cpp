@@ -2,16 +2,14 @@
 
 #include "host/base/zrlogger.h"
 #include "host/user/zrsecuritymanager.h"
+#include "zrevents/services/zrservicedocument.h"
 #include "zrevents/zreventdriver.h"
 #include "zrevents/zreventserver.h"
 #include "zrevents/zrgatetoken.h"
 
 namespace {
 
-constexpr const char* kXmlHeader = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>";
 constexpr const char* kNoBody = "";  // digest of a request without one
-constexpr int kOk = 200;
-constexpr int kServiceUnavailable = 503;
 constexpr int kToTerminator = -1;
 
 constexpr const wchar_t* kLogActions = L"@ ZREventServer::ProcessHttpServiceEventsActions()...";
@@ -29,11 +27,6 @@ const ZREventDriverGroup* FirstAllowedGroup(const ZREventDriver& event, int righ
   for (auto group = event.GroupsVectorBegin(); group != event.GroupsVectorEnd(); ++group)
     if (MayUse(right, **group, request)) return *group;
   return nullptr;
-}
-
-bool RefuseForNow(ZRHttpResponse& response) {
-  response.Begin(kServiceUnavailable, kContentNone);
-  return response.End();
 }
 
 void BeginDocument(ZRHttpRequest& request, ZRHttpResponse& response) {
