@@ -52,37 +52,60 @@ std::uint32_t ByTables(const unsigned char* at, std::size_t count, std::uint32_t
   return sum;
 }
 
+// Takes the sums of the pieces as they are, without the inversions before and behind.
+using tagSums = void (*)(tagCrc32cPiece*, std::size_t);
+
+void SumsByTables(tagCrc32cPiece* pieces, std::size_t number) {
+  for (tagCrc32cPiece* piece = pieces; piece != pieces + number; ++piece)
+    piece->sum = ~ByTables(piece->bytes, piece->count, ~piece->before);
+}
+
 #if defined(__x86_64__)
-__attribute__((target("sse4.2"))) std::uint32_t ByInstruction(const unsigned char* at,
-                                                              std::size_t count,
-                                                              std::uint32_t before) {
-  std::uint64_t sum = before;
-  for (; count >= kStep; at += kStep, count -= kStep) {
-    std::uint64_t word;
-    std::memcpy(&word, at, sizeof word);
-    sum = _mm_crc32_u64(sum, word);
+// The sums of pieces don't wait for one another: the processor takes several at a time.
+__attribute__((target("sse4.2"))) void SumsByInstruction(tagCrc32cPiece* pieces,
+                                                         std::size_t number) {
+  for (tagCrc32cPiece* piece = pieces; piece != pieces + number; ++piece) {
+    const unsigned char* at = piece->bytes;
+    std::size_t count = piece->count;
+    std::uint64_t sum = ~piece->before;
+    for (; count >= kStep; at += kStep, count -= kStep) {
+      std::uint64_t word;
+      std::memcpy(&word, at, sizeof word);
+      sum = _mm_crc32_u64(sum, word);
+    }
+    auto rest = static_cast<std::uint32_t>(sum);
+    if (count >= kStep / 2) {
+      std::uint32_t word;
+      std::memcpy(&word, at, sizeof word);
+      rest = _mm_crc32_u32(rest, word);
+      at += kStep / 2;
+      count -= kStep / 2;
+    }
+    for (; count > 0; ++at, --count)
+      rest = _mm_crc32_u8(rest, *at);
+    piece->sum = ~rest;
   }
-  auto rest = static_cast<std::uint32_t>(sum);
-  for (; count > 0; ++at, --count)
-    rest = _mm_crc32_u8(rest, *at);
-  return rest;
 }
 #endif
 
-using tagUpdate = std::uint32_t (*)(const unsigned char*, std::size_t, std::uint32_t);
-
-tagUpdate Best() {
+tagSums Best() {
 #if defined(__x86_64__)
-  if (__builtin_cpu_supports("sse4.2") != 0) return &ByInstruction;
+  if (__builtin_cpu_supports("sse4.2") != 0) return &SumsByInstruction;
 #endif
-  return &ByTables;
+  return &SumsByTables;
 }
 
 }  // namespace
 
+void Crc32c(tagCrc32cPiece* pieces, std::size_t number) {
+  static const tagSums sums = Best();
+  sums(pieces, number);
+}
+
 std::uint32_t Crc32c(const void* bytes, std::size_t count, std::uint32_t before) {
-  static const tagUpdate update = Best();
-  return ~update(static_cast<const unsigned char*>(bytes), count, ~before);
+  tagCrc32cPiece piece{static_cast<const unsigned char*>(bytes), count, before, 0};
+  Crc32c(&piece, 1);
+  return piece.sum;
 }
 
 std::uint32_t Crc32cByTables(const void* bytes, std::size_t count, std::uint32_t before) {

@@ -59,4 +59,14 @@ TEST(Crc32c, IsTheSameInPiecesByInstructionAndByTables) {
   }
 }
 
+TEST(Crc32c, SumsManyPiecesAtOnce) {
+  const std::vector<tagVector> vectors = Vectors();
+  std::vector<tagCrc32cPiece> pieces;
+  for (const tagVector& vector : vectors)
+    pieces.push_back({vector.bytes.data(), vector.bytes.size(), 0, 0});
+  Crc32c(pieces.data(), pieces.size());
+  for (std::size_t i = 0; i < vectors.size(); ++i)
+    EXPECT_EQ(pieces[i].sum, vectors[i].sum);
+}
+
 }  // namespace

@@ -52,7 +52,8 @@ bool ZREventFile::CImplementation::LockWithin(std::uint32_t milliseconds) {
 
 // Moves them into a file of their own.
 bool ZREventFile::CImplementation::SetAside() {
-  const ZREventFileHandle month(*files, files->OpenFolder(root.Get(), path.YearAndMonth().c_str()));
+  const ZREventFileHandle month(*files,
+                                files->OpenFolder(root->Get(), path.YearAndMonth().c_str()));
   std::string name;
   bool isAside = false;
   if (month.IsOpen()) {
@@ -175,7 +176,8 @@ bool ZREventFile::CImplementation::MakeDurable() {
     if (sync.PutOff(widePath, path.Root(), std::move(written))) return true;
   }
   if (!SyncFile()) return false;
-  if (last.index != 0 || SyncNames()) return true;
+  const bool isNamed = last.index != 0 && sync.IsDurableFolder(path.Root() + path.YearAndMonth());
+  if (isNamed || SyncNames()) return true;
   // Without its name the file would take other records with it.
   const int error = errno;
   (void)files->Truncate(file.Get(), tail.at);
@@ -183,18 +185,20 @@ bool ZREventFile::CImplementation::MakeDurable() {
   return false;
 }
 
-// Of the file, and of its folders unless they are known to be durable.
+// Of the file, and of its folders unless they are known to be durable: a process that died may have
+// made them.
 bool ZREventFile::CImplementation::SyncNames() const {
   const std::string month = path.YearAndMonth();
+  const std::string whole = path.Root() + month;
   const auto syncFolder = [&](const std::string& below) {
-    const ZREventFileHandle folder(*files, files->OpenFolder(root.Get(), below.c_str()));
+    const ZREventFileHandle folder(*files, files->OpenFolder(root->Get(), below.c_str()));
     return folder.IsOpen() && files->SyncFolder(folder.Get());
   };
-  if (!syncFolder(month)) return false;
   ZREventFileSync& sync = ZREventFileSync::Get();
-  const std::string whole = path.Root() + month;
-  if (sync.IsDurableFolder(whole)) return true;
-  if (!syncFolder(path.Year()) || !files->SyncFolder(root.Get())) return false;
+  const bool isKnown = sync.IsDurableFolder(whole);
+  sync.ForgetFolder(whole);
+  if (!syncFolder(month)) return false;
+  if (!isKnown && !(syncFolder(path.Year()) && files->SyncFolder(root->Get()))) return false;
   sync.NoteDurableFolder(whole);
   return true;
 }

@@ -89,7 +89,7 @@ bool ZREventFile::Create(const wchar_t* path, const CNewFileTemplate& newFile) {
              MakeFile(files, month, place.Name(), newFile);
   }
   const int error = errno;
-  if (isFolderMade) ZREventFileSync::Get().ForgetDurableFolder(place.Root() + place.YearAndMonth());
+  if (isFolderMade) ZREventFileSync::Get().ForgetFolder(place.Root() + place.YearAndMonth());
   if (!isMade) ZREventFileTroubles::Get().Add(ZREventFileTrouble::kCreate, path, error);
   errno = error;
   return isMade;

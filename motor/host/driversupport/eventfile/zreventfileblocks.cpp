@@ -154,8 +154,34 @@ bool ZREventFileBlocks::LoadLong(std::uint64_t start, std::size_t length) {
   return true;
 }
 
-// Finds each whole record between the two, wherever damage has left the ones before.
 void ZREventFileBlocks::Parse(std::size_t from, std::size_t until) {
+  if (ParseWhole(from, until)) return;
+  offsets.clear();
+  ParseDamaged(from, until);
+}
+
+// Follows the lengths from record to record, and sums them all at once. False if anything is amiss.
+bool ZREventFileBlocks::ParseWhole(std::size_t from, std::size_t until) {
+  const std::uint64_t start = loaded * kBlock;
+  const unsigned char* const block = buffer.get();
+  pieces.clear();
+  std::size_t at = from;
+  while (const std::size_t length = Layout::PlausibleRecord(block + at, until - at, start + at)) {
+    if (pieces.empty()) first = Layout::Index(block + at);
+    if (Layout::Index(block + at) != first + pieces.size()) return false;
+    pieces.push_back(Layout::Summed(block + at, length, seed, start + at));
+    offsets.push_back(static_cast<std::uint32_t>(at));
+    at += length;
+  }
+  if (std::any_of(block + at, block + until, [](unsigned char c) { return c != 0; })) return false;
+  Crc32c(pieces.data(), pieces.size());
+  for (std::size_t i = 0; i < pieces.size(); ++i)
+    if (pieces[i].sum != Layout::ClaimedSum(block + offsets[i])) return false;
+  return true;
+}
+
+// Finds each whole record between the two, wherever damage has left the ones before.
+void ZREventFileBlocks::ParseDamaged(std::size_t from, std::size_t until) {
   const std::uint64_t start = loaded * kBlock;
   std::size_t behindLast = from;
   std::size_t at = from;

@@ -88,7 +88,9 @@ class ZREventFileBlocks {
   void MakeRoom(std::size_t count);
   [[nodiscard]] bool Load(std::uint64_t block);
   [[nodiscard]] bool LoadLong(std::uint64_t start, std::size_t count);
-  void Parse(std::size_t from, std::size_t count);
+  void Parse(std::size_t from, std::size_t until);
+  [[nodiscard]] bool ParseWhole(std::size_t from, std::size_t until);
+  void ParseDamaged(std::size_t from, std::size_t until);
   [[nodiscard]] bool Note(std::size_t at, std::size_t behindLast);
   [[nodiscard]] bool Covers(int index) const;
   [[nodiscard]] std::uint32_t LastIndex() const;
@@ -116,6 +118,7 @@ class ZREventFileBlocks {
   std::size_t bytes = 0;
   std::uint32_t first = 0;
   std::vector<std::uint32_t> offsets;
+  std::vector<tagCrc32cPiece> pieces;  // of ParseWhole
 
   // No record between these two is whole.
   int gapAfter = 0;

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "host/driversupport/eventfile/zreventfilesync.h"
 #include "host/platform/zrplatform.h"
 
 namespace {
@@ -18,7 +19,7 @@ bool ZREventFile::CImplementation::Open(const wchar_t* toOpen, bool readOnly) {
   widePath = toOpen;
   isReadOnly = readOnly;
   if (!path.Set(toOpen)) return false;
-  if (!OpenHandles(readOnly)) {
+  if (!OpenHandles(false) && (errno == ENOENT || !OpenHandles(true))) {
     if (errno != ENOENT) Tell(ZREventFileTrouble::kOpen, errno);
     return false;
   }
@@ -38,10 +39,10 @@ bool ZREventFile::CImplementation::Open(const wchar_t* toOpen, bool readOnly) {
   return true;
 }
 
-// Leaves the data folder open: whoever reads a month after another one stays in it.
 void ZREventFile::CImplementation::Close() {
   blocks.Detach();
   file.Close();
+  root.reset();
   isLocked = false;
   isSure = false;
   reason = "";
@@ -54,18 +55,13 @@ void ZREventFile::CImplementation::Tell(ZREventFileTrouble trouble, int error) c
   errno = before;
 }
 
-bool ZREventFile::CImplementation::OpenHandles(bool readOnly) {
+bool ZREventFile::CImplementation::OpenHandles(bool anew) {
   const auto access =
-      readOnly ? ZRFileSystem::tagAccess::kRead : ZRFileSystem::tagAccess::kReadWrite;
-  const auto openFile = [&] {
-    file = ZREventFileHandle(*files, files->OpenFile(root.Get(), path.Below(), access));
-    return file.IsOpen();
-  };
-  const bool isKnown = root.IsOpen() && &root.Files() == files && rootPath == path.Root();
-  if (readOnly && isKnown && openFile()) return true;
-  root = ZREventFileHandle(*files, files->OpenFolder(path.Root()));
-  rootPath = path.Root();
-  return root.IsOpen() && openFile();
+      isReadOnly ? ZRFileSystem::tagAccess::kRead : ZRFileSystem::tagAccess::kReadWrite;
+  root = ZREventFileSync::Get().OpenRoot(*files, path.Root(), anew);
+  if (!root) return false;
+  file = ZREventFileHandle(*files, files->OpenFile(root->Get(), path.Below(), access));
+  return file.IsOpen();
 }
 
 // Reads the head and finds the last record. False with a reason if this isn't a file to work with,

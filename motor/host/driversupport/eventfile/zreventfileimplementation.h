@@ -87,7 +87,7 @@ class ZREventFile::CImplementation {
     Layout::tagRecord record;           // and this; its annotation lies in `tailBytes`
   };
 
-  [[nodiscard]] bool OpenHandles(bool readOnly);
+  [[nodiscard]] bool OpenHandles(bool anew);
   [[nodiscard]] bool Look();
   [[nodiscard]] bool LookAtSmall();
   [[nodiscard]] bool LookAtEnds();
@@ -109,8 +109,7 @@ class ZREventFile::CImplementation {
   ZRFileSystem* files = nullptr;
   ZREventFilePath path;
   ZRWString widePath;
-  ZREventFileHandle root;
-  std::string rootPath;
+  std::shared_ptr<const ZREventFileHandle> root;
   ZREventFileHandle file;
   bool isReadOnly = true;
   bool isLocked = false;

@@ -2,12 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstring>
-
-#include "host/tools/zrcrc32c.h"
-
-static_assert(std::endian::native == std::endian::little, "numbers are copied as they are");
 
 namespace {
 
@@ -23,31 +18,9 @@ constexpr std::size_t kIdAt = 40;
 constexpr std::size_t kBlockAt = 56;
 constexpr std::size_t kHeadSumAt = 60;
 
-// Offsets in a record.
-constexpr std::size_t kSumAt = 0;
-constexpr std::size_t kLengthAt = 4;
-constexpr std::size_t kIndexAt = 8;
-constexpr std::size_t kAnnotationLengthAt = 12;
-constexpr std::size_t kRecordIdAt = 16;
-constexpr std::size_t kDateAt = 32;
-constexpr std::size_t kValueAt = 40;
-constexpr std::size_t kHighestAt = 48;
-
-template <typename Number>
-Number Get(const unsigned char* from) {
-  Number number;
-  std::memcpy(&number, from, sizeof number);
-  return number;
-}
-
 template <typename Number>
 void Put(unsigned char* to, Number number) {
   std::memcpy(to, &number, sizeof number);
-}
-
-std::uint32_t Sum(const unsigned char* record, std::size_t length, std::uint32_t seed,
-                  std::uint64_t at) {
-  return Crc32c(record + kLengthAt, length - kLengthAt, Crc32c(&at, sizeof at, seed));
 }
 
 }  // namespace
@@ -95,55 +68,16 @@ void ZREventFileLayout::WriteRecord(const tagRecord& record, std::uint32_t seed,
   Put(to + kHighestAt, record.highest);
   std::copy(record.annotation.begin(), record.annotation.end(), to + kBeforeAnnotation);
   Put(to + length - kLengthAgain, static_cast<std::uint32_t>(length));
-  Put(to + kSumAt, Sum(to, length, seed, at));
+  tagCrc32cPiece piece = Summed(to, length, seed, at);
+  Crc32c(&piece, 1);
+  Put(to + kSumAt, piece.sum);
 }
 
 std::size_t ZREventFileLayout::WholeRecord(const unsigned char* from, std::size_t available,
                                            std::uint32_t seed, std::uint64_t at) {
-  if (available < kSmallestRecord) return 0;
-  const std::size_t length = ClaimedLength(from);
-  if (length < kSmallestRecord || length > available) return 0;
-  const std::size_t annotation = Get<std::uint32_t>(from + kAnnotationLengthAt);
-  const bool isPlausible = Length(annotation) == length && LengthAgain(from + length) == length &&
-                           IsPlace(at, length) && Index(from) <= (at - kHead) / kSmallestRecord;
-  if (!isPlausible) return 0;
-  return Get<std::uint32_t>(from + kSumAt) == Sum(from, length, seed, at) ? length : 0;
-}
-
-void ZREventFileLayout::ReadRecord(const unsigned char* from, tagRecord& record) {
-  record.index = Index(from);
-  std::memcpy(record.id.bytes.data(), from + kRecordIdAt, record.id.bytes.size());
-  record.date = Get<double>(from + kDateAt);
-  record.value = Get<double>(from + kValueAt);
-  record.highest = Highest(from);
-  record.annotation = std::string_view(reinterpret_cast<const char*>(from + kBeforeAnnotation),
-                                       Get<std::uint32_t>(from + kAnnotationLengthAt));
-}
-
-std::uint32_t ZREventFileLayout::Index(const unsigned char* record) {
-  return Get<std::uint32_t>(record + kIndexAt);
-}
-
-double ZREventFileLayout::Highest(const unsigned char* record) {
-  return Get<double>(record + kHighestAt);
-}
-
-std::size_t ZREventFileLayout::ClaimedLength(const unsigned char* record) {
-  return Get<std::uint32_t>(record + kLengthAt);
-}
-
-std::size_t ZREventFileLayout::LengthAgain(const unsigned char* behindRecord) {
-  return Get<std::uint32_t>(behindRecord - kLengthAgain);
-}
-
-std::uint64_t ZREventFileLayout::Place(std::uint64_t end, std::size_t last, std::size_t length) {
-  const std::uint64_t next = (end + kBlock - 1) / kBlock * kBlock;
-  const bool isBehindLong = last > kBlock;
-  const bool fits = end % kBlock + length <= kBlock;
-  return isBehindLong || !fits ? next : end;
-}
-
-bool ZREventFileLayout::IsPlace(std::uint64_t at, std::size_t length) {
-  if (at < kHead || at % kAlign != 0 || length > kLargestRecord) return false;
-  return at % kBlock == 0 || at % kBlock + length <= kBlock;
+  const std::size_t length = PlausibleRecord(from, available, at);
+  if (length == 0) return 0;
+  tagCrc32cPiece piece = Summed(from, length, seed, at);
+  Crc32c(&piece, 1);
+  return piece.sum == ClaimedSum(from) ? length : 0;
 }

@@ -55,6 +55,9 @@ class ZREventFileSync::CState {
   tagBatch waiting ZR_GUARDED_BY(mutex);
   int underWay ZR_GUARDED_BY(mutex) = 0;
   std::set<std::string> folders ZR_GUARDED_BY(mutex);
+  std::shared_ptr<const ZREventFileHandle> root ZR_GUARDED_BY(mutex);
+  std::string rootPath ZR_GUARDED_BY(mutex);
+  std::uint32_t rootOpened ZR_GUARDED_BY(mutex) = 0;  // ticks
 };
 
 ZREventFileSync& ZREventFileSync::Get() {
@@ -95,7 +98,8 @@ void ZREventFileSync::Stop() {
   const ZRMutexLock lock(state->mutex);
   state->isStopping = false;
   state->folders.clear();
-  state->waiting.roots.clear();
+  state->waiting = {};
+  state->root.reset();
 }
 
 bool ZREventFileSync::Flush() {
@@ -165,9 +169,30 @@ void ZREventFileSync::NoteDurableFolder(const std::string& folder) {
   state->folders.insert(folder);
 }
 
-void ZREventFileSync::ForgetDurableFolder(const std::string& folder) {
+void ZREventFileSync::ForgetFolder(const std::string& folder) {
   const ZRMutexLock lock(state->mutex);
   state->folders.erase(folder);
+  state->root.reset();
+}
+
+std::shared_ptr<const ZREventFileHandle> ZREventFileSync::OpenRoot(ZRFileSystem& files,
+                                                                   const char* path, bool anew) {
+  const std::uint32_t now = ZRPlatform::Get().TickCount();
+  {
+    const ZRMutexLock lock(state->mutex);
+    const bool isFresh = state->root && now - state->rootOpened < kSecond;
+    if (!anew && isFresh && &state->root->Files() == &files && state->rootPath == path)
+      return state->root;
+  }
+  auto opened = std::make_shared<const ZREventFileHandle>(files, files.OpenFolder(path));
+  if (!opened->IsOpen()) return nullptr;
+  const ZRMutexLock lock(state->mutex);
+  if (state->isRunning) {
+    state->root = opened;
+    state->rootPath = path;
+    state->rootOpened = now;
+  }
+  return opened;
 }
 
 // --- what was put off ---

@@ -8,6 +8,9 @@
 #include "host/driversupport/eventfile/zreventfile.h"
 #include "host/tools/zrbasicstring.h"
 
+class ZREventFileHandle;
+class ZRFileSystem;
+
 // How long a power cut may take back. The end of the process, however rough, takes back nothing.
 enum class ZRDurability {
   kStrict,    // each record is durable before Update returns
@@ -15,7 +18,8 @@ enum class ZRDurability {
   kOff,       // when the system likes
 };
 
-// The policy of the process, and the work that it puts off.
+// The policy of the process, the work that it puts off, and what it needn't find out for each file
+// again.
 //
 // Threads   any; Start and Stop on the host's.
 // Order     its mutexes are taken behind `fileMutex` of an event; under the one that an append
@@ -29,8 +33,9 @@ class ZREventFileSync {
   void SetDurability(ZRDurability toUse);
   [[nodiscard]] ZRDurability Durability() const;
 
-  // Begins and ends the thread that makes durable what was put off; Stop leaves nothing undone.
-  // While it doesn't run, kAdaptive is kStrict.
+  // Begins and ends the thread that makes durable what was put off. Stop does all of it at once,
+  // and gives up what can't be done even now. While it doesn't run, kAdaptive is kStrict, and each
+  // record makes the names of its folders durable once more.
   void Start();
   void Stop();
 
@@ -55,7 +60,13 @@ class ZREventFileSync {
   // Folders of a month whose names are known to be durable since Start.
   [[nodiscard]] bool IsDurableFolder(const std::string& folder) const;
   void NoteDurableFolder(const std::string& folder);
-  void ForgetDurableFolder(const std::string& folder);
+  // That folder may not be, and the data folder may be another one.
+  void ForgetFolder(const std::string& folder);
+
+  // The data folder of that path, open; null if it can't be opened. One that was opened within the
+  // last second, between Start and Stop, is given again, unless `anew`.
+  [[nodiscard]] std::shared_ptr<const ZREventFileHandle> OpenRoot(ZRFileSystem& files,
+                                                                  const char* path, bool anew);
 
   const std::unique_ptr<CState> state;
 };

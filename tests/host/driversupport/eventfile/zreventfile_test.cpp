@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -14,8 +13,8 @@ namespace {
 
 class EventFile : public testing::Test {
  protected:
-  const DataFolder folder;
-  const ZRWString path = folder.Path();
+  DataFolder folder;
+  const ZRWString& path = folder.path;
 
   // Appends all through one object.
   void SaveAll(const std::vector<tagTransition>& transitions) const {
@@ -35,7 +34,7 @@ TEST_F(EventFile, TheFirstRecordMakesTheFoldersAndCanBeReadAtOnce) {
   const tagTransition on{1, Date(1), 1, "hot &amp; high"};
   ASSERT_TRUE(Save(path, on));
   EXPECT_EQ(Load(path), std::vector{on});
-  EXPECT_EQ(folder.Names(), std::vector<std::string>{"Boiler 03-2024.suc"});
+  EXPECT_EQ(folder.Files(), std::vector<std::string>{DataFolder::kFile});
 }
 
 TEST_F(EventFile, KeepsTheFourFieldsOfEachRecordInTheOrderOfWriting) {
@@ -75,7 +74,7 @@ TEST_F(EventFile, RecordsFillManyBlocksAndNoneCrossesOne) {
 TEST_F(EventFile, SearchByTimeGivesTheFirstRecordAtOrAfterWhereverTheClockWent) {
   Chance chance(2);
   for (const std::size_t count : {1u, 2u, 7u, 400u, 4000u}) {
-    std::filesystem::remove_all(folder.path / "2024");
+    folder.disk.Reset(count);
     std::vector<tagTransition> all;
     double now = 1000;
     for (std::uint64_t i = 0; i < count; ++i) {

@@ -1,0 +1,160 @@
+// Lives of a program that appends, on a disk that fails and loses power: whatever happens, what
+// was confirmed is there, once, in order, and the file opens.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <deque>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "host/driversupport/eventfile/datafolder.h"
+#include "support/chance.h"
+#include "support/logcapture.h"
+
+namespace {
+
+using tagCall = ZRCrashingDisk::tagCall;
+
+// How many; the environment asks for more.
+std::uint64_t Rounds(std::uint64_t usual) {
+  const char* const asked = std::getenv("ZR_CRASH_ROUNDS");  // NOLINT(concurrency-mt-unsafe)
+  return asked != nullptr ? std::strtoull(asked, nullptr, 10) : usual;
+}
+
+class EventFileCrash : public testing::Test {
+ protected:
+  // A record and what is known of it.
+  struct tagKnown {
+    tagTransition transition;
+    bool isConfirmed = false;  // by Update, in this life
+    bool isDurable = false;    // as far as the program was told, in any life
+  };
+
+  void Play(std::uint64_t seed, ZRDurability durability) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    chance = Chance(seed);
+    folder.disk.Reset(seed);
+    known.clear();
+    ZREventFileSync& sync = ZREventFileSync::Get();
+    sync.SetDurability(durability);
+    for (int life = 0; life < 3 && !HasFatalFailure(); ++life) {
+      sync.Start();
+      Plan();
+      Live();
+      if (!folder.disk.IsDown()) EndNow();
+      sync.Stop();
+      folder.disk.Restart();
+      folder.disk.Heal();
+      Check();
+    }
+  }
+
+ private:
+  void Plan() {
+    static constexpr tagCall kCalls[] = {
+        tagCall::kOpenFolder, tagCall::kOpenFile,   tagCall::kSize,    tagCall::kRead,
+        tagCall::kWrite,      tagCall::kTruncate,   tagCall::kTryLock, tagCall::kSync,
+        tagCall::kSyncFolder, tagCall::kMakeFolder, tagCall::kRename,  tagCall::kRemove,
+        tagCall::kSyncAll};
+    for (const tagCall call : kCalls)
+      if (chance.Happens(150)) folder.disk.FailAtRandom(call, chance.Happens(300) ? 101 : 1, EIO);
+    if (chance.Happens(200)) folder.disk.MoveLess(200);
+    if (chance.Happens(100)) folder.disk.SetCapacity(200 + chance.Below(5000));
+    diedByPower = chance.Happens(700);
+    if (chance.Happens(800))
+      folder.disk.EndAt(1 + chance.Below(300), diedByPower ? ZRCrashingDisk::tagEnd::kPowerCut
+                                                           : ZRCrashingDisk::tagEnd::kProcessDeath);
+  }
+
+  // Appends as the engine does: the oldest record first, until one can't be written.
+  void Live() {
+    std::deque<std::size_t> queue;
+    const std::uint64_t transitions = 1 + chance.Below(20);
+    for (std::uint64_t i = 0; i < transitions && !folder.disk.IsDown(); ++i) {
+      const std::uint64_t number = known.size();
+      const std::size_t length = chance.Happens(20) ? chance.Below(150'000) : chance.Below(120);
+      known.push_back({{number, Date(static_cast<double>(number)), chance.Happens(500) ? 1.0 : 2.0,
+                        std::string(length, static_cast<char>('a' + number % 26))}});
+      queue.push_back(number);
+      while (!queue.empty() && Save(folder.path, known[queue.front()].transition)) {
+        Confirm(queue.front());
+        queue.pop_front();
+      }
+      if (chance.Happens(100)) folder.time.Advance(100 + chance.Below(2000));
+      if (chance.Happens(50) && ZREventFileSync::Get().Flush()) AllDurable();
+      if (chance.Happens(20)) folder.disk.Heal();
+    }
+  }
+
+  void Confirm(std::size_t number) {
+    known[number].isConfirmed = true;
+    known[number].isDurable = ZREventFileSync::Get().Durability() == ZRDurability::kStrict;
+  }
+  void AllDurable() {
+    if (ZREventFileSync::Get().Durability() == ZRDurability::kOff) return;
+    for (tagKnown& record : known)
+      record.isDurable = record.isDurable || record.isConfirmed;
+  }
+  void EndNow() {
+    if (diedByPower) {
+      folder.disk.PowerCut();
+    } else {
+      folder.disk.ProcessDeath();
+    }
+  }
+
+  void Check() {
+    ZREventFile file(true);
+    const bool isOpen = file.Open(folder.path.Text(), true);
+    ASSERT_EQ(isOpen, folder.disk.Content(DataFolder::kFile) != nullptr);
+    std::vector<int> times(known.size());
+    std::uint64_t last = 0;
+    for (int i = 0; i < file.numRecords; ++i) {
+      // One that nobody confirmed: its sync failed, its process died, another one followed.
+      if (!file.GoRecord(i)) continue;
+      const tagTransition found = Current(file);
+      ASSERT_LT(found.occurrence, known.size());
+      ASSERT_EQ(found, known[found.occurrence].transition);
+      ASSERT_EQ(++times[found.occurrence], 1) << "record " << found.occurrence;
+      ASSERT_GE(found.occurrence, last) << "order";
+      last = found.occurrence;
+    }
+    for (std::size_t i = 0; i < known.size(); ++i) {
+      if (diedByPower ? known[i].isDurable : known[i].isConfirmed) {
+        ASSERT_EQ(times[i], 1) << "record " << i << " is lost";
+      }
+      // What a life wasn't told to be durable may still go later.
+      known[i].isConfirmed = known[i].isDurable;
+    }
+  }
+
+  DataFolder folder;
+  LogCapture log;
+  Chance chance{1};
+  std::vector<tagKnown> known;
+  bool diedByPower = false;
+};
+
+TEST_F(EventFileCrash, StrictLosesAndDoublesNothing) {
+  const std::uint64_t rounds = Rounds(2000);
+  for (std::uint64_t seed = 1; seed <= rounds && !HasFatalFailure(); ++seed)
+    Play(seed, ZRDurability::kStrict);
+}
+
+TEST_F(EventFileCrash, AdaptiveLosesNothingThatWasMadeDurable) {
+  const std::uint64_t rounds = Rounds(2000);
+  for (std::uint64_t seed = 1; seed <= rounds && !HasFatalFailure(); ++seed)
+    Play(seed, ZRDurability::kAdaptive);
+}
+
+TEST_F(EventFileCrash, OffLosesNothingWithTheProcess) {
+  const std::uint64_t rounds = Rounds(2000);
+  for (std::uint64_t seed = 1; seed <= rounds && !HasFatalFailure(); ++seed)
+    Play(seed, ZRDurability::kOff);
+}
+
+}  // namespace
