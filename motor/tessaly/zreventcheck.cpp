@@ -5,6 +5,7 @@
 
 #include "host/tools/zrtext.h"
 #include "host/tools/zruuid.h"
+#include "tessaly/zractioncheck.h"
 #include "tessaly/zreventtextcheck.h"
 #include "zrevents/zrdelay.h"
 
@@ -164,22 +165,8 @@ void CheckArguments(const ZRElementCheck& check) {
 
 // --- actions ---
 
-void CheckAction(const ZRElementCheck& check, const Node& action, ZREventDriver& event) {
-  const std::string_view tag = action.TagUtf8();
-  const std::size_t kind = ZREventActionKinds::KindOf(tag);
-  if (kind != ZREventActionKinds::kUnknown) {
-    if (!ZREventActionKinds::Make(kind, &event)->LoadXml(&action))
-      check.Say(Kind::kDropped, action, "action " + Quoted(tag) + " lacks what it needs");
-    return;
-  }
-  const auto& tags = ZREventActionKinds::kTags;
-  const bool isPlanned = std::find(tags.begin(), tags.end(), tag) != tags.end();
-  check.Say(Kind::kDropped, action,
-            "action " + Quoted(tag) + (isPlanned ? " isn't available yet" : " doesn't exist"));
-}
-
 void CheckMoment(const ZRElementCheck& check, const Node& side, const Node& moment,
-                 ZREventDriver& event) {
+                 ZRActionSide which, ZREventDriver& event) {
   const bool isRead = IsMoment(moment.TagUtf8()) && side.Child(moment.TagUtf8()) == &moment;
   if (!isRead) return;
   if (moment.TagUtf8() == "acknowledge" && !event.Notify() && moment.Size() != 0) {
@@ -188,17 +175,27 @@ void CheckMoment(const ZRElementCheck& check, const Node& side, const Node& mome
     return;
   }
   for (auto action = moment.ChildsBegin(); action != moment.ChildsEnd(); ++action)
-    CheckAction(check, **action, event);
+    CheckAction(check, **action, which, event);
 }
 
 void CheckActions(const ZRElementCheck& check, ZREventDriver& event) {
-  for (const std::string_view key : {"actions", "clientActions"}) {
-    const Node* const side = check.Element().Child(key);
+  for (const ZRActionSide which : {ZRActionSide::kServer, ZRActionSide::kClients}) {
+    const Node* const side =
+        check.Element().Child(which == ZRActionSide::kServer ? "actions" : "clientActions");
     if (side == nullptr) continue;
     check.CheckKeys(*side, IsMoment);
     for (auto moment = side->ChildsBegin(); moment != side->ChildsEnd(); ++moment)
-      CheckMoment(check, *side, **moment, event);
+      CheckMoment(check, *side, **moment, which, event);
   }
+}
+
+// The name is a part of the names of the data files.
+void CheckHistory(const ZRElementCheck& check, ZREventDriver& event) {
+  constexpr int kPathSize = 260;  // the writer's
+  if (!event.IsHistoricEnabled()) return;
+  std::array<wchar_t, kPathSize> path{};
+  event.EventFileName(path.data(), kPathSize, ZRDateTime::UTC(), 0);
+  if (path[0] == L'\0') check.Say(Kind::kDropped, "it has no history: no file can have its name");
 }
 
 }  // namespace
@@ -248,5 +245,6 @@ void CheckLoadedEvent(const ZRElementCheck& check, ZREventDriver& event, ZREvent
   CheckMemberships(check, system);
   CheckArguments(check);
   CheckEventTexts(check, event);
+  CheckHistory(check, event);
   CheckActions(check, event);
 }

@@ -56,9 +56,12 @@ void CheckText(const ZRElementCheck& check, const Node& text, const tagChoice& c
 }  // namespace
 
 void CheckEventTexts(const ZRElementCheck& check, const ZREventDriver& event) {
-  const tagChoice choice{check.Element().Child("arguments"), event.GroupsVectorSize()};
   for (const std::string_view key : {"annotation", "deaAnnotation", "ackAnnotation"})
-    if (const Node* const text = check.Element().Child(key)) CheckText(check, *text, choice);
+    if (const Node* const text = check.Element().Child(key)) CheckTemplate(check, *text, event);
+}
+
+void CheckTemplate(const ZRElementCheck& check, const Node& text, const ZREventDriver& event) {
+  CheckText(check, text, {check.Element().Child("arguments"), event.GroupsVectorSize()});
 }
 
 bool IsNumberFormat(std::string_view format) {

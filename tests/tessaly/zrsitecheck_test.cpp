@@ -117,6 +117,19 @@ TEST_F(SiteCheck, SaysWhyAnEventWasDropped) {
     EXPECT_EQ(CheckDocument(one.element, ""), one.lines) << one.element;
 }
 
+TEST_F(SiteCheck, EventWhoseNameCannotBeThatOfAFileHasNoHistory) {
+  const auto check = [this](const std::string& name) {
+    return CheckDocument("<event>" + Id(1) + "<name>" + name +
+                             "</name><condition>1 = 1</condition><record>T</record></event>",
+                         "");
+  };
+  EXPECT_EQ(check("Pump 1"), Lines{});
+  const std::string rest = "': it has no history: no file can have its name";
+  EXPECT_EQ(check("In/Out"), Lines{"default.xeve:4: dropped: event 'In/Out" + rest});
+  const std::string longName(250, 'x');
+  EXPECT_EQ(check(longName).size(), 1u);
+}
+
 TEST_F(SiteCheck, SaysWhatOfAnEventIsNotInForce) {
   const auto says = [](const std::string& kindAndText) {
     const std::size_t colon = kindAndText.find(':');
@@ -200,8 +213,6 @@ TEST_F(SiteCheck, SaysWhatOfAnEventIsNotInForce) {
        says("dropped: a second 'while' isn't read")},
       {"<actions><activate><zap/></activate></actions>",
        says("dropped: action 'zap' doesn't exist")},
-      {"<clientActions><while><beep/></while></clientActions>",
-       says("dropped: action 'beep' isn't available yet")},
       {"<actions><acknowledge><beep/></acknowledge></actions>",
        says("dropped: actions of an acknowledgement need 'notify': nobody is asked to "
             "acknowledge")},
@@ -210,13 +221,137 @@ TEST_F(SiteCheck, SaysWhatOfAnEventIsNotInForce) {
     EXPECT_EQ(CheckInEvent(one.element), one.lines) << one.element;
 }
 
-TEST_F(SiteCheck, SaysWhichActionsCannotBeUsed) {
-  const ProbeActions probes({"force"}, {});
-  EXPECT_EQ(CheckInEvent("<actions><activate>" + ProbeXml("force") + "\n" +
-                         ProbeXml("force", "", true) + "</activate></actions>"),
-            Lines{"default.xeve:7: dropped: event 'Pump': action 'force' lacks what it needs"});
-  server->Reset();  // before the probes go
+// --- actions ---
+
+// The elements of actions of the server, or of clients, in line 6, and the one line that is said.
+struct tagActionCase {
+  std::string elements;
+  std::string line;  // "kind: text"; empty for none
+};
+
+class ActionCheck : public SiteCheck {
+ protected:
+  Lines CheckActions(const std::string& side, const std::string& elements) {
+    return CheckInEvent("<" + side + "><activate>" + elements + "</activate></" + side + ">");
+  }
+  static Lines Says(const std::string& kindAndText) {
+    if (kindAndText.empty()) return {};
+    const std::size_t colon = kindAndText.find(':');
+    return {kFile + (":6: " + kindAndText.substr(0, colon)) + ": event 'Pump'" +
+            kindAndText.substr(colon)};
+  }
+  static std::string Force(const std::string& variable, const std::string& value) {
+    return "<force><variable>" + variable + "</variable><value>" + value + "</value></force>";
+  }
+};
+
+TEST_F(ActionCheck, ThatCanBeUsedGivesNoFinding) {
+  EXPECT_EQ(CheckActions("actions",
+                         Force("[P.RUN]", "[P.RUN] + 1") +
+                             "<shellExecute><id>1</id><command>/bin/true</command><parameter>%n "
+                             "%%</parameter></shellExecute><shellExecute><command>x</command>"
+                             "</shellExecute>"),
+            Lines{});
+  EXPECT_EQ(CheckActions("clientActions",
+                         "<beep/><beep><id>7</id></beep><screen><name>x</name></screen>"
+                         "<report><name>x</name></report><device><name>x</name></device>"
+                         "<launchWeb><url>x</url><window>WINDOW</window></launchWeb>"
+                         "<shellExecute><command>x</command></shellExecute>"),
+            Lines{});
 }
+
+TEST_F(ActionCheck, SaysWhyAnActionWasDropped) {
+  driver->SetText("TEXT", "x");
+  const tagActionCase cases[] = {
+      {"<zap/>", "dropped: action 'zap' doesn't exist"},
+      {"<screen/>", "dropped: action 'screen' has no name"},
+      {"<report><name/></report>", "dropped: action 'report' has no name"},
+      {"<device><nam>x</nam></device>", "dropped: action 'device' has no name"},
+      {"<launchWeb><window>TAB</window></launchWeb>", "dropped: action 'launchWeb' has no url"},
+      {"<launchWeb><url>x</url></launchWeb>", "dropped: action 'launchWeb' has no window"},
+      {"<shellExecute><parameter>x</parameter></shellExecute>",
+       "dropped: action 'shellExecute' has no command"},
+      {"<force><value>1</value></force>", "dropped: action 'force' has no variable"},
+      {Force("[P.NONE]", "1"), "dropped: action 'force': no driver has the variable '[P.NONE]'"},
+      {Force("P.RUN", "1"),
+       "dropped: action 'force': no driver has the variable 'P.RUN': it is written in brackets"},
+      {Force("[", "1"), "dropped: action 'force': no driver has the variable '['"},
+      {Force("[[avg:60]P.RUN]", "1"),
+       "dropped: action 'force' has a filter in '[[avg:60]P.RUN]': only a variable itself can be "
+       "forced"},
+      {Force("[P.RUN]", "1 +"),
+       "dropped: action 'force' has a value that is wrong at character 4: a value is expected "
+       "here"},
+      {"<force><variable>[P.RUN]</variable></force>",
+       "dropped: action 'force' has a value that is wrong at character 1: the expression is empty"},
+      {Force("[P.TEXT]", "1 +"), ""},
+  };
+  for (const tagActionCase& one : cases)
+    EXPECT_EQ(CheckActions("actions", one.elements), Says(one.line)) << one.elements;
+}
+
+TEST_F(ActionCheck, SaysThatAVariableCannotBeForced) {
+  class CFixed final : public ZRDriver {
+   public:
+    CFixed() : ZRDriver(L"F", L"F") { AddVariable(L"V"); }
+    [[nodiscard]] bool ValueInfo(std::int64_t, tagSVariableValueInfo& info) const override {
+      info = {};
+      return true;
+    }
+  };
+  ZRDriver::Register(std::make_unique<CFixed>());
+  EXPECT_EQ(CheckActions("actions", Force("[F.V]", "1")),
+            Says("dropped: action 'force': '[F.V]' accepts no forced value"));
+}
+
+TEST_F(ActionCheck, SaysThatAnActionHasNoEffectOnItsSide) {
+  for (const std::string element :
+       {"<beep/>", "<screen><name>x</name></screen>", "<report><name>x</name></report>",
+        "<device><name>x</name></device>",
+        "<launchWeb><url>x</url><window>x</window></launchWeb>"}) {
+    const std::string tag = element.substr(1, element.find_first_of("/>") - 1);
+    EXPECT_EQ(CheckActions("actions", element),
+              Says("dropped: action '" + tag +
+                   "' does nothing on the server: it belongs to 'clientActions'"));
+  }
+  EXPECT_EQ(CheckActions("clientActions", Force("[P.RUN]", "1")),
+            Says("dropped: action 'force' has nothing to tell a client: it belongs to 'actions'"));
+}
+
+TEST_F(ActionCheck, SaysWhatOfAnActionIsNotInForce) {
+  const tagActionCase cases[] = {
+      {Force("[P.RUN]", "[P.NONE]"),
+       "hint: action 'force' reads a variable that no driver has at present"},
+      {"<shellExecute><command>x</command><parameter>%a1</parameter></shellExecute>",
+       "hint: 'parameter' asks for argument 1, which isn't there: the text keeps it as it stands"},
+      {"<shellExecute><command>x</command><parameters>x</parameters></shellExecute>",
+       "dropped: nobody knows an element 'parameters' here"},
+      {"<shellExecute><command>x</command><command>y</command></shellExecute>",
+       "dropped: a second 'command' isn't read"},
+  };
+  for (const tagActionCase& one : cases)
+    EXPECT_EQ(CheckActions("actions", one.elements), Says(one.line)) << one.elements;
+  EXPECT_EQ(CheckActions("clientActions", "<beep><sound>loud</sound></beep>"),
+            Says("dropped: nobody knows an element 'sound' here"));
+}
+
+TEST_F(ActionCheck, SaysOfAnActionThatFailsForNoKnownReasonThatItCannotBeUsed) {
+  const ProbeActions probes({"beep"}, {});
+  EXPECT_EQ(CheckActions("clientActions", ProbeXml("beep", "", true)),
+            Says("dropped: action 'beep' can't be used"));
+}
+
+TEST_F(ActionCheck, SaysThatNobodyWouldGetAMessage) {
+  EXPECT_EQ(CheckActions("actions", "<mail><message>x</message></mail>"),
+            Says("dropped: action 'mail' has no address that can be used"));
+  EXPECT_EQ(CheckActions("actions", "<sms><message>x</message></sms>"),
+            Says("dropped: action 'sms' has no phone number that can be used"));
+  EXPECT_EQ(CheckActions("clientActions", "<sms><phone>123</phone></sms>"),
+            Says("dropped: action 'sms' has nothing to tell a client: it belongs to 'actions'"));
+  server->Reset();
+}
+
+// --- events again ---
 
 TEST_F(SiteCheck, SaysThatAConditionReadsAVariableThatNobodyHas) {
   EXPECT_EQ(
