@@ -1,0 +1,111 @@
+#include "tessaly/zrsharefolder.h"
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <system_error>
+
+#include "host/platform/zrprogramsearch.h"
+#include "host/tools/zrfiles.h"
+#include "host/tools/zrtext.h"
+#include "host/tools/zruuid.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using Kind = ZRFinding::tagKind;
+using Node = XmlDocument::XmlNode;
+
+// Whole, so that programs that start elsewhere find it.
+fs::path ShareFolder(const ZRTessalySetup& setup) {
+  std::error_code ignored;
+  const fs::path site(std::string(Utf16ToUtf8(setup.SitePath().View()).View()));
+  return fs::absolute(site, ignored) / kShareFolder;
+}
+
+// An id, and the extension of a file of a mail.
+bool IsOfAMail(const std::string& name) {
+  const std::string_view extension =
+      std::string_view(name).substr(std::min(name.size(), kUuidTextLength));
+  if (extension != ".txt" && extension != ".bat") return false;
+  return wtouuid(Utf8ToUtf16(std::string_view(name).substr(0, kUuidTextLength))) != uuid::null;
+}
+
+void RemoveLeftovers(const fs::path& folder) {
+  std::error_code error;
+  for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
+       entry.increment(error)) {
+    std::error_code ignored;
+    if (IsOfAMail(entry->path().filename().string())) (void)fs::remove(entry->path(), ignored);
+  }
+}
+
+// A link that leads nowhere, to a program that was uninstalled, is replaced.
+void LinkMailProgram(const fs::path& folder) {
+  std::error_code ignored;
+  const fs::path link = folder / kMailProgram;
+  if (fs::exists(link, ignored)) return;
+  const std::string program = ZRProgramSearch::Find(kMailProgram);
+  if (program.empty()) return;
+  if (fs::is_symlink(link, ignored)) (void)fs::remove(link, ignored);
+  fs::create_symlink(program, link, ignored);
+}
+
+// True for a folder that others may neither read nor enter.
+bool IsPrivate(const fs::path& folder) {
+  constexpr fs::perms kOthers = fs::perms::group_all | fs::perms::others_all;
+  std::error_code error;
+  const fs::file_status status = fs::status(folder, error);
+  return fs::is_directory(status) && (status.permissions() & kOthers) == fs::perms::none;
+}
+
+bool HasMail(const Node& event) {
+  const Node* const actions = event.Child("actions");
+  if (actions == nullptr) return false;
+  constexpr std::array<std::string_view, 4> kMomentTags = {"activate", "while", "deactivate",
+                                                           "acknowledge"};
+  return std::any_of(kMomentTags.begin(), kMomentTags.end(), [actions](std::string_view moment) {
+    const Node* const list = actions->Child(moment);
+    return list != nullptr && list->Child("mail") != nullptr;
+  });
+}
+
+bool HasMail(const XmlDocument& document) {
+  const Node* const events =
+      document.Root() != nullptr ? document.Root()->Child("events") : nullptr;
+  if (events == nullptr) return false;
+  return std::any_of(events->ChildsBegin(), events->ChildsEnd(),
+                     [](const Node* event) { return HasMail(*event); });
+}
+
+}  // namespace
+
+void PrepareShareFolder(const ZRTessalySetup& setup, ZRFindings& findings) {
+  const fs::path folder = ShareFolder(setup);
+  SetSharePath(Utf8ToUtf16(folder.string()));
+  std::error_code error;
+  if (fs::create_directory(folder, error)) fs::permissions(folder, fs::perms::owner_all, error);
+  if (error) {
+    findings.push_back({Kind::kHint, kShareFolder, 0, 0,
+                        "can't be made, and no mail can be sent: " + error.message()});
+  }
+  if (error || !IsPrivate(folder)) return;
+  RemoveLeftovers(folder);
+  LinkMailProgram(folder);
+}
+
+void CheckMail(const XmlDocument& document, const ZRTessalySetup& setup, ZRFindings& findings) {
+  if (!HasMail(document)) return;
+  const auto say = [&findings](const char* file, const std::string& why) {
+    findings.push_back({Kind::kDropped, file, 0, 0, "no mail is sent: " + why});
+  };
+  std::error_code ignored;
+  const fs::path folder = ShareFolder(setup);
+  if (fs::exists(folder, ignored) && !IsPrivate(folder))
+    say(kShareFolder, "it must be a folder of this user alone (mode 0700)");
+  if (!fs::exists(folder / kMailProgram, ignored) && ZRProgramSearch::Find(kMailProgram).empty())
+    say(kShareFolder, std::string("there is no program ") + kMailProgram + " here or in PATH");
+  if (setup.SmtpServer().IsEmpty()) say(ZRTessalySetup::kFileName, "smtp.server isn't set");
+  if (setup.SmtpFrom().IsEmpty()) say(ZRTessalySetup::kFileName, "smtp.from isn't set");
+}

@@ -1,0 +1,20 @@
+// The share folder of a site: what is handed to the mail program lies there, and the program.
+#pragma once
+
+#include <string>
+
+#include "host/support/zrtessalysetup.h"
+#include "host/tools/xmldocument.h"
+#include "tessaly/zrfinding.h"
+
+inline constexpr const char* kShareFolder = "share";
+inline constexpr const char* kMailProgram = "msmtp";
+
+// Makes the folder, this user's alone, removes what a run that was killed has left of its mails,
+// and puts a link to the mail program of PATH there unless there is one. While no mail is under
+// way. kHint if the folder can't be made.
+void PrepareShareFolder(const ZRTessalySetup& setup, ZRFindings& findings);
+
+// If the events in `document` have mail actions: kDropped for each reason why none can be sent.
+// Changes nothing.
+void CheckMail(const XmlDocument& document, const ZRTessalySetup& setup, ZRFindings& findings);
