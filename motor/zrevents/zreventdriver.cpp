@@ -6,9 +6,21 @@
 #include "host/tools/zrtext.h"
 #include "zrevents/zreventdrivergroup.h"
 
+namespace {
+
+std::atomic<std::int64_t> lostRecords{0};
+
+}  // namespace
+
 ZREventDriver::ZREventDriver() = default;
 
-ZREventDriver::~ZREventDriver() = default;
+ZREventDriver::~ZREventDriver() {
+  lostRecords.fetch_add(WaitingRecords(), std::memory_order_relaxed);
+}
+
+std::int64_t ZREventDriver::LostRecords() {
+  return lostRecords.load(std::memory_order_relaxed);
+}
 
 bool ZREventDriver::IsInGroup(const ZRWString& groupName) const {
   return std::any_of(groups.begin(), groups.end(), [&](const ZREventDriverGroup* group) {

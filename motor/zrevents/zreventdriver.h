@@ -169,6 +169,8 @@ class ZREVENTS_API ZREventDriver {
   [[nodiscard]] int WaitingRecords() const {
     return waitingRecords.load(std::memory_order_relaxed);
   }
+  // Those that were lost so, of all events since the start of the process.
+  [[nodiscard]] static std::int64_t LostRecords();
 
   // --- services ---
 
