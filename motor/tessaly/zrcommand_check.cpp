@@ -4,6 +4,7 @@
 
 #include "host/base/zrlogger.h"
 #include "tessaly/zrcommands.h"
+#include "tessaly/zrdatafolder.h"
 #include "tessaly/zrsite.h"
 
 int CheckSite(const ZRCommand& command) {
@@ -18,6 +19,7 @@ int CheckSite(const ZRCommand& command) {
   site.StartDrivers(ZRSite::tagDrivers::kNone, findings);
   site.LoadEvents({});
   site.CheckLoaded(findings);
+  CheckDataFolder(ZRTessalySetup::Get(), findings);
   PrintFindings(findings);
   const ZREventSystem& store = ZREventSystem::Get();
   std::printf("%s: %d events, %d groups, %d time tables\n", command.site.c_str(),

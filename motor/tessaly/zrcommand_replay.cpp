@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
+#include <cstdlib>
+#include <filesystem>
 #include <optional>
 
 #include "host/base/zrlogger.h"
@@ -12,6 +14,7 @@
 #include "host/tools/zrdatetime.h"
 #include "host/tools/zrtext.h"
 #include "tessaly/zrcommands.h"
+#include "tessaly/zrsilentactions.h"
 #include "tessaly/zrsite.h"
 #include "tessaly/zrtransitionline.h"
 
@@ -76,9 +79,34 @@ class CTranscript {
   int transitions = 0;
 };
 
+// A folder that goes with the object, and what is in it.
+class CScratchFolder {
+ public:
+  CScratchFolder() {
+    std::error_code ignored;
+    std::string pattern =
+        (std::filesystem::temp_directory_path(ignored) / "tessaly-replay-XXXXXX").string();
+    if (::mkdtemp(pattern.data()) != nullptr) path = pattern;
+  }
+  ~CScratchFolder() {
+    std::error_code ignored;
+    if (!path.empty()) (void)std::filesystem::remove_all(path, ignored);
+  }
+  CScratchFolder(const CScratchFolder&) = delete;
+  CScratchFolder& operator=(const CScratchFolder&) = delete;
+  // With its separator; the root of the disk, where nothing can be made, if there is none.
+  [[nodiscard]] ZRWString Path() const { return Utf8ToUtf16(std::string_view(path)) + L"/"; }
+
+ private:
+  std::string path;
+};
+
 int RunThrough(ZRSite& site, const tagRecording& recording) {
   const std::uint32_t begun = ZRPlatform::System().TickCount();
   ZRVirtualTime time(recording.first);
+  // What is replayed has no place in the site's history.
+  const CScratchFolder scratch;
+  site.RecordForNothing(scratch.Path());
   CTranscript transcript;
   ZRFindings findings;
   site.MakeDrivers(findings);
@@ -105,6 +133,7 @@ int RunThrough(ZRSite& site, const tagRecording& recording) {
 
 int ReplaySite(const ZRCommand& command) {
   ZRFindings findings;
+  const ZRSilentActions nobody;  // is told of what is replayed
   ZRSite site(command.site);
   if (!site.LoadSettings(findings) || !site.TryDocuments(findings)) {
     LogFindings(findings);

@@ -8,8 +8,12 @@
 #include "host/remote/zrwebserver.h"
 #include "host/tools/zrtext.h"
 #include "tessaly/zrcommands.h"
+#include "tessaly/zrdatafolder.h"
 #include "tessaly/zrservices.h"
+#include "tessaly/zrsharefolder.h"
 #include "tessaly/zrsite.h"
+#include "tessaly/zrsitelock.h"
+#include "tessaly/zrsystemeventsfile.h"
 #include "tessaly/zrtransitionline.h"
 
 namespace {
@@ -35,6 +39,7 @@ class CRun {
 
  private:
   [[nodiscard]] bool LoadSite();
+  [[nodiscard]] bool TakeLock();
   void LoadWork();
   [[nodiscard]] bool StartWeb();
   [[nodiscard]] bool StartEngine();
@@ -43,6 +48,7 @@ class CRun {
   void End();
 
   const ZRCommand& command;
+  ZRSiteLock lock;
   ZRSite site;
   ZRWebServer web;
   int settingsPort = 0;  // as the settings said when the web server started
@@ -67,19 +73,33 @@ bool CRun::LoadSite() {
     LogFindings(findings);
     return false;
   }
+  if (!TakeLock()) return false;
   std::string reason;
   if (!site.OpenLog(reason)) {
     std::fprintf(stderr, "tessaly: the log can't be opened: %s\n", reason.c_str());
     return false;
   }
+  if (!lock.Reason().empty())
+    logger(kLogDelivery, L"%s can't be made, so a second run wouldn't be noticed: %s",
+           ZRSiteLock::kFileName, lock.Reason().c_str());
   const bool usable = site.TryDocuments(findings);
   LogFindings(findings);
   return usable;
 }
 
+// False if another run has the site.
+bool CRun::TakeLock() {
+  if (lock.Take(site.Folder()) != ZRSiteLock::tagAnswer::kBusy) return true;
+  std::fprintf(stderr, "tessaly: %s runs already\n", site.Folder().c_str());
+  return false;
+}
+
 // Drivers and events, with the settings in force.
 void CRun::LoadWork() {
   ZRFindings findings;
+  PrepareDataFolder(ZRTessalySetup::Get(), findings);
+  PrepareShareFolder(ZRTessalySetup::Get(), findings);
+  KeepSystemEvents(ZRTessalySetup::Get(), findings);
   site.MakeDrivers(findings);
   site.StartDrivers(ZRSite::tagDrivers::kAll, findings);
   site.LoadEvents(LogTransition);
@@ -148,6 +168,7 @@ int CRun::WaitForTheEnd() {
         break;
       case ZRSignal::kNone:
         site.ShowCycle();
+        site.WatchHistory();
         break;
     }
   }
@@ -157,6 +178,7 @@ void CRun::End() {
   if (works) logger(kLogNotice, L"stopping");
   web.Stop();
   site.Stop();
+  ZRHistoryWatch::SayTroubles();
   if (works) logger(kLogNotice, L"stopped");
   FlushLog();
 }

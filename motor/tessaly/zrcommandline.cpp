@@ -1,17 +1,92 @@
 #include "tessaly/zrcommandline.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <map>
 
 namespace {
 
 constexpr int kHighestPort = 65535;
+constexpr const char* kFooter =
+    "Exit codes: 0 done, 1 something was wrong, 2 it couldn't be tried.";
+constexpr const char* kSite = "SITE";
+constexpr const char* kSiteHelp = "folder of the site, with its tessaly.toml";
+
+using Verb = ZRCommand::tagVerb;
 
 CLI::App* AddVerb(CLI::App& app, const char* name, const char* help, ZRCommand& command,
-                  ZRCommand::tagVerb verb) {
+                  Verb verb) {
   CLI::App* const sub = app.add_subcommand(name, help);
-  sub->add_option("SITE", command.site, "folder of the site, with its tessaly.toml")->required();
   sub->callback([&command, verb] { command.verb = verb; });
   return sub;
+}
+
+CLI::App* AddVerbOfSite(CLI::App& app, const char* name, const char* help, ZRCommand& command,
+                        Verb verb) {
+  CLI::App* const sub = AddVerb(app, name, help, command, verb);
+  sub->add_option(kSite, command.site, kSiteHelp)->required();
+  return sub;
+}
+
+void AddHistoryOptions(CLI::App& history, ZRHistoryWords& words) {
+  static const std::map<std::string, ZRHistoryFormat> kFormats{{"table", ZRHistoryFormat::kTable},
+                                                               {"csv", ZRHistoryFormat::kCsv},
+                                                               {"json", ZRHistoryFormat::kJson},
+                                                               {"xml", ZRHistoryFormat::kXml}};
+  history.add_option("--event", words.events, "only the event of this name; may be repeated")
+      ->allow_extra_args(false);
+  history.add_option("--from", words.from,
+                     "first instant: 2026-11-21, 2026-11-21T08:05, ...; the month's, if missing");
+  history.add_option("--to", words.to, "first instant behind the period; the month's end");
+  CLI::Option* const open = history.add_flag("--open", words.open, "only what hasn't ended");
+  history.add_flag("--running", words.running, "also what was active when the period begins");
+  history.add_flag("--totals", words.totals, "sums for each event")->excludes(open);
+  history
+      .add_option_function<std::string>(
+          "--format", [&words](const std::string& name) { words.format = kFormats.at(name); },
+          "how it is shown; a table without it")
+      ->check(CLI::IsMember(&kFormats));
+}
+
+// True if an option or a positional of the verb itself was given.
+bool HasWords(const CLI::App& verb) {
+  const std::vector<const CLI::Option*> options = verb.get_options();
+  return std::any_of(options.begin(), options.end(),
+                     [](const CLI::Option* option) { return option->count() != 0; });
+}
+
+void AddHistory(CLI::App& app, ZRCommand& command) {
+  CLI::App* const history =
+      AddVerb(app, "history", "Show what has happened at a site.", command, Verb::kHistory);
+  CLI::Option* const site = history->add_option(kSite, command.site, kSiteHelp);
+  history->require_subcommand(0, 1);
+  history->footer(std::string("A site called verify or dump is ./verify or ./dump.\n\n") + kFooter);
+  AddHistoryOptions(*history, command.history);
+  CLI::App* const verify =
+      AddVerbOfSite(*history, "verify", "Look for damage in all of a site's data files.", command,
+                    Verb::kVerifyHistory);
+  CLI::App* const dump =
+      AddVerb(*history, "dump", "Show each record of a data file.", command, Verb::kDumpHistory);
+  dump->add_option("FILE", command.file, "the data file")->required();
+  // Called behind those of verify and dump.
+  history->callback([history, site, verify, dump, &command] {
+    if (verify->parsed() || dump->parsed()) {
+      if (HasWords(*history)) throw CLI::ExtrasError({"in front of verify or dump"});
+      return;
+    }
+    if (site->count() == 0) throw CLI::RequiredError(kSite);
+    command.verb = Verb::kHistory;
+  });
+}
+
+void AddRename(CLI::App& app, ZRCommand& command) {
+  CLI::App* const rename = AddVerbOfSite(
+      app, "rename", "Let data files follow an event that has a new name.", command, Verb::kRename);
+  rename
+      ->add_option("--old", command.file,
+                   "the events document before the change; the one in force is the new one")
+      ->required();
+  rename->add_flag("--dry-run", command.dryRun, "only say what would be done");
 }
 
 }  // namespace
@@ -21,22 +96,26 @@ ZRCommand ParseCommandLine(int count, const char* const* words) {
   CLI::App app("Watches live values and turns conditions on them into events.", "tessaly");
   app.set_version_flag("--version", "tessaly " ZR_VERSION);
   app.require_subcommand(1);
-  app.footer("Exit codes: 0 done, 1 something was wrong, 2 it couldn't be tried.");
+  app.footer(kFooter);
 
-  CLI::App* const run =
-      AddVerb(app, "run", "Run a site until it is told to stop (SIGINT, SIGTERM).", command,
-              ZRCommand::tagVerb::kRun);
-  run->add_option("--port", command.port, "port of the web server, in place of the settings'")
+  AddVerbOfSite(app, "run", "Run a site until it is told to stop (SIGINT, SIGTERM).", command,
+                Verb::kRun)
+      ->add_option("--port", command.port, "port of the web server, in place of the settings'")
       ->check(CLI::Range(0, kHighestPort));
-  AddVerb(app, "check", "Say what of a site's configuration can't be used, and why.", command,
-          ZRCommand::tagVerb::kCheck);
-  AddVerb(app, "eval", "Evaluate an expression on a site's live values.", command,
-          ZRCommand::tagVerb::kEval)
+  AddVerbOfSite(app, "check", "Say what of a site's configuration can't be used, and why.", command,
+                Verb::kCheck);
+  AddVerbOfSite(app, "eval", "Evaluate an expression on a site's live values.", command,
+                Verb::kEval)
       ->add_option("EXPRESSION", command.expression,
                    "for example '[meter.voltage] > 250'; behind -- if it begins with a minus")
       ->required();
-  AddVerb(app, "replay", "Run a site's recorded readings from end to end, as fast as it goes.",
-          command, ZRCommand::tagVerb::kReplay);
+  AddVerbOfSite(app, "replay",
+                "Run a site's recorded readings from end to end, as fast as it goes.", command,
+                Verb::kReplay);
+  AddHistory(app, command);
+  AddRename(app, command);
+  AddVerbOfSite(app, "sysevents", "Show what has happened to the system itself.", command,
+                Verb::kSystemEvents);
 
   try {
     app.parse(count, words);

@@ -2,20 +2,49 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 // Exit codes of the process.
 inline constexpr int kExitDone = 0;
 inline constexpr int kExitFaulty = 1;      // the work was done, and something was wrong
 inline constexpr int kExitImpossible = 2;  // the work couldn't be tried: usage, site, settings
 
+// How a history is shown.
+enum class ZRHistoryFormat { kTable, kCsv, kJson, kXml };
+
+// What of a history is shown.
+struct ZRHistoryWords {
+  std::vector<std::string> events;  // names; all events without any
+  std::string from;                 // as they were typed; empty if they weren't
+  std::string to;
+  bool open = false;     // only occurrences that haven't ended
+  bool running = false;  // with those that had begun before, and were active when it begins
+  bool totals = false;   // sums for each event
+  ZRHistoryFormat format = ZRHistoryFormat::kTable;
+};
+
 struct ZRCommand {
-  enum class tagVerb { kNone, kRun, kCheck, kEval, kReplay };
+  enum class tagVerb {
+    kNone,
+    kRun,
+    kCheck,
+    kEval,
+    kReplay,
+    kHistory,
+    kVerifyHistory,
+    kDumpHistory,
+    kRename,
+    kSystemEvents
+  };
 
   tagVerb verb = tagVerb::kNone;
   int exitCode = kExitDone;  // for kNone: help was shown, or the words make no sense
   std::string site;
   std::string expression;  // for kEval
   int port = -1;           // for kRun; -1: as the settings say
+  ZRHistoryWords history;  // for kHistory
+  std::string file;        // for kDumpHistory: the data file; for kRename: the old document
+  bool dryRun = false;     // for kRename
 };
 
 // Reads the command line; help, the version and complaints are printed at once.

@@ -14,6 +14,16 @@ int CarryOut(const ZRCommand& command) {
       return EvaluateOnSite(command);
     case ZRCommand::tagVerb::kReplay:
       return ReplaySite(command);
+    case ZRCommand::tagVerb::kHistory:
+      return ShowHistory(command);
+    case ZRCommand::tagVerb::kVerifyHistory:
+      return VerifyHistory(command);
+    case ZRCommand::tagVerb::kDumpHistory:
+      return DumpHistory(command);
+    case ZRCommand::tagVerb::kRename:
+      return RenameHistory(command);
+    case ZRCommand::tagVerb::kSystemEvents:
+      return ShowSystemEvents(command);
     case ZRCommand::tagVerb::kNone:
       break;
   }

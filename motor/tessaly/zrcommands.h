@@ -10,3 +10,8 @@
 [[nodiscard]] int CheckSite(const ZRCommand& command);
 [[nodiscard]] int EvaluateOnSite(const ZRCommand& command);
 [[nodiscard]] int ReplaySite(const ZRCommand& command);
+[[nodiscard]] int ShowHistory(const ZRCommand& command);
+[[nodiscard]] int VerifyHistory(const ZRCommand& command);
+[[nodiscard]] int DumpHistory(const ZRCommand& command);
+[[nodiscard]] int RenameHistory(const ZRCommand& command);
+[[nodiscard]] int ShowSystemEvents(const ZRCommand& command);

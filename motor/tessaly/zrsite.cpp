@@ -7,10 +7,13 @@
 #include "host/drivers/zrdriverfactory.h"
 #include "host/drivers/zrmachinedriver.h"
 #include "host/drivers/zrpolleddriver.h"
+#include "host/driversupport/eventfile/zreventfilesync.h"
 #include "host/tools/zrdatetime.h"
 #include "host/tools/zrstringtable.h"
 #include "host/tools/zrtext.h"
+#include "tessaly/zrsharefolder.h"
 #include "tessaly/zrsitecheck.h"
+#include "tessaly/zrusers.h"
 
 namespace {
 
@@ -43,6 +46,12 @@ std::uint64_t LineOfDriver(const std::string& name) {
     if (number != 0) return number;
   }
   return 0;
+}
+
+ZRDurability Durability(const ZRTessalySetup& setup) {
+  if (setup.HistoryDurability() == "strict") return ZRDurability::kStrict;
+  if (setup.HistoryDurability() == "off") return ZRDurability::kOff;
+  return ZRDurability::kAdaptive;
 }
 
 // Starts a driver, or makes it ready only.
@@ -129,6 +138,8 @@ void ZRSite::StartDrivers(tagDrivers which, ZRFindings& findings) {
 }
 
 void ZRSite::LoadEvents(ZREventVariables::tagObserver observer) {
+  ZRFindings said;  // by the look at the documents
+  LoadUsers(ZRTessalySetup::Get(), ZRSystemUsersSupport::Get(), said);
   engine.LoadCfg();
   variables = std::make_unique<ZREventVariables>(std::move(observer));
   variables->Bind(ZREventSystem::Get());
@@ -139,17 +150,31 @@ void ZRSite::CheckLoaded(ZRFindings& findings) {
   ZREventSystem& store = ZREventSystem::Get();
   CheckEvents(*engine.Cfg(), store, ShownFile(setup, kEventsFile), findings);
   CheckTimeTables(*engine.TimeTableCfg(), store, ShownFile(setup, kTimeTablesFile), findings);
+  CheckMail(*engine.Cfg(), setup, findings);
+}
+
+void ZRSite::RecordForNothing(const ZRWString& dataFolder) {
+  ZRTessalySetup::Get().UseDataPath(dataFolder);
+  needsNoHistory = true;
 }
 
 bool ZRSite::StartEngine() {
+  ZREventFileSync& sync = ZREventFileSync::Get();
+  sync.SetDurability(needsNoHistory ? ZRDurability::kOff : Durability(ZRTessalySetup::Get()));
+  sync.Start();
   engineRuns = engine.Start();
+  if (!engineRuns) sync.Stop();
   return engineRuns;
 }
 
 void ZRSite::Stop() {
-  if (engineRuns) engine.Stop();
+  if (engineRuns) {
+    engine.Stop();
+    ZREventFileSync::Get().Stop();
+  }
   engineRuns = false;
   engine.Reset();
+  history.SayWhatIsLost();
   variables.reset();
   StopDrivers();
 }

@@ -7,6 +7,7 @@
 #include "host/support/zrtessalysetup.h"
 #include "tessaly/zreventvariables.h"
 #include "tessaly/zrfinding.h"
+#include "tessaly/zrhistorywatch.h"
 #include "zrevents/zreventserver.h"
 
 class ZRMachineDriver;
@@ -50,13 +51,19 @@ class ZRSite {
   // Says what of the documents isn't in force. After LoadEvents, before StartEngine.
   void CheckLoaded(ZRFindings& findings);
 
+  // What is recorded from now on goes to `folder`, which ends in its separator, and needs not be
+  // kept. Behind LoadSettings.
+  void RecordForNothing(const ZRWString& folder);
+
   // Starts the engine. False if it can't have its threads.
   [[nodiscard]] bool StartEngine();
-  // Ends the engine, then the drivers, and empties both.
+  // Ends the engine, then the drivers, and empties both. Says which records are lost by that.
   void Stop();
 
   // What the host shows of itself in R$SYS.
   void ShowCycle();
+  // Tells of records that can't be written, and when they could be.
+  void WatchHistory() { history.Look(); }
 
   [[nodiscard]] ZREventServer& Engine() { return engine; }
   [[nodiscard]] const std::string& Folder() const { return folder; }
@@ -68,6 +75,8 @@ class ZRSite {
   const std::string folder;  // UTF-8
   ZREventServer engine;
   bool engineRuns = false;
+  bool needsNoHistory = false;
+  ZRHistoryWatch history;
   std::unique_ptr<ZREventVariables> variables;
   ZRMachineDriver* machine = nullptr;
 };

@@ -5,6 +5,7 @@
 #include "host/tools/zrfiles.h"
 #include "host/tools/zrtext.h"
 #include "tessaly/zrelementcheck.h"
+#include "tessaly/zrusers.h"
 
 namespace {
 
@@ -44,10 +45,14 @@ void CheckDocument(const ZRTessalySetup& setup, std::string_view name, ZRFinding
 }  // namespace
 
 std::string ShownFile(const ZRTessalySetup& setup, std::string_view name) {
-  std::wstring_view folder = setup.CfgPath().View();
+  return ShownPath(setup, setup.CfgPath()) + std::string(name);
+}
+
+std::string ShownPath(const ZRTessalySetup& setup, const ZRWString& path) {
+  std::wstring_view shown = path.View();
   const std::wstring_view site = setup.SitePath().View();
-  if (folder.starts_with(site)) folder.remove_prefix(site.size());
-  return std::string(Utf16ToUtf8(folder).View()) + std::string(name);
+  if (shown.starts_with(site)) shown.remove_prefix(site.size());
+  return std::string(Utf16ToUtf8(shown).View());
 }
 
 bool FolderExists(const ZRWString& path) {
@@ -66,4 +71,6 @@ void CheckDocuments(const ZRTessalySetup& setup, ZRFindings& findings) {
   }
   for (const std::string_view name : {kEventsFile, kTimeTablesFile, kParkingFile})
     CheckDocument(setup, name, findings);
+  ZRSystemUsersSupport users;
+  LoadUsers(setup, users, findings);
 }

@@ -19,6 +19,9 @@ inline constexpr std::string_view kParkingFile = "default.xpark";
 // if the folder isn't below the site. For an empty name the folder.
 [[nodiscard]] std::string ShownFile(const ZRTessalySetup& setup, std::string_view name);
 
+// The same of a whole path: without the site's folder in front, if it is below it.
+[[nodiscard]] std::string ShownPath(const ZRTessalySetup& setup, const ZRWString& path);
+
 [[nodiscard]] bool FolderExists(const ZRWString& path);
 
 // Tries the documents, each on its own: kBroken for one that can't be read, kHint for events that

@@ -53,9 +53,69 @@ TEST_F(CommandLine, TakesAPortForRun) {
   EXPECT_EQ(Parse({"run", "--port=65535", "house"}).port, 65535);
 }
 
+TEST_F(CommandLine, HistoryIsThatOfASite) {
+  const ZRCommand plain = Parse({"history", "house"});
+  EXPECT_EQ(plain.verb, Verb::kHistory) << error;
+  EXPECT_EQ(plain.site, "house");
+  EXPECT_TRUE(plain.history.events.empty());
+  EXPECT_EQ(plain.history.from + plain.history.to, "");
+  EXPECT_FALSE(plain.history.open || plain.history.totals || plain.history.running);
+  EXPECT_EQ(plain.history.format, ZRHistoryFormat::kTable);
+
+  const ZRCommand full =
+      Parse({"history", "--event", "Pump", "house", "--event", "High, load", "--from", "2026-11-01",
+             "--to=2026-12-01T00:00+01:00", "--running", "--totals", "--format", "csv"});
+  EXPECT_EQ(full.verb, Verb::kHistory) << error;
+  EXPECT_EQ(full.site, "house");
+  EXPECT_EQ(full.history.events, (std::vector<std::string>{"Pump", "High, load"}));
+  EXPECT_EQ(full.history.from, "2026-11-01");
+  EXPECT_EQ(full.history.to, "2026-12-01T00:00+01:00");
+  EXPECT_TRUE(full.history.running);
+  EXPECT_TRUE(full.history.totals);
+  EXPECT_TRUE(Parse({"history", "house", "--open"}).history.open);
+}
+
+TEST_F(CommandLine, HistoryHasFourFormats) {
+  const std::pair<const char*, ZRHistoryFormat> formats[] = {{"table", ZRHistoryFormat::kTable},
+                                                             {"csv", ZRHistoryFormat::kCsv},
+                                                             {"json", ZRHistoryFormat::kJson},
+                                                             {"xml", ZRHistoryFormat::kXml}};
+  for (const auto& [name, format] : formats)
+    EXPECT_EQ(Parse({"history", "house", "--format", name}).history.format, format) << name;
+}
+
+TEST_F(CommandLine, HistoryLooksAfterDataFilesToo) {
+  const ZRCommand verify = Parse({"history", "verify", "house"});
+  EXPECT_EQ(verify.verb, Verb::kVerifyHistory) << error;
+  EXPECT_EQ(verify.site, "house");
+  const ZRCommand dump = Parse({"history", "dump", "Pump 11-2026.suc"});
+  EXPECT_EQ(dump.verb, Verb::kDumpHistory) << error;
+  EXPECT_EQ(dump.file, "Pump 11-2026.suc");
+  EXPECT_EQ(Parse({"history", "verify", "verify"}).site, "verify");
+  for (const char* site : {"./verify", "./dump", "verify/"}) {
+    const ZRCommand command = Parse({"history", site});
+    EXPECT_EQ(command.verb, Verb::kHistory) << error;
+    EXPECT_EQ(command.site, site);
+  }
+}
+
+TEST_F(CommandLine, RenameNeedsTheOldDocument) {
+  const ZRCommand rename = Parse({"rename", "house", "--old", "old.xeve"});
+  EXPECT_EQ(rename.verb, Verb::kRename) << error;
+  EXPECT_EQ(rename.site, "house");
+  EXPECT_EQ(rename.file, "old.xeve");
+  EXPECT_FALSE(rename.dryRun);
+  EXPECT_TRUE(Parse({"rename", "house", "--dry-run", "--old", "old.xeve"}).dryRun);
+}
+
 TEST_F(CommandLine, HelpAndVersionAreDoneAtOnce) {
-  for (const std::vector<const char*>& words :
-       {std::vector<const char*>{"--help"}, {"-h"}, {"run", "--help"}, {"eval", "-h"}}) {
+  for (const std::vector<const char*>& words : {std::vector<const char*>{"--help"},
+                                                {"-h"},
+                                                {"run", "--help"},
+                                                {"eval", "-h"},
+                                                {"history", "-h"},
+                                                {"history", "verify", "-h"},
+                                                {"rename", "-h"}}) {
     const ZRCommand command = Parse(words);
     EXPECT_EQ(command.verb, Verb::kNone);
     EXPECT_EQ(command.exitCode, kExitDone);
@@ -71,7 +131,7 @@ TEST_F(CommandLine, HelpAndVersionAreDoneAtOnce) {
 
 TEST_F(CommandLine, HelpNamesEachVerb) {
   (void)Parse({"--help"});
-  for (const char* verb : {"  run ", "  check ", "  eval ", "  replay "})
+  for (const char* verb : {"  run ", "  check ", "  eval ", "  replay ", "  history ", "  rename "})
     EXPECT_NE(out.find(verb), std::string::npos) << verb;
 }
 
@@ -90,6 +150,21 @@ TEST_F(CommandLine, WordsThatMakeNoSenseAreRefused) {
       {"check", "a", "run", "b"},
       {"eval", "a"},
       {"eval", "a", "1", "2"},
+      {"history"},
+      {"history", "a", "b"},
+      {"history", "verify"},
+      {"history", "dump"},
+      {"history", "verify", "a", "b"},
+      {"history", "a", "verify", "b"},
+      {"history", "--open", "verify", "a"},
+      {"history", "verify", "a", "--open"},
+      {"history", "verify", "a", "dump", "b"},
+      {"history", "a", "--open", "--totals"},
+      {"history", "a", "--format", "pdf"},
+      {"history", "a", "--format", "CSV"},
+      {"history", "a", "--event"},
+      {"rename", "a"},
+      {"rename", "--old", "b"},
   };
   for (const std::vector<const char*>& words : cases) {
     std::string shown;

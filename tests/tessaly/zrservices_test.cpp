@@ -57,6 +57,36 @@ TEST_F(Services, ListsAreEmptyUntilTheEngineWorks) {
   }
 }
 
+TEST_F(Services, LoggerTakesAPeriodOfUtc) {
+  for (const char* period :
+       {"from=01112026000000&to=2026-12-01", "to=2026-12-01T00:00:00%2B01:00&from=2026-11-01+08:05",
+        "from=2026-11-01&to=2026-11-01"}) {
+    const HttpReply reply = Get(std::string("/services/events/logger.xml?") + period);
+    EXPECT_EQ(reply.status, 200) << period;
+    EXPECT_EQ(reply.Header("Content-Type"), "application/xml; charset=utf-8");
+    EXPECT_EQ(reply.body,
+              "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>"
+              "<loggerEvents></loggerEvents>");
+  }
+}
+
+TEST_F(Services, LoggerSaysWhatIsWrongWithAPeriod) {
+  const std::string form = " is no date: 21112026080509 or 2026-11-21T08:05:09Z\n";
+  const std::pair<const char*, std::string> cases[] = {
+      {"", "to" + form},
+      {"?to=2026-12-01", "from" + form},
+      {"?from=2026-12-01&to=", "to" + form},
+      {"?from=<b>&to=2026-12-01", "from" + form},
+      {"?from=2026-12-01T00:00+01:00&to=2026-12-01", "from" + form},
+      {"?from=2026-12-01&to=2026-11-01", "from lies behind to\n"}};
+  for (const auto& [query, text] : cases) {
+    const HttpReply reply = Get(std::string("/services/events/logger.xml") + query);
+    EXPECT_EQ(reply.status, 400) << query;
+    EXPECT_EQ(reply.Header("Content-Type"), "text/plain; charset=utf-8");
+    EXPECT_EQ(reply.body, text);
+  }
+}
+
 TEST_F(Services, OtherPathsDoNotExist) {
   for (const char* path : {"/", "/services/events/", "/services/events/actived",
                            "/services/events/counts.xml/", "/services/events/Counts.xml"})

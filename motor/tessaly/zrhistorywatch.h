@@ -1,0 +1,21 @@
+// Tells in the log what the engine passes over in silence: records that couldn't be written.
+#pragma once
+
+#include <cstdint>
+
+// Threads   one, the host's.
+class ZRHistoryWatch {
+ public:
+  // A look at the waiting records of all events, for every second. Says when there begin to be
+  // some, with what went wrong since the last look that found none, and when there are no more.
+  void Look();
+  // How many were lost since the last call, with events that were destroyed.
+  void SayWhatIsLost();
+  // What went wrong with data files since the start of the process; nothing if nothing did.
+  static void SayTroubles();
+
+ private:
+  bool doWait = false;
+  std::uint64_t troublesBefore = 0;  // at that look
+  std::int64_t lostBefore = 0;       // as SayWhatIsLost said
+};
