@@ -168,10 +168,10 @@ void BM_LoadCfg(benchmark::State& state) {
 class PlainRequest final : public ZRHttpRequest {
  public:
   [[nodiscard]] bool AcceptDeflate() const override { return false; }
-  [[nodiscard]] const ZRString& Authorization() const override { return none; }
+  [[nodiscard]] const ZRHttpAuthorization& Authorization() const override { return none; }
 
  private:
-  ZRString none;
+  ZRHttpAuthorization none;
 };
 
 class MemoryResponse final : public ZRHttpResponse {

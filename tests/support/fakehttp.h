@@ -8,13 +8,14 @@
 
 class FakeRequest final : public ZRHttpRequest {
  public:
-  explicit FakeRequest(bool acceptsDeflate = false) : deflate(acceptsDeflate) {}
+  explicit FakeRequest(bool acceptsDeflate = false, const char* user = "")
+      : deflate(acceptsDeflate), authorization({}, user) {}
   [[nodiscard]] bool AcceptDeflate() const override { return deflate; }
-  [[nodiscard]] const ZRString& Authorization() const override { return authorization; }
+  [[nodiscard]] const ZRHttpAuthorization& Authorization() const override { return authorization; }
 
  private:
   bool deflate;
-  ZRString authorization;
+  ZRHttpAuthorization authorization;
 };
 
 class FakeResponse final : public ZRHttpResponse {

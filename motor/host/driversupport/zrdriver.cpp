@@ -62,6 +62,11 @@ ZRDriver* ZRDriver::FindVariable(const ZRWString& fullName, std::int64_t& variab
   return nullptr;
 }
 
+bool ZRDriver::AcknowledgeRemoteEvent(ZRHttpRequest& /*request*/,
+                                      const ZRWString& /*remoteEventId*/) {
+  return false;
+}
+
 void ZRDriver::SetVariableValue(std::int64_t variable, double value) {
   if (HasVariable(variable)) {
     Variable(variable).SetNumber(value, ZRPlatform::Get().UtcMilliseconds());

@@ -17,6 +17,8 @@
 #include "host/tools/zrbasicstring.h"
 #include "host/tools/zruuid.h"
 
+class ZRHttpRequest;
+
 // Wide text by wide text, in the order of ZRWideChar::Compare.
 using ZRWideMap = std::map<ZRWString, ZRWString>;
 
@@ -59,6 +61,12 @@ class ZRDriver {
   [[nodiscard]] virtual bool Start() { return true; }
   virtual void Stop() {}
   [[nodiscard]] virtual bool IsOnline() const { return true; }
+
+  // Hands the acknowledgement of a remote engine's event on to that engine. `remoteEventId` is how
+  // that engine calls the event; `request` asked for it. False if that was refused or failed. The
+  // base has no remote engine.
+  [[nodiscard]] virtual bool AcknowledgeRemoteEvent(ZRHttpRequest& request,
+                                                    const ZRWString& remoteEventId);
 
   // --- variables ---
 

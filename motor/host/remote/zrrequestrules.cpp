@@ -32,16 +32,42 @@ bool IsPort(std::string_view text) {
   return text.size() <= kMostDigits && std::all_of(text.begin(), text.end(), IsDigit);
 }
 
-ZRRequestBody BodyOfLength(std::string_view length) {
+ZRRequestBody BodyOfLength(std::string_view length, std::size_t mostBytes) {
   if (length.empty() || !std::all_of(length.begin(), length.end(), IsDigit)) {
     return ZRRequestBody::kTooLarge;
   }
   std::uint64_t bytes = 0;
   for (const char digit : length) {
     bytes = bytes * 10 + static_cast<std::uint64_t>(digit - '0');
-    if (bytes > kMostRequestBodyBytes) return ZRRequestBody::kTooLarge;
+    if (bytes > mostBytes) return ZRRequestBody::kTooLarge;
   }
   return bytes == 0 ? ZRRequestBody::kNone : ZRRequestBody::kSmall;
+}
+
+// Of a request to a path without a body.
+int RefusalOfReading(const ZRRequestHead& head) {
+  if (head.method != "GET" && head.method != "HEAD") return kStatusMethodNotAllowed;
+  switch (BodyOf(head)) {
+    case ZRRequestBody::kTooLarge:
+      return kStatusContentTooLarge;
+    case ZRRequestBody::kSmall:
+      return kStatusBadRequest;
+    case ZRRequestBody::kNone:
+      break;
+  }
+  return 0;
+}
+
+// Of a request to a path with one. The head has a single Host.
+int RefusalOfWriting(const ZRRequestHead& head) {
+  if (head.method != "PUT" && head.method != "POST") return kStatusMethodNotAllowed;
+  const auto isForeign = [&](std::string_view origin) {
+    return !IsOwnOrigin(origin, head.hosts.front());
+  };
+  if (std::any_of(head.origins.begin(), head.origins.end(), isForeign)) return kStatusForbidden;
+  if (head.contentLengths.size() > 1) return kStatusBadRequest;
+  const bool isTooLarge = BodyOf(head, head.mostBodyBytes) == ZRRequestBody::kTooLarge;
+  return isTooLarge ? kStatusContentTooLarge : 0;
 }
 
 }  // namespace
@@ -51,12 +77,12 @@ bool IsHeader(std::string_view name, std::string_view content) {
          std::none_of(content.begin(), content.end(), IsControl);
 }
 
-ZRRequestBody BodyOf(const ZRRequestHead& head) {
+ZRRequestBody BodyOf(const ZRRequestHead& head, std::size_t mostBytes) {
   // One without a stated length may be of any.
   ZRRequestBody largest =
       head.hasTransferEncoding ? ZRRequestBody::kTooLarge : ZRRequestBody::kNone;
   for (const std::string_view length : head.contentLengths)
-    largest = std::max(largest, BodyOfLength(length));
+    largest = std::max(largest, BodyOfLength(length, mostBytes));
   return largest;
 }
 
@@ -69,19 +95,16 @@ bool IsLoopbackHost(std::string_view host) {
   return name == "127.0.0.1" || name == "[::1]" || EqualIgnoringCase(name, "localhost");
 }
 
+bool IsOwnOrigin(std::string_view origin, std::string_view host) {
+  for (const std::string_view scheme : {"http://", "https://"})
+    if (origin.starts_with(scheme)) return EqualIgnoringCase(origin.substr(scheme.size()), host);
+  return false;
+}
+
 int RefusalOf(const ZRRequestHead& head, std::size_t mostHeadBytes) {
   if (head.headBytes > mostHeadBytes) return kStatusHeadersTooLarge;
   if (head.isMalformed || head.hosts.size() != 1) return kStatusBadRequest;
   if (!IsLoopbackHost(head.hosts.front())) return kStatusForbidden;
   if (!head.isKnownPath) return kStatusNotFound;
-  if (head.method != "GET" && head.method != "HEAD") return kStatusMethodNotAllowed;
-  switch (BodyOf(head)) {
-    case ZRRequestBody::kTooLarge:
-      return kStatusContentTooLarge;
-    case ZRRequestBody::kSmall:
-      return kStatusBadRequest;
-    case ZRRequestBody::kNone:
-      break;
-  }
-  return 0;
+  return head.takesBody ? RefusalOfWriting(head) : RefusalOfReading(head);
 }

@@ -24,6 +24,9 @@ struct ZRRequestHead {
   bool hasTransferEncoding = false;
   bool isMalformed = false;  // some header isn't one by IsHeader
   bool isKnownPath = false;
+  bool takesBody = false;                 // the path is one of PUT and POST
+  std::size_t mostBodyBytes = 0;          // of such a path
+  std::vector<std::string_view> origins;  // contents of every Origin header
   std::size_t headBytes = 0;
 };
 
@@ -31,9 +34,14 @@ struct ZRRequestHead {
 // none: others might take it for the length), and for a content with control characters.
 [[nodiscard]] bool IsHeader(std::string_view name, std::string_view content);
 
-// What `head` says of a body.
+// What `head` says of a body that may have `mostBytes`.
 enum class ZRRequestBody { kNone, kSmall, kTooLarge };
-[[nodiscard]] ZRRequestBody BodyOf(const ZRRequestHead& head);
+[[nodiscard]] ZRRequestBody BodyOf(const ZRRequestHead& head,
+                                   std::size_t mostBytes = kMostRequestBodyBytes);
+
+// True if `origin` is "http" or "https" on this very `host`: what a browser says of a page that
+// came from here.
+[[nodiscard]] bool IsOwnOrigin(std::string_view origin, std::string_view host);
 
 // True for localhost, 127.0.0.1 and [::1], with any port or none: a page of another site whose
 // name was made to lead here gives itself away by its own name.
@@ -41,5 +49,7 @@ enum class ZRRequestBody { kNone, kSmall, kTooLarge };
 
 // The status of the refusal; 0 for a request that a route may answer. In this order: a head that
 // is too large, a malformed one, no single Host, a Host that isn't this machine, an unknown path,
-// another method than GET and HEAD, and a body.
+// another method than GET and HEAD (PUT and POST, if the path takes a body), and a body. Where a
+// body is taken: the page of another site that sends it, more than one length, one that is too
+// large or not stated.
 [[nodiscard]] int RefusalOf(const ZRRequestHead& head, std::size_t mostHeadBytes);

@@ -24,7 +24,8 @@ namespace {
 constexpr std::size_t kReplyHeadBytes = std::size_t{8} * 1024;
 constexpr const char* kXmlType = "application/xml; charset=utf-8";
 constexpr const char* kTextType = "text/plain; charset=utf-8";
-constexpr const char* kAllowedMethods = "GET, HEAD";
+constexpr const char* kAllowedToRead = "GET, HEAD";
+constexpr const char* kAllowedToWrite = "PUT, POST";
 
 struct CDestroyResponse {
   void operator()(MHD_Response* response) const { MHD_destroy_response(response); }
@@ -92,6 +93,8 @@ void CRequestHeaders::Take(std::string_view name, std::string_view value) {
     head.hasTransferEncoding = true;
   } else if (EqualIgnoringCase(name, "accept-encoding")) {
     acceptEncoding.append(value).append(",");
+  } else if (EqualIgnoringCase(name, "origin")) {
+    head.origins.push_back(value);
   } else if (EqualIgnoringCase(name, "authorization") && authorization.empty()) {
     authorization = value;
   }
@@ -124,10 +127,10 @@ class CHttpRequest final : public ZRHttpRequest {
   CHttpRequest(MHD_Connection* toRead, const CRequestHeaders& headers)
       : connection(toRead),
         coding(ChooseContentCoding(headers.acceptEncoding)),
-        authorization(headers.authorization) {}
+        authorization(ZRString(headers.authorization), {}) {}
 
   [[nodiscard]] bool AcceptDeflate() const override { return coding != ZRContentCoding::kIdentity; }
-  [[nodiscard]] const ZRString& Authorization() const override { return authorization; }
+  [[nodiscard]] const ZRHttpAuthorization& Authorization() const override { return authorization; }
   [[nodiscard]] ZRString Parameter(std::string_view name) const override {
     const char* value = nullptr;
     std::size_t size = 0;
@@ -140,7 +143,20 @@ class CHttpRequest final : public ZRHttpRequest {
  private:
   MHD_Connection* const connection;
   const ZRContentCoding coding;
-  const ZRString authorization;
+  const ZRHttpAuthorization authorization;
+};
+
+// What answers at a path.
+struct CBoundRoute {
+  ZRWebServer::tagBodyRoute answer;
+  bool takesBody = false;
+  std::size_t mostBodyBytes = 0;
+};
+
+// A request from its head to the end of its answer.
+struct CRequestInProgress {
+  std::string body;
+  std::size_t mostBodyBytes = 0;  // 0: it has none, or is refused
 };
 
 // The time in which a route runs, if any may be called.
@@ -171,8 +187,8 @@ class ZRWebServer::CServer {
   bool Start(const ZRWebServerSettings& settings, std::string& reason);
   void Stop();
 
-  std::map<std::string, tagRoute, std::less<>> routes;  // constant after Start
-  tagFault fault;                                       // constant after Start
+  std::map<std::string, CBoundRoute, std::less<>> routes;  // constant after Start
+  tagFault fault;                                          // constant after Start
   ZRListenSocket listener;
 
  private:
@@ -186,13 +202,18 @@ class ZRWebServer::CServer {
                            MHD_ConnectionNotificationCode what);
 
   bool StartDaemon(const ZRWebServerSettings& settings);
-  MHD_Result Handle(MHD_Connection* connection, std::string_view path, std::string_view method,
-                    bool isWhole);
+  MHD_Result Begin(MHD_Connection* connection, std::string_view path, std::string_view method,
+                   CRequestInProgress& request);
+  MHD_Result Finish(MHD_Connection* connection, std::string_view path, std::string_view method,
+                    const CRequestInProgress& request);
+  CRequestHeaders RequestOf(MHD_Connection* connection, std::string_view path,
+                            std::string_view method) const;
   MHD_Result Answer(MHD_Connection* connection, std::string_view path,
-                    const CRequestHeaders& headers);
-  bool CallRoute(std::string_view path, CHttpRequest& request, ZRHttpAnswer& answer);
+                    const CRequestHeaders& headers, const std::string& body);
+  bool CallRoute(std::string_view path, CHttpRequest& request, const std::string& body,
+                 ZRHttpAnswer& answer);
   void TellFault(std::string_view path, const char* what) const;
-  MHD_Result Refuse(MHD_Connection* connection, int status);
+  MHD_Result Refuse(MHD_Connection* connection, int status, const char* allowed = nullptr);
   MHD_Result Send(MHD_Connection* connection, int status, const tagResponse& response);
 
   ZRAnswerLimits limits;               // constant after Start
@@ -258,19 +279,26 @@ void ZRWebServer::CServer::Stop() {
   listener.Close();
 }
 
+// Called with the head, then with the parts of a body, then without any.
 // NOLINTNEXTLINE(readability-function-size): the library calls it so.
 MHD_Result ZRWebServer::CServer::OnRequest(void* server, MHD_Connection* connection,
                                            const char* url, const char* method, const char*,
-                                           const char*, std::size_t* uploadSize, void** state) {
+                                           const char* upload, std::size_t* uploadSize,
+                                           void** state) {
   auto& self = *static_cast<CServer*>(server);
-  const bool isWhole = *state != nullptr;
-  if (!isWhole) {
-    self.progress.BeginRequest();
-    *state = server;
-  }
-  if (*uploadSize != 0) return MHD_NO;  // every body is refused before it comes
   try {
-    return self.Handle(connection, url, method, isWhole);
+    if (*state == nullptr) {
+      auto request = std::make_unique<CRequestInProgress>();
+      self.progress.BeginRequest();
+      *state = request.release();
+      return self.Begin(connection, url, method, *static_cast<CRequestInProgress*>(*state));
+    }
+    auto& request = *static_cast<CRequestInProgress*>(*state);
+    if (*uploadSize == 0) return self.Finish(connection, url, method, request);
+    if (request.mostBodyBytes - request.body.size() < *uploadSize) return MHD_NO;
+    request.body.append(upload, *uploadSize);
+    *uploadSize = 0;
+    return MHD_YES;
   } catch (const std::exception&) {
     return MHD_NO;
   }
@@ -278,8 +306,9 @@ MHD_Result ZRWebServer::CServer::OnRequest(void* server, MHD_Connection* connect
 
 void ZRWebServer::CServer::OnCompleted(void* server, MHD_Connection*, void** state,
                                        MHD_RequestTerminationCode) {
-  if (*state != nullptr) static_cast<CServer*>(server)->progress.EndRequest();
-  *state = nullptr;
+  const std::unique_ptr<CRequestInProgress> request(
+      static_cast<CRequestInProgress*>(std::exchange(*state, nullptr)));
+  if (request != nullptr) static_cast<CServer*>(server)->progress.EndRequest();
 }
 
 void ZRWebServer::CServer::OnConnection(void* server, MHD_Connection* connection, void**,
@@ -294,33 +323,58 @@ void ZRWebServer::CServer::OnConnection(void* server, MHD_Connection* connection
   }
 }
 
-MHD_Result ZRWebServer::CServer::Handle(MHD_Connection* connection, std::string_view path,
-                                        std::string_view method, bool isWhole) {
+CRequestHeaders ZRWebServer::CServer::RequestOf(MHD_Connection* connection, std::string_view path,
+                                                std::string_view method) const {
   CRequestHeaders headers = HeadersOf(connection);
+  const auto route = routes.find(path);
   headers.head.method = method;
-  headers.head.isKnownPath = routes.contains(path);
-  // Without a body, the connection can be used again after the answer, if it waits for the end.
-  if (!isWhole && BodyOf(headers.head) == ZRRequestBody::kNone) return MHD_YES;
+  headers.head.isKnownPath = route != routes.end();
+  if (headers.head.isKnownPath) {
+    headers.head.takesBody = route->second.takesBody;
+    headers.head.mostBodyBytes = route->second.mostBodyBytes;
+  }
+  return headers;
+}
+
+// What has no body is refused when it is whole: then the connection can be used again after the
+// answer. What has one is refused before it comes.
+MHD_Result ZRWebServer::CServer::Begin(MHD_Connection* connection, std::string_view path,
+                                       std::string_view method, CRequestInProgress& request) {
+  const CRequestHeaders headers = RequestOf(connection, path, method);
+  if (BodyOf(headers.head) == ZRRequestBody::kNone) return MHD_YES;
   const int refusal = RefusalOf(headers.head, mostHeadBytes);
-  return refusal != 0 ? Refuse(connection, refusal) : Answer(connection, path, headers);
+  if (refusal != 0) {
+    return Refuse(connection, refusal, headers.head.takesBody ? kAllowedToWrite : kAllowedToRead);
+  }
+  request.mostBodyBytes = headers.head.mostBodyBytes;
+  return MHD_YES;
+}
+
+MHD_Result ZRWebServer::CServer::Finish(MHD_Connection* connection, std::string_view path,
+                                        std::string_view method,
+                                        const CRequestInProgress& request) {
+  const CRequestHeaders headers = RequestOf(connection, path, method);
+  const int refusal = RefusalOf(headers.head, mostHeadBytes);
+  if (refusal == 0) return Answer(connection, path, headers, request.body);
+  return Refuse(connection, refusal, headers.head.takesBody ? kAllowedToWrite : kAllowedToRead);
 }
 
 MHD_Result ZRWebServer::CServer::Answer(MHD_Connection* connection, std::string_view path,
-                                        const CRequestHeaders& headers) {
+                                        const CRequestHeaders& headers, const std::string& body) {
   CHttpRequest request(connection, headers);
   ZRHttpAnswer answer(limits, request.Coding());
   {
     const CRouteTurn turn(progress);
     if (!turn.Taken()) return Refuse(connection, kStatusUnavailable);
-    if (!CallRoute(path, request, answer)) return Refuse(connection, kStatusInternalError);
+    if (!CallRoute(path, request, body, answer)) return Refuse(connection, kStatusInternalError);
   }
   return Send(connection, answer.Status(), ResponseOf(answer));
 }
 
 bool ZRWebServer::CServer::CallRoute(std::string_view path, CHttpRequest& request,
-                                     ZRHttpAnswer& answer) {
+                                     const std::string& body, ZRHttpAnswer& answer) {
   try {
-    routes.find(path)->second(request, answer);
+    routes.find(path)->second.answer(request, body, answer);
     return answer.IsComplete();
   } catch (const std::exception& thrown) {
     TellFault(path, thrown.what());
@@ -334,13 +388,15 @@ void ZRWebServer::CServer::TellFault(std::string_view path, const char* what) co
   if (fault) fault(path, what);
 }
 
-MHD_Result ZRWebServer::CServer::Refuse(MHD_Connection* connection, int status) {
+// `allowed`: the methods that a refused one is told of.
+MHD_Result ZRWebServer::CServer::Refuse(MHD_Connection* connection, int status,
+                                        const char* allowed) {
   const std::string number = std::to_string(status);
   const char* const phrase = MHD_get_reason_phrase_for(static_cast<unsigned int>(status));
   const tagResponse response = ResponseOfText(number + " " + phrase + "\n");
   AddHeader(response.get(), MHD_HTTP_HEADER_CONTENT_TYPE, kTextType);
-  if (status == kStatusMethodNotAllowed) {
-    AddHeader(response.get(), MHD_HTTP_HEADER_ALLOW, kAllowedMethods);
+  if (status == kStatusMethodNotAllowed && allowed != nullptr) {
+    AddHeader(response.get(), MHD_HTTP_HEADER_ALLOW, allowed);
   }
   return Send(connection, status, response);
 }
@@ -358,7 +414,16 @@ ZRWebServer::ZRWebServer() : server(std::make_unique<CServer>()) {}
 ZRWebServer::~ZRWebServer() = default;
 
 void ZRWebServer::Get(std::string_view path, tagRoute route) {
-  server->routes.insert_or_assign(std::string(path), std::move(route));
+  auto answer = [toCall = std::move(route)](ZRHttpRequest& request, const std::string&,
+                                            ZRHttpResponse& response) {
+    toCall(request, response);
+  };
+  server->routes.insert_or_assign(std::string(path), CBoundRoute{std::move(answer)});
+}
+
+void ZRWebServer::Put(std::string_view path, std::size_t mostBytes, tagBodyRoute route) {
+  server->routes.insert_or_assign(std::string(path),
+                                  CBoundRoute{std::move(route), true, mostBytes});
 }
 
 void ZRWebServer::OnFault(tagFault fault) {

@@ -28,9 +28,10 @@ struct ZRWebServerSettings {
 //
 // What it refuses by itself: an unknown path (404; a path is compared byte by byte, a query is
 // passed over), another method (405), a body with a GET (400, and 413 above 64 KiB or of unstated
-// length), a head that is too large (431), a Host that is another site's name (403), and whatever
-// isn't HTTP (400, or a closed connection). An answer that a route didn't complete is a 500: the
-// client never takes part of an answer for the whole.
+// length), a body above what its path takes or of unstated length (413), a body that a page of
+// another site sends (403), a head that is too large (431), a Host that is another site's name
+// (403), and whatever isn't HTTP (400, or a closed connection). An answer that a route didn't
+// complete is a 500: the client never takes part of an answer for the whole.
 //
 // Threads   Start and Stop on the host's thread; routes are called on the server's own threads,
 //           several at a time. They are real ones: a server doesn't run in virtual time.
@@ -41,6 +42,9 @@ class ZRWebServer {
  public:
   // Answers a request: calls Begin, Write, End on the response, or nothing at all for a 500.
   using tagRoute = std::function<void(ZRHttpRequest&, ZRHttpResponse&)>;
+  // The same with the body, which may hold any bytes.
+  using tagBodyRoute =
+      std::function<void(ZRHttpRequest&, const std::string& body, ZRHttpResponse&)>;
   // Told of an exception that left a route, on the route's thread: the path, and what it said.
   using tagFault = std::function<void(std::string_view path, std::string_view what)>;
 
@@ -51,6 +55,9 @@ class ZRWebServer {
 
   // Binds a GET (and HEAD) of an exact path. Before Start.
   void Get(std::string_view path, tagRoute route);
+  // Binds a PUT and POST of an exact path, whose body is of at most `mostBytes`. It is kept in
+  // memory and complete when the route is called. Before Start.
+  void Put(std::string_view path, std::size_t mostBytes, tagBodyRoute route);
   // The place for faults, for a log. Before Start.
   void OnFault(tagFault fault);
 

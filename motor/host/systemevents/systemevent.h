@@ -38,3 +38,19 @@ class SystemEventModemPortEmpty final : public SystemEvent {
  public:
   [[nodiscard]] std::string_view ClassName() const override { return "SystemEventModemPortEmpty"; }
 };
+
+// Somebody is about to acknowledge an event of this engine.
+class SystemEventHttpEventAcknowledge final : public SystemEvent {
+ public:
+  [[nodiscard]] std::string_view ClassName() const override {
+    return "SystemEventHttpEventAcknowledge";
+  }
+};
+
+// A driver has taken the acknowledgement of a remote engine's event.
+class SystemEventHttpRemoteEventAcknowledge final : public SystemEvent {
+ public:
+  [[nodiscard]] std::string_view ClassName() const override {
+    return "SystemEventHttpRemoteEventAcknowledge";
+  }
+};

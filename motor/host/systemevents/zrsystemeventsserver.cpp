@@ -38,6 +38,11 @@ void ZRSystemEventsServer::Close() {
   database.Close();
 }
 
+bool ZRSystemEventsServer::isSaveEventsEnabled() {
+  const ZRMutexLock lock(mutex);
+  return !file.IsEmpty();
+}
+
 void ZRSystemEventsServer::saveSystemEvent(const SystemEvent* event, std::wstring_view text) {
   const std::unique_ptr<const SystemEvent> owned(event);
   std::string reason;

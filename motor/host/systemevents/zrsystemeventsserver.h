@@ -25,6 +25,8 @@ class ZRSystemEventsServer {
   [[nodiscard]] bool UseDatabase(const ZRWString& toUse, std::string& reason);
   // Until UseDatabase events are forgotten, as they are before the first one.
   void Close();
+  // True from UseDatabase until Close, also while the file can't be opened.
+  [[nodiscard]] bool isSaveEventsEnabled();
 
   // Takes over the event. Takes as long as the disk does.
   void saveSystemEvent(const SystemEvent* event, std::wstring_view text);

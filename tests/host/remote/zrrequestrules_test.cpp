@@ -88,6 +88,64 @@ TEST(RequestRules, RefuseABody) {
   EXPECT_EQ(kStatusContentTooLarge, Refusal(head));
 }
 
+// --- a path that takes a body ---
+
+ZRRequestHead GoodBodyHead() {
+  ZRRequestHead head = GoodHead();
+  head.method = "PUT";
+  head.takesBody = true;
+  head.mostBodyBytes = 100;
+  head.contentLengths = {"100"};
+  return head;
+}
+
+TEST(RequestRules, LetPutAndPostPassWhereABodyIsTaken) {
+  ZRRequestHead head = GoodBodyHead();
+  EXPECT_EQ(0, Refusal(head));
+  head.method = "POST";
+  EXPECT_EQ(0, Refusal(head));
+  head.contentLengths.clear();
+  EXPECT_EQ(0, Refusal(head)) << "an empty body is the route's to refuse";
+  for (const char* method : {"GET", "HEAD", "put", "DELETE", "OPTIONS", ""}) {
+    head.method = method;
+    EXPECT_EQ(kStatusMethodNotAllowed, Refusal(head)) << method;
+  }
+}
+
+TEST(RequestRules, RefuseABodyThatIsTooLargeForItsPathOrOfUnstatedLength) {
+  ZRRequestHead head = GoodBodyHead();
+  for (const char* length : {"101", "65536", "18446744073709551616", "-1", "", "1,1", "0x10"}) {
+    head.contentLengths = {length};
+    EXPECT_EQ(kStatusContentTooLarge, Refusal(head)) << length;
+  }
+  head.contentLengths.clear();
+  head.hasTransferEncoding = true;
+  EXPECT_EQ(kStatusContentTooLarge, Refusal(head));
+}
+
+TEST(RequestRules, RefuseABodyOfTwoLengths) {
+  ZRRequestHead head = GoodBodyHead();
+  head.contentLengths = {"1", "1"};
+  EXPECT_EQ(kStatusBadRequest, Refusal(head));
+}
+
+TEST(RequestRules, RefuseABodyThatAPageOfAnotherSiteSends) {
+  ZRRequestHead head = GoodBodyHead();
+  for (const char* own : {"http://localhost:8080", "https://LOCALHOST:8080"}) {
+    head.origins = {own};
+    EXPECT_EQ(0, Refusal(head)) << own;
+  }
+  for (const char* other : {"http://a.example", "http://localhost", "http://localhost:8081", "null",
+                            "", "localhost:8080", "ftp://localhost:8080", "http://localhost:8080/",
+                            "http://localhost:8080.a.example"}) {
+    head.origins = {"http://localhost:8080", other};
+    EXPECT_EQ(kStatusForbidden, Refusal(head)) << other;
+  }
+  head = GoodHead();
+  head.origins = {"http://a.example"};
+  EXPECT_EQ(0, Refusal(head)) << "a page can't read what it asks for";
+}
+
 TEST(RequestRules, TakeALengthThatCannotBeReadForABody) {
   ZRRequestHead head = GoodHead();
   for (const char* length : {"", "-1", "+1", "0x0", "0 ", "0,0"}) {

@@ -49,9 +49,11 @@ TEST_F(WebServer, LeavesPlainWhatTheClientRefusesToInflate) {
 TEST_F(WebServer, TellsRoutesWhatTheClientSays) {
   bool accepts = false;
   std::string authorization = "unset";
+  std::string user = "unset";
   server.Get("/look", [&](ZRHttpRequest& request, ZRHttpResponse& response) {
     accepts = request.AcceptDeflate();
-    authorization = request.Authorization().Text();
+    authorization = request.Authorization().Header().Text();
+    user = request.Authorization().User().Text();
     response.Begin(200, kContentNone);
     (void)response.End();
   });
@@ -64,6 +66,7 @@ TEST_F(WebServer, TellsRoutesWhatTheClientSays) {
                 .status);
   EXPECT_TRUE(accepts);
   EXPECT_EQ("Basic YTpi", authorization);
+  EXPECT_EQ("", user) << "a claim makes no user";
 }
 
 TEST_F(WebServer, TellsRoutesTheParametersOfTheQuery) {
@@ -213,6 +216,112 @@ TEST_F(WebServer, PutsTogetherARequestThatComesInPieces) {
   for (const char* piece : {"G", "ET /pl", "ain HTTP/1.1\r", "\nHost: local", "host\r\n\r", "\n"})
     ASSERT_TRUE(client.Send(piece));
   EXPECT_EQ(kText, client.ReceiveReply().body);
+}
+
+// --- requests with a body ---
+
+// Offers /echo, which takes up to 100,000 bytes and answers with them.
+class WebServerBodies : public WebServer {
+ protected:
+  static constexpr std::size_t kMost = 100'000;
+
+  WebServerBodies() {
+    server.Put("/echo", kMost,
+               [this](ZRHttpRequest&, const std::string& body, ZRHttpResponse& response) {
+                 ++answered;
+                 response.Begin(200, kContentText);
+                 response.Write(body.data(), static_cast<int>(body.size()));
+                 (void)response.End();
+               });
+    server.Put("/take", kMost, [](ZRHttpRequest&, const std::string&, ZRHttpResponse& response) {
+      response.Begin(204, kContentNone);
+      (void)response.End();
+    });
+    Start();
+  }
+  static std::string Request(const std::string& method, const std::string& body,
+                             const std::string& headers = "", const std::string& path = "/echo") {
+    return method + " " + path + " HTTP/1.1\r\nHost: localhost\r\n" + headers +
+           "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+  }
+  HttpReply Send(const std::string& bytes) {
+    HttpClient client(server.Port());
+    (void)client.Send(bytes);
+    return client.ReceiveReply();
+  }
+};
+
+TEST_F(WebServerBodies, ReachTheirRouteWhole) {
+  std::string every;
+  for (int byte = 0; byte < 256; ++byte)
+    every += static_cast<char>(byte);
+  for (const std::string& body :
+       {std::string("<a/>"), std::string(), every, std::string(kMost, 'x')}) {
+    for (const char* method : {"PUT", "POST"}) {
+      const HttpReply reply = Send(Request(method, body));
+      EXPECT_EQ(200, reply.status);
+      EXPECT_EQ(body, reply.body);
+    }
+  }
+}
+
+TEST_F(WebServerBodies, ArePutTogetherFromPieces) {
+  HttpClient client(server.Port());
+  const std::string bytes = Request("PUT", "one two three");
+  for (std::size_t at = 0; at < bytes.size(); at += 7)
+    ASSERT_TRUE(client.Send(bytes.substr(at, 7)));
+  EXPECT_EQ("one two three", client.ReceiveReply().body);
+}
+
+TEST_F(WebServerBodies, LeaveTheConnectionForTheNextRequest) {
+  HttpClient client(server.Port());
+  for (const char* body : {"first", "second"}) {
+    ASSERT_TRUE(client.Send(Request("PUT", body)));
+    EXPECT_EQ(body, client.ReceiveReply().body);
+  }
+  ASSERT_TRUE(client.Send(Request("PUT", "third", "", "/take")));
+  const HttpReply taken = client.ReceiveReply();
+  EXPECT_EQ(204, taken.status);
+  EXPECT_EQ("", taken.body);
+  EXPECT_EQ(200, client.Get("/plain").status);
+}
+
+TEST_F(WebServerBodies, AreRefusedAboveWhatTheirPathTakes) {
+  EXPECT_EQ(413, Send(Request("PUT", std::string(kMost + 1, 'x'))).status);
+  EXPECT_EQ(413, StatusOf("PUT /echo HTTP/1.1\r\nHost: localhost\r\nContent-Length: "
+                          "99999999999999999999\r\n\r\n"));
+  EXPECT_EQ(413, StatusOf("PUT /echo HTTP/1.1\r\nHost: localhost\r\n"
+                          "Transfer-Encoding: chunked\r\n\r\n1\r\nx\r\n0\r\n\r\n"));
+  EXPECT_EQ(0, answered);
+}
+
+TEST_F(WebServerBodies, AreRefusedFromAPageOfAnotherSite) {
+  EXPECT_EQ(403, Send(Request("POST", "x", "Origin: http://a.example\r\n")).status);
+  EXPECT_EQ(0, answered);
+  EXPECT_EQ(200, Send(Request("POST", "x", "Origin: http://localhost\r\n")).status);
+}
+
+TEST_F(WebServerBodies, HavePathsThatCannotBeGot) {
+  const HttpReply reply = Get("/echo");
+  EXPECT_EQ(405, reply.status);
+  EXPECT_EQ("PUT, POST", reply.Header("Allow"));
+  EXPECT_EQ(405, Send(Request("DELETE", "x")).status);
+  EXPECT_EQ(405, Send(Request("PUT", "x", "", "/plain")).status);
+  EXPECT_EQ(404, Send(Request("PUT", "x", "", "/missing")).status);
+  EXPECT_EQ(0, answered);
+}
+
+TEST_F(WebServerBodies, ThatDoNotComeWholeReachNobody) {
+  {
+    HttpClient client(server.Port());
+    ASSERT_TRUE(
+        client.Send("PUT /echo HTTP/1.1\r\nHost: localhost\r\nContent-Length: 10\r\n\r\n"
+                    "12345"));
+    client.FinishSending();
+    EXPECT_NE(200, client.ReceiveReply().status);
+  }
+  server.Stop();
+  EXPECT_EQ(0, answered);
 }
 
 // --- answers that are large, or lost ---

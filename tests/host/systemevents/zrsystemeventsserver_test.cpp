@@ -106,6 +106,14 @@ TEST_F(SystemEventsServer, ForgetsEventsWithoutADatabase) {
   EXPECT_TRUE(log.Lines().empty());
 }
 
+TEST_F(SystemEventsServer, SaysWhetherItKeepsEvents) {
+  EXPECT_FALSE(server.isSaveEventsEnabled());
+  Use();
+  EXPECT_TRUE(server.isSaveEventsEnabled());
+  server.Close();
+  EXPECT_FALSE(server.isSaveEventsEnabled());
+}
+
 TEST_F(SystemEventsServer, ABrokenDatabaseIsALineOfTheLogAndNothingElse) {
   site.Write("data/events.sqlite", std::string(5000, 'x'));
   std::string reason;

@@ -72,4 +72,32 @@ TEST(AccessResources, HaveTheNumbersThatRightsAreStoredBy) {
   EXPECT_EQ(18, kResourceRemoteNotified);
 }
 
+// --- the security manager ---
+
+TEST(SecurityManager, IsOffByDefaultAndKnowsNobody) {
+  EXPECT_FALSE(ZRSecurityManagerEnabled());
+  EXPECT_EQ(nullptr, ZRSecurityManager::Get().User(L"", 0));
+  const ZRUser user(L"Ann");
+  EXPECT_EQ(L"Ann", user.Name());
+  EXPECT_FALSE(ZRSecurityManager::Get().CanAccessResource({7, L"group"}, user));
+}
+
+TEST(SecurityManager, IsTheOneInForceUntilNullBringsTheDefaultBack) {
+  class COn final : public ZRSecurityManager {
+   public:
+    [[nodiscard]] bool Enabled() const override { return true; }
+  } on;
+  ZRSecurityManager::Replace(&on);
+  EXPECT_EQ(&on, &ZRSecurityManager::Get());
+  EXPECT_TRUE(ZRSecurityManagerEnabled());
+  ZRSecurityManager::Replace(nullptr);
+  EXPECT_FALSE(ZRSecurityManagerEnabled());
+}
+
+TEST(SecurityManager, ResourceIsAKindAndAnId) {
+  const ZRSecurityManager::ZRResource resource(kResourceRemoteActive, L"driver");
+  EXPECT_EQ(17, resource.Type());
+  EXPECT_EQ(L"driver", resource.Id());
+}
+
 }  // namespace
