@@ -24,12 +24,14 @@ fs::path ShareFolder(const ZRTessalySetup& setup) {
   return fs::absolute(site, ignored) / kShareFolder;
 }
 
-// An id, and the extension of a file of a mail.
-bool IsOfAMail(const std::string& name) {
-  const std::string_view extension =
-      std::string_view(name).substr(std::min(name.size(), kUuidTextLength));
+// A file of a mail or of an SMS: an id and an extension, with "sms-" in front of the latter.
+bool IsOfAMessage(std::string_view name) {
+  constexpr std::string_view kSms = "sms-";
+  if (name.starts_with(kSms)) name.remove_prefix(kSms.size());
+  const std::string_view id = name.substr(0, kUuidTextLength);
+  const std::string_view extension = name.substr(id.size());
   if (extension != ".txt" && extension != ".bat") return false;
-  return wtouuid(Utf8ToUtf16(std::string_view(name).substr(0, kUuidTextLength))) != uuid::null;
+  return wtouuid(Utf8ToUtf16(id)) != uuid::null;
 }
 
 void RemoveLeftovers(const fs::path& folder) {
@@ -37,7 +39,7 @@ void RemoveLeftovers(const fs::path& folder) {
   for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
        entry.increment(error)) {
     std::error_code ignored;
-    if (IsOfAMail(entry->path().filename().string())) (void)fs::remove(entry->path(), ignored);
+    if (IsOfAMessage(entry->path().filename().string())) (void)fs::remove(entry->path(), ignored);
   }
 }
 

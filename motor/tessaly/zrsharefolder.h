@@ -10,9 +10,9 @@
 inline constexpr const char* kShareFolder = "share";
 inline constexpr const char* kMailProgram = "msmtp";
 
-// Makes the folder, this user's alone, removes what a run that was killed has left of its mails,
-// and puts a link to the mail program of PATH there unless there is one. While no mail is under
-// way. kHint if the folder can't be made.
+// Makes the folder, this user's alone, removes what a run that was killed has left of its mails
+// and SMS, and puts a link to the mail program of PATH there unless there is one. While none is
+// under way. kHint if the folder can't be made.
 void PrepareShareFolder(const ZRTessalySetup& setup, ZRFindings& findings);
 
 // If the events in `document` have mail actions: kDropped for each reason why none can be sent.

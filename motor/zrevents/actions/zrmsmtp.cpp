@@ -1,15 +1,13 @@
 #include "zrevents/actions/zrmsmtp.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <string>
 
 #include "host/base/zrlogger.h"
+#include "host/eventactions/zrprivatefile.h"
 #include "host/platform/zrplatform.h"
 #include "host/tools/zrfiles.h"
 #include "host/tools/zrtext.h"
-#include "host/tools/zruuid.h"
 
 namespace {
 
@@ -83,44 +81,13 @@ std::string ScriptText(const ZRWString& account, const ZRString& to, const ZRWSt
 
 }  // namespace
 
-// A file of the share folder, with a name of its own, that goes with the object.
-class ZRMSmtp::CFile {
- public:
-  explicit CFile(const wchar_t* extension) {
-    uuid id;
-    NewGUID(&id);
-    std::array<wchar_t, kUuidTextLength + 1> text{};
-    guidtow(id, text.data(), text.size());
-    name = GetSharePath() + text.data() + extension;
-  }
-  ~CFile() {
-    if (exists) (void)wideremove(name.Text());
-  }
-  CFile(const CFile&) = delete;
-  CFile& operator=(const CFile&) = delete;
-
-  // True if the file now holds all of it.
-  [[nodiscard]] bool Create(std::string_view content) {
-    std::FILE* const file = widefcreate(name.Text());
-    if (file == nullptr) return false;
-    exists = true;
-    const bool written = std::fwrite(content.data(), 1, content.size(), file) == content.size();
-    return std::fclose(file) == 0 && written;
-  }
-  [[nodiscard]] const ZRWString& Name() const { return name; }
-
- private:
-  ZRWString name;
-  bool exists = false;
-};
-
 bool ZRMSmtp::Send(const char* to, const char* subject, const char* body) {
   errorCode = kDone;
   errorMsg.Clear();
   // They go in the opposite order.
-  CFile script(L".bat");
-  CFile mail(L".txt");
-  CFile account(L".txt");
+  ZRPrivateFile script(GetSharePath(), L"", L".bat");
+  ZRPrivateFile mail(GetSharePath(), L"", L".txt");
+  ZRPrivateFile account(GetSharePath(), L"", L".txt");
   if (HasLineEnd() || !account.Create(AccountText().View()))
     return Fail(kNoAccountFile, kAccountFileText);
   const ZRString recipients = OnOneLine(to);

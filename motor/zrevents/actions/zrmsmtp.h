@@ -52,8 +52,6 @@ class ZRMSmtp {
   [[nodiscard]] const ZRBasicString<char>& ErrorMsg() const { return errorMsg; }
 
  private:
-  class CFile;
-
   [[nodiscard]] bool HasLineEnd() const;
   [[nodiscard]] ZRString AccountText() const;
   [[nodiscard]] ZRString MailText(const ZRString& to, const ZRString& subject,
