@@ -75,13 +75,14 @@ bool ZREventFile::Update() {
   return isWritten;
 }
 
-bool ZREventFile::WriteAgain(const tagWritten* records, std::size_t number) {
+bool ZREventFile::WriteAgain(tagWritten* records, std::size_t number) {
   LeaveRecord();
   if (!file->Prepare()) return false;
-  for (const tagWritten* record = records; record != records + number; ++record) {
+  for (tagWritten* record = records; record != records + number; ++record) {
     const tagFields fields{record->id, record->date, record->value, record->annotation};
-    if (!file->Rewrite(record->index, fields) && !(file->Prepare() && file->Append(fields)))
-      return false;
+    const bool isThere = file->IsAt(record->index, fields);
+    if (!(isThere ? file->Rewrite(record->index) : file->Write(fields))) return false;
+    if (!isThere) record->index = file->Count() - 1;
   }
   numRecords = file->Count();
   return file->SyncFile() && file->SyncNames();

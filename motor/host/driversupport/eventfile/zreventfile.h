@@ -121,10 +121,10 @@ class ZREventFile {
   };
 
   void LeaveRecord();
-  // Writes records that were written before once more; appends those that have gone. False if
-  // they aren't all there for sure.
+  // Writes records that were written before once more; appends those that have gone, and changes
+  // their index. False if they aren't all there for sure.
   struct tagWritten;
-  [[nodiscard]] bool WriteAgain(const tagWritten* records, std::size_t number);
+  [[nodiscard]] bool WriteAgain(tagWritten* records, std::size_t number);
 
   tagFields current;
   bool isRecord = false;  // there is a current one

@@ -19,6 +19,13 @@ bool IsSame(double a, double b) {
   return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
 }
 
+// In all four fields, to the bit.
+template <typename Record, typename Fields>
+bool IsSame(const Record& record, const Fields& fields) {
+  return record.id == fields.id && IsSame(record.date, fields.date) &&
+         IsSame(record.value, fields.value) && record.annotation == fields.annotation;
+}
+
 }  // namespace
 
 bool ZREventFile::CImplementation::Prepare() {
@@ -104,20 +111,8 @@ bool ZREventFile::CImplementation::CopyTorn(const ZREventFileHandle& to) {
 // --- records ---
 
 bool ZREventFile::CImplementation::Append(const tagFields& fields) {
-  const bool isAgain = IsLast(fields);
-  Layout::tagRecord record{static_cast<std::uint32_t>(tail.count),
-                           fields.id,
-                           fields.date,
-                           fields.value,
-                           tail.record.highest,
-                           fields.annotation};
-  const bool isHigher = tail.length == 0 || !(tail.record.highest >= fields.date);
-  if (isHigher) record.highest = fields.date;
+  if (!Write(fields)) return false;
   isSure = false;
-  if (!(isAgain ? WriteOver() : WriteBehind(record))) {
-    Tell(ZREventFileTrouble::kWrite, errno);
-    return false;
-  }
   if (!MakeDurable()) {
     Tell(ZREventFileTrouble::kSync, errno);
     return false;
@@ -127,9 +122,15 @@ bool ZREventFile::CImplementation::Append(const tagFields& fields) {
   return true;
 }
 
-bool ZREventFile::CImplementation::IsLast(const tagFields& fields) const {
-  return tail.length != 0 && tail.record.id == fields.id && IsSame(tail.record.date, fields.date) &&
-         IsSame(tail.record.value, fields.value) && tail.record.annotation == fields.annotation;
+bool ZREventFile::CImplementation::Write(const tagFields& fields) {
+  const bool isHigher = tail.length == 0 || !(tail.record.highest >= fields.date);
+  Layout::tagRecord record{
+      static_cast<std::uint32_t>(tail.count),       fields.id,        fields.date, fields.value,
+      isHigher ? fields.date : tail.record.highest, fields.annotation};
+  const bool isAgain = tail.length != 0 && IsSame(tail.record, fields);
+  isSure = isAgain ? WriteOver() : WriteBehind(record);
+  if (!isSure) Tell(ZREventFileTrouble::kWrite, errno);
+  return isSure;
 }
 
 // Writes the last record once more.
@@ -203,13 +204,18 @@ bool ZREventFile::CImplementation::SyncNames() const {
   return true;
 }
 
-// Puts the bytes of a record at their place once more. False if it isn't there.
-bool ZREventFile::CImplementation::Rewrite(int index, const tagFields& fields) {
+bool ZREventFile::CImplementation::IsAt(int index, const tagFields& fields) {
   const unsigned char* const bytes = index < tail.count ? blocks.Record(index) : nullptr;
   if (bytes == nullptr) return false;
   Layout::tagRecord there;
   Layout::ReadRecord(bytes, there);
-  const bool isSame = there.id == fields.id && IsSame(there.date, fields.date) &&
-                      IsSame(there.value, fields.value) && there.annotation == fields.annotation;
-  return isSame && file.Write(bytes, Layout::ClaimedLength(bytes), blocks.Offset(bytes));
+  return IsSame(there, fields);
+}
+
+bool ZREventFile::CImplementation::Rewrite(int index) {
+  const unsigned char* const bytes = blocks.Record(index);
+  const bool isWritten =
+      bytes != nullptr && file.Write(bytes, Layout::ClaimedLength(bytes), blocks.Offset(bytes));
+  if (!isWritten) Tell(ZREventFileTrouble::kWrite, errno);
+  return isWritten;
 }

@@ -21,6 +21,7 @@ bool ZREventFile::CImplementation::Open(const wchar_t* toOpen, bool readOnly) {
   if (!path.Set(toOpen)) return false;
   if (!OpenHandles(false) && (errno == ENOENT || !OpenHandles(true))) {
     if (errno != ENOENT) Tell(ZREventFileTrouble::kOpen, errno);
+    Close();
     return false;
   }
   isLocked = !readOnly && files->TryLock(file.Get());
@@ -40,9 +41,11 @@ bool ZREventFile::CImplementation::Open(const wchar_t* toOpen, bool readOnly) {
 }
 
 void ZREventFile::CImplementation::Close() {
+  const int error = errno;
   blocks.Detach();
   file.Close();
   root.reset();
+  errno = error;
   isLocked = false;
   isSure = false;
   reason = "";

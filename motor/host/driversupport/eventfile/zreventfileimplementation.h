@@ -68,9 +68,13 @@ class ZREventFile::CImplementation {
   // Makes sure of the end of the file: nobody else appends, and the last whole record is its last
   // bytes.
   [[nodiscard]] bool Prepare();
-  // Behind Prepare.
+  // Behind Prepare: write a record behind the last one, or the last one once more if it is the
+  // same; Append makes it durable too.
   [[nodiscard]] bool Append(const tagFields& fields);
-  [[nodiscard]] bool Rewrite(int index, const tagFields& fields);
+  [[nodiscard]] bool Write(const tagFields& fields);
+  // True if that record is there; and write its bytes at their place once more.
+  [[nodiscard]] bool IsAt(int index, const tagFields& fields);
+  [[nodiscard]] bool Rewrite(int index);
   [[nodiscard]] bool SyncFile() const { return files->Sync(file.Get()); }
   [[nodiscard]] bool SyncNames() const;
 
@@ -101,7 +105,6 @@ class ZREventFile::CImplementation {
   [[nodiscard]] bool SetAside();
   [[nodiscard]] ZREventFileHandle NewTornFile(const ZREventFileHandle& month, std::string& name);
   [[nodiscard]] bool CopyTorn(const ZREventFileHandle& to);
-  [[nodiscard]] bool IsLast(const tagFields& fields) const;
   [[nodiscard]] bool WriteBehind(Layout::tagRecord& record);
   [[nodiscard]] bool WriteOver();
   [[nodiscard]] bool MakeDurable();

@@ -228,7 +228,7 @@ bool ZREventFileSync::CState::SyncAtOnce(tagBatch& batch) {
 bool ZREventFileSync::CState::WriteAgain(tagBatch& batch) {
   for (auto at = batch.files.begin(); at != batch.files.end();) {
     const wchar_t* const path = at->first.Text();
-    const std::vector<ZREventFile::tagWritten>& records = at->second;
+    std::vector<ZREventFile::tagWritten>& records = at->second;
     ZREventFile file(true);
     bool isOpen = file.Open(path, false);
     if (!isOpen && errno == ENOENT)

@@ -39,8 +39,9 @@ class ZREventFileSync {
   void Start();
   void Stop();
 
-  // Makes durable at once what was put off. False if it can't be: it stays put off, and its bytes
-  // are written again before the next attempt.
+  // Makes durable at once what was put off. If the disk refuses, each record is written again from
+  // what is kept of it: at its place, or behind later ones if it has gone from there. False if that
+  // can't be done either: it stays put off, for the next attempt.
   bool Flush();
 
   // Records that were written but may not survive a power cut yet.

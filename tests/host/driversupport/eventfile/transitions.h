@@ -75,12 +75,12 @@ inline bool Save(const ZRWString& path, const tagTransition& transition) {
 }
 
 // All records by index; a damaged one is of no occurrence and has the value -1.
-inline const tagTransition kDamaged{0, 0, -1, ""};
+inline const tagTransition kSpoiled{0, 0, -1, ""};
 inline std::vector<tagTransition> Load(const ZRWString& path) {
   std::vector<tagTransition> found;
   ZREventFile file(true);
   EXPECT_TRUE(file.Open(path.Text(), true)) << Narrow(path);
   for (int i = 0; i < file.numRecords; ++i)
-    found.push_back(file.GoRecord(i) ? Current(file) : kDamaged);
+    found.push_back(file.GoRecord(i) ? Current(file) : kSpoiled);
   return found;
 }

@@ -66,17 +66,19 @@ class EventFileCrash : public testing::Test {
     if (chance.Happens(100)) folder.disk.SetCapacity(200 + chance.Below(5000));
     diedByPower = chance.Happens(700);
     if (chance.Happens(800))
-      folder.disk.EndAt(1 + chance.Below(300), diedByPower ? ZRCrashingDisk::tagEnd::kPowerCut
-                                                           : ZRCrashingDisk::tagEnd::kProcessDeath);
+      folder.disk.EndAt(
+          1 + chance.Below(chance.Happens(500) ? 100 : 1000),
+          diedByPower ? ZRCrashingDisk::tagEnd::kPowerCut : ZRCrashingDisk::tagEnd::kProcessDeath);
   }
 
   // Appends as the engine does: the oldest record first, until one can't be written.
   void Live() {
     std::deque<std::size_t> queue;
-    const std::uint64_t transitions = 1 + chance.Below(20);
+    const bool isAdaptive = ZREventFileSync::Get().Durability() == ZRDurability::kAdaptive;
+    const std::uint64_t transitions = 1 + chance.Below(isAdaptive ? 100 : 20);
     for (std::uint64_t i = 0; i < transitions && !folder.disk.IsDown(); ++i) {
       const std::uint64_t number = known.size();
-      const std::size_t length = chance.Happens(20) ? chance.Below(150'000) : chance.Below(120);
+      const std::size_t length = chance.Happens(10) ? chance.Below(100'000) : chance.Below(120);
       known.push_back({{number, Date(static_cast<double>(number)), chance.Happens(500) ? 1.0 : 2.0,
                         std::string(length, static_cast<char>('a' + number % 26))}});
       queue.push_back(number);
@@ -84,8 +86,8 @@ class EventFileCrash : public testing::Test {
         Confirm(queue.front());
         queue.pop_front();
       }
-      if (chance.Happens(100)) folder.time.Advance(100 + chance.Below(2000));
-      if (chance.Happens(50) && ZREventFileSync::Get().Flush()) AllDurable();
+      if (chance.Happens(isAdaptive ? 10 : 100)) folder.time.Advance(100 + chance.Below(2000));
+      if (chance.Happens(20) && ZREventFileSync::Get().Flush()) AllDurable();
       if (chance.Happens(20)) folder.disk.Heal();
     }
   }
@@ -100,11 +102,10 @@ class EventFileCrash : public testing::Test {
       record.isDurable = record.isDurable || record.isConfirmed;
   }
   void EndNow() {
-    if (diedByPower) {
-      folder.disk.PowerCut();
-    } else {
-      folder.disk.ProcessDeath();
-    }
+    folder.disk.Heal();
+    folder.disk.EndAt(
+        1, diedByPower ? ZRCrashingDisk::tagEnd::kPowerCut : ZRCrashingDisk::tagEnd::kProcessDeath);
+    EXPECT_EQ(folder.disk.OpenFolder("/data/"), ZRFileSystem::kNone);
   }
 
   void Check() {
@@ -120,7 +121,11 @@ class EventFileCrash : public testing::Test {
       ASSERT_LT(found.occurrence, known.size());
       ASSERT_EQ(found, known[found.occurrence].transition);
       ASSERT_EQ(++times[found.occurrence], 1) << "record " << found.occurrence;
-      ASSERT_GE(found.occurrence, last) << "order";
+      // What a failed sync of all has lost is written behind later ones.
+      const bool isInOrder = ZREventFileSync::Get().Durability() != ZRDurability::kAdaptive;
+      if (isInOrder) {
+        ASSERT_GE(found.occurrence, last);
+      }
       last = found.occurrence;
     }
     for (std::size_t i = 0; i < known.size(); ++i) {

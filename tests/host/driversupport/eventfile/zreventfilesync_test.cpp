@@ -1,0 +1,153 @@
+#include "host/driversupport/eventfile/zreventfilesync.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <string>
+#include <vector>
+
+#include "host/driversupport/eventfile/datafolder.h"
+#include "support/logcapture.h"
+
+namespace {
+
+using tagCall = ZRCrashingDisk::tagCall;
+using tagLasting = ZRCrashingDisk::tagLasting;
+
+class EventFileSync : public testing::Test {
+ protected:
+  EventFileSync() {
+    sync.SetDurability(ZRDurability::kAdaptive);
+    sync.Start();
+  }
+
+  void SaveNext(int count) {
+    for (int i = 0; i < count; ++i) {
+      all.push_back({all.size(), Date(static_cast<double>(all.size())), 1, "text"});
+      ASSERT_TRUE(Save(path, all.back()));
+    }
+  }
+  // The records that can be read, in the order in which they came about.
+  [[nodiscard]] std::vector<tagTransition> WholeOnes() const {
+    std::vector<tagTransition> whole = Load(path);
+    whole.erase(std::remove(whole.begin(), whole.end(), kSpoiled), whole.end());
+    std::sort(whole.begin(), whole.end(), [](const tagTransition& a, const tagTransition& b) {
+      return a.occurrence < b.occurrence;
+    });
+    return whole;
+  }
+
+  DataFolder folder;
+  const ZRWString& path = folder.path;
+  LogCapture log;
+  ZREventFileSync& sync = ZREventFileSync::Get();
+  std::vector<tagTransition> all;
+};
+
+TEST_F(EventFileSync, TheFirstFiftyOfASecondAreDurableAtOnce) {
+  SaveNext(50);
+  EXPECT_EQ(sync.Pending(), 0);
+  folder.disk.PowerCut();
+  EXPECT_EQ(Load(path), all);
+}
+
+TEST_F(EventFileSync, ThoseBeyondAreDurableWithinASecond) {
+  SaveNext(80);
+  EXPECT_EQ(sync.Pending(), 30);
+  folder.time.Advance(1000);
+  EXPECT_EQ(sync.Pending(), 0);
+  folder.disk.PowerCut();
+  EXPECT_EQ(Load(path), all);
+}
+
+TEST_F(EventFileSync, ANewSecondHasFiftyOfItsOwn) {
+  SaveNext(50);
+  folder.time.Advance(1000);
+  SaveNext(50);
+  EXPECT_EQ(sync.Pending(), 0);
+  SaveNext(1);
+  EXPECT_EQ(sync.Pending(), 1);
+}
+
+TEST_F(EventFileSync, StopMakesDurableWhatWasPutOff) {
+  SaveNext(60);
+  sync.Stop();
+  EXPECT_EQ(sync.Pending(), 0);
+  folder.disk.PowerCut();
+  EXPECT_EQ(Load(path), all);
+}
+
+TEST_F(EventFileSync, WithoutItsThreadAdaptiveIsStrict) {
+  sync.Stop();
+  SaveNext(70);
+  EXPECT_EQ(sync.Pending(), 0);
+  folder.disk.PowerCut();
+  EXPECT_EQ(Load(path), all);
+}
+
+TEST_F(EventFileSync, StrictPutsNothingOff) {
+  sync.SetDurability(ZRDurability::kStrict);
+  SaveNext(70);
+  EXPECT_EQ(sync.Pending(), 0);
+  folder.disk.PowerCut();
+  EXPECT_EQ(Load(path), all);
+}
+
+TEST_F(EventFileSync, OffSyncsNoRecord) {
+  SaveNext(1);
+  sync.SetDurability(ZRDurability::kOff);
+  folder.disk.Fail(tagCall::kSync, 1, EIO, tagLasting::kForEver);
+  folder.disk.Fail(tagCall::kSyncFolder, 1, EIO, tagLasting::kForEver);
+  SaveNext(70);
+  EXPECT_EQ(sync.Pending(), 0);
+  EXPECT_EQ(Load(path), all);
+}
+
+TEST_F(EventFileSync, AfterAFailedSyncOfAllTheRecordsAreWrittenAgain) {
+  SaveNext(90);
+  folder.disk.Fail(tagCall::kSyncAll, 1, EIO);
+  EXPECT_TRUE(sync.Flush());
+  EXPECT_EQ(sync.Pending(), 0);
+  folder.disk.PowerCut();
+  EXPECT_EQ(WholeOnes(), all) << "each once";
+}
+
+TEST_F(EventFileSync, WhatCannotBeMadeDurableStaysPutOff) {
+  SaveNext(90);
+  folder.disk.Fail(tagCall::kSyncAll, 1, EIO, tagLasting::kForEver);
+  folder.disk.Fail(tagCall::kSync, 1, EIO, tagLasting::kForEver);
+  EXPECT_FALSE(sync.Flush());
+  EXPECT_EQ(sync.Pending(), 40);
+  folder.disk.Heal();
+  folder.time.Advance(1000);
+  EXPECT_EQ(sync.Pending(), 0);
+  folder.disk.PowerCut();
+  EXPECT_EQ(WholeOnes(), all) << "each once";
+}
+
+TEST_F(EventFileSync, RecordsOfAFileThatWasDeletedAreWrittenIntoANewOne) {
+  SaveNext(60);
+  folder.disk.Reset(2);
+  EXPECT_TRUE(sync.Flush());
+  const std::vector<tagTransition> late(all.begin() + 50, all.end());
+  EXPECT_EQ(Load(path), late);
+}
+
+TEST_F(EventFileSync, RecordsOfManyFilesAreMadeDurableTogether) {
+  SaveNext(50);
+  std::vector<ZRWString> paths;
+  for (int i = 0; i < 200; ++i) {
+    paths.push_back(Wide("/data/2024/03/Event " + std::to_string(i) + " 03-2024.suc"));
+    ASSERT_TRUE(Save(paths.back(), {7, Date(7), 1, ""}));
+  }
+  EXPECT_EQ(sync.Pending(), 200);
+  const std::uint64_t before = folder.disk.Calls();
+  EXPECT_TRUE(sync.Flush());
+  EXPECT_EQ(folder.disk.Calls() - before, 1u);
+  folder.disk.PowerCut();
+  for (const ZRWString& each : paths)
+    EXPECT_EQ(Load(each).size(), 1u);
+}
+
+}  // namespace
