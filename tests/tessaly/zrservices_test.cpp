@@ -57,6 +57,15 @@ TEST_F(Services, ListsAreEmptyUntilTheEngineWorks) {
   }
 }
 
+TEST_F(Services, ClientsHaveNothingToDoUntilTheEngineWorks) {
+  const HttpReply reply = Get("/services/events/actions.xml");
+  EXPECT_EQ(reply.status, 200);
+  EXPECT_EQ(reply.Header("Content-Type"), "application/xml; charset=utf-8");
+  EXPECT_EQ(reply.body,
+            "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>"
+            "<eventsActions></eventsActions>");
+}
+
 TEST_F(Services, LoggerTakesAPeriodOfUtc) {
   for (const char* period :
        {"from=01112026000000&to=2026-12-01", "to=2026-12-01T00:00:00%2B01:00&from=2026-11-01+08:05",

@@ -4,6 +4,7 @@
 
 #include "support/enginetest.h"
 #include "support/findinglines.h"
+#include "support/golden.h"
 #include "support/probeaction.h"
 
 namespace {
@@ -258,6 +259,17 @@ TEST_F(ActionCheck, ThatCanBeUsedGivesNoFinding) {
                          "<launchWeb><url>x</url><window>WINDOW</window></launchWeb>"
                          "<shellExecute><command>x</command></shellExecute>"),
             Lines{});
+}
+
+TEST_F(ActionCheck, ExampleOfThePageOfActionsCanBeUsed) {
+  auto* const hall =
+      static_cast<TestDriver*>(ZRDriver::Register(std::make_unique<TestDriver>("hall")));
+  hall->Set("PUMP", 0);
+  hall->Set("LEVEL", 1);
+  EXPECT_EQ(CheckInEvent("<arguments><a><value>1</value></a></arguments>" +
+                         PageExample("docs/actions.md")),
+            Lines{});
+  EXPECT_TRUE(Find("Pump")->hasClientActions());
 }
 
 TEST_F(ActionCheck, SaysWhyAnActionWasDropped) {
