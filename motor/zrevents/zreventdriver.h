@@ -70,6 +70,10 @@ class ZREVENTS_API ZREventDriver {
   [[nodiscard]] bool RssDeactivate() const { return rssDeactivate; }
   [[nodiscard]] bool RssAcknowledge() const { return rssAcknowledge; }
   [[nodiscard]] bool hasClientActions() const { return clientActionsPresent; }
+  // The texts before they are expanded.
+  [[nodiscard]] const ZRWString& AnnotationTemplate() const { return annotation; }
+  [[nodiscard]] const ZRWString& DeaAnnotationTemplate() const { return deaAnnotation; }
+  [[nodiscard]] const ZRWString& AckAnnotationTemplate() const { return ackAnnotation; }
 
   using tagGroups = std::vector<ZREventDriverGroup*>;
   [[nodiscard]] tagGroups::const_iterator GroupsVectorBegin() const { return groups.begin(); }
@@ -183,6 +187,9 @@ class ZREVENTS_API ZREventDriver {
                                        const ZRWString& driverName);
   bool ProcessHttpServiceEventsNotified(XmlDocument& document, bool canAcknowledge,
                                         const ZRWString& driverId, const ZRWString& driverName);
+  // Acknowledges the first occurrence that has this id, or the first one at all if the event has
+  // it. False if there is none. One that is acknowledged already stays as it is.
+  bool ProcessHttpServiceAck(const uuid& toAcknowledge);
   // Writes each of its occurrences for which a client has something to do as one element.
   bool ProcessHttpServiceEventsActions(ZRHttpResponse& response);
   // Appends what clients have to do, as it is at present. False if that is nothing.

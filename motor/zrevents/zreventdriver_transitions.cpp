@@ -71,7 +71,8 @@ void ZREventDriver::Acknowledge(tagSEventRT& occurrence) {
 void ZREventDriver::QueueForListeners(const tagSEventRT& occurrence, int status) {
   ZREventList* const list = eventList.load(std::memory_order_acquire);
   if (list == nullptr || list->listenerCount == 0) return;
-  list->QueueChange(std::make_unique<tagSEventRT>(ListenerChange(occurrence, id, status)));
+  auto change = std::make_unique<tagSEventRT>(ListenerChange(occurrence, id, status));
+  list->QueueChange(change.release());
 }
 
 void ZREventDriver::PublishFeed(const tagSEventRT& occurrence, int status) {

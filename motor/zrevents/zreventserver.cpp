@@ -188,6 +188,7 @@ void ZREventServer::Stop() {
     state.WaitUntil(kThreadStopped);
     listenerThread.Join();
   }
+  eventList.DropChanges(0);  // they name events that go now
   const ZRMutexLock lock(cfgMutex);
   eventSystem.Reset();
 }

@@ -81,6 +81,11 @@ class ZREVENTS_API ZREventServer {
   // may ask is decided in front of it.
   bool ProcessHttpServiceEventsLogger(ZRHttpRequest& request, ZRHttpResponse& response,
                                       const ZRDateTime& from, const ZRDateTime& to);
+  // Acknowledges what the elements `id` of a document `eventsAck`, zero-terminated UTF-8, name: an
+  // occurrence, the first one of an event, or an event of a remote engine, which its driver is
+  // told of. What can't be acknowledged is passed over. False, with nothing done, if the body is no
+  // such document, and while the server stops. Answers nobody.
+  [[nodiscard]] bool ProcessHttpServiceAck(ZRHttpRequest& request, const unsigned char* body);
   // How many events the caller would see in the first two. The second counts events, not
   // occurrences.
   [[nodiscard]] int ActiveEventsCount(ZRHttpRequest& request, ZRHttpResponse& response);
@@ -96,6 +101,11 @@ class ZREVENTS_API ZREventServer {
   void DropGroups();
   void PublishNumberOfEvents();
   void Work();  // the listener thread
+  void AcknowledgeRemote(const ZRWString& id, std::size_t point, ZRHttpRequest& request,
+                         const char* digest);
+  void AcknowledgeLocal(const uuid& id, ZRHttpRequest& request, const char* digest);
+  // The first event that has this id, or an occurrence of it; null if there is none.
+  [[nodiscard]] ZREventDriver* FindEvent(const uuid& id);
 
   std::unique_ptr<ZRSemaphore> gate;
   ZRStateWord state{kThreadStopped};  // life of the listener thread

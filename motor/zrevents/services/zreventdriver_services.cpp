@@ -1,4 +1,5 @@
-// An event, and its occurrences, as elements of the active and notified services.
+// An event, and its occurrences, as elements of the active and notified services; acknowledging
+// one of them.
 
 #include "host/tools/zrtext.h"
 #include "zrevents/services/zrxmlwriter.h"
@@ -199,4 +200,14 @@ bool ZREventDriver::ProcessHttpServiceEventsNotified(const tagSEventRT* occurren
   element.SetValue(L"canAcknowledge", Flag(canAcknowledge));
   element.SetValue(L"notified", Flag(notify));
   return true;
+}
+
+bool ZREventDriver::ProcessHttpServiceAck(const uuid& toAcknowledge) {
+  const ZRMutexLock lock(occurrencesMutex);
+  for (tagSEventRT* const occurrence : occurrences) {
+    if (occurrence->id != toAcknowledge && occurrence->driver->id != toAcknowledge) continue;
+    (void)SetEventStatus(occurrence, kAcknowledged);
+    return true;
+  }
+  return false;
 }
