@@ -117,6 +117,8 @@ void CheckDataFolder(const ZRTessalySetup& setup, ZRFindings& findings) {
 ZRDataFile::tagKind KindOfDataFile(std::string_view name) {
   constexpr std::string_view kExtension = ".suc";
   constexpr std::string_view kTorn = ".torn-";
+  constexpr std::string_view kTemporary = ".tmp-";
+  if (name.starts_with(kTemporary)) return ZRDataFile::tagKind::kUnfinished;
   if (name.ends_with(kExtension)) return ZRDataFile::tagKind::kRecords;
   const std::size_t torn = name.rfind(kTorn);
   if (torn != name.npos && name.substr(0, torn).ends_with(kExtension) &&

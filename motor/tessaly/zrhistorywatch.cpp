@@ -54,6 +54,8 @@ long long WaitingRecords() {
 
 }  // namespace
 
+ZRHistoryWatch::ZRHistoryWatch() : lostBefore(ZREventDriver::LostRecords()) {}
+
 void ZRHistoryWatch::Look() {
   const long long waiting = WaitingRecords();
   const std::uint64_t troubles = HinderingTroubles();

@@ -6,10 +6,12 @@
 // Threads   one, the host's.
 class ZRHistoryWatch {
  public:
+  ZRHistoryWatch();
+
   // A look at the waiting records of all events, for every second. Says when there begin to be
   // some, with what went wrong since the last look that found none, and when there are no more.
   void Look();
-  // How many were lost since the last call, with events that were destroyed.
+  // How many were lost since the last call, or since it was made, with events that were destroyed.
   void SayWhatIsLost();
   // What went wrong with data files since the start of the process; nothing if nothing did.
   static void SayTroubles();
@@ -17,5 +19,5 @@ class ZRHistoryWatch {
  private:
   bool doWait = false;
   std::uint64_t troublesBefore = 0;  // at that look
-  std::int64_t lostBefore = 0;       // as SayWhatIsLost said
+  std::int64_t lostBefore;           // as SayWhatIsLost said
 };

@@ -94,6 +94,7 @@ TEST_F(DataFolder, KindOfAFileStandsInItsName) {
   EXPECT_EQ(KindOfDataFile("Pump 11-2026.suc"), Kind::kRecords);
   EXPECT_EQ(KindOfDataFile("Pump 11-2026.suc.torn-1"), Kind::kTorn);
   EXPECT_EQ(KindOfDataFile("Pump 11-2026.suc.torn-12"), Kind::kTorn);
+  EXPECT_EQ(KindOfDataFile(".tmp-0f1e2d3c"), Kind::kUnfinished);
   for (const char* other : {"Pump 11-2026.suc.torn-", "Pump 11-2026.suc.torn-x", "Pump.torn-1",
                             "Pump 11-2026.dat", ".suc~", ""})
     EXPECT_EQ(KindOfDataFile(other), Kind::kOther) << other;

@@ -248,6 +248,68 @@ TEST_F(Site, ShowsTheEnginesCycle) {
   ZRLiveValues::Get().Release(cycle);
 }
 
+// The event begins and ends every five seconds, and its data folder is a file at first.
+TEST_F(Site, SaysWhenRecordsBeginToWaitAndWhenTheyCouldBeWritten) {
+  folder.Write("file", "");
+  Settings(
+      "data = \"file\"\nhistory.durability = \"off\"\n"
+      "[[driver]]\ntype = \"simulator\"\nname = \"s\"\n[[driver.variable]]\nname = \"V\"\n"
+      "form = \"switch\"\non_s = 5\noff_s = 5\n");
+  Events(EventXml("A").Condition("[s.V] = 1").Record().Xml());
+  ASSERT_EQ(LoadSettings(), Lines{});
+  ASSERT_EQ(MakeDrivers(), Lines{});
+  ASSERT_EQ(StartDrivers(), Lines{});
+  site.LoadEvents({});
+  const LogCapture log(kLogDelivery);
+  ASSERT_TRUE(site.StartEngine());
+  time.Advance(2000);
+  site.WatchHistory();
+  site.WatchHistory();
+  const std::string begin = "1 records of the history wait to be written: data files ";
+  EXPECT_EQ(log.Starting(begin).size(), 1u) << "said once";
+
+  folder.Remove("file");
+  std::filesystem::create_directory(folder.path / "file");
+  time.Advance(6000);
+  site.WatchHistory();
+  site.WatchHistory();
+  EXPECT_EQ(log.Starting("no record of the history waits any more").size(), 1u);
+  EXPECT_TRUE(std::filesystem::exists(folder.path / "file/2026/01/A 01-2026.suc"));
+  site.Stop();
+  EXPECT_EQ(log.Starting("1 records of the history were still waiting").size(), 0u);
+}
+
+TEST_F(Site, SaysHowManyRecordsAreLost) {
+  folder.Write("file", "");
+  Settings("data = \"file\"\n");
+  Events(EventXml("A").Condition("1 = 1").Record().Xml());
+  ASSERT_EQ(LoadSettings(), Lines{});
+  ASSERT_EQ(MakeDrivers(), Lines{});
+  const LogCapture log(kLogDelivery);
+  for (int i = 0; i < 2; ++i) {
+    site.LoadEvents({});
+    ASSERT_TRUE(site.StartEngine());
+    time.Advance(2000);
+    site.Stop();
+    ASSERT_EQ(MakeDrivers(), Lines{});
+  }
+  EXPECT_EQ(log.Starting("1 records of the history were still waiting and are lost").size(), 2u);
+}
+
+TEST_F(Site, ThatNeedsNoHistoryLeavesTheDataFolderAlone) {
+  Events(EventXml("A").Condition("1 = 1").Record().Xml());
+  (void)LoadSettings();
+  (void)MakeDrivers();
+  std::filesystem::create_directory(folder.path / "scratch");
+  site.RecordForNothing(folder.WidePath() + L"/scratch/");
+  site.LoadEvents({});
+  ASSERT_TRUE(site.StartEngine());
+  time.Advance(2000);
+  site.Stop();
+  EXPECT_TRUE(std::filesystem::is_empty(folder.path / "data"));
+  EXPECT_FALSE(std::filesystem::is_empty(folder.path / "scratch"));
+}
+
 TEST_F(Site, EngineWithoutThreadsLeavesNothingBehind) {
   Events(EventXml("A").Condition("1 = 1").Xml());
   (void)LoadSettings();
