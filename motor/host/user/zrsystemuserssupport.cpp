@@ -57,8 +57,9 @@ class ZRSystemUsersSupport::CReader {
   }
 
  private:
-  // The tables written as [[key]]; none, with a problem, for a key that is something else.
-  const std::vector<ZRSettingNode>& Tables(ZRSettingsTable& file, const std::string& key) {
+  // The tables written as [[key]]; none, with a problem, for a key that is something else. `file`
+  // remembers the key as it is given here.
+  const std::vector<ZRSettingNode>& Tables(ZRSettingsTable& file, std::string_view key) {
     static const std::vector<ZRSettingNode> kNone;
     const ZRSettingNode* const node = file.Any(key);
     if (node == nullptr) return kNone;
@@ -67,7 +68,8 @@ class ZRSystemUsersSupport::CReader {
         std::all_of(node->children.begin(), node->children.end(), isTable)) {
       return node->children;
     }
-    report.Problem(key + " must be written as [[" + key + "]]", *node);
+    const std::string shown(key);
+    report.Problem(shown + " must be written as [[" + shown + "]]", *node);
     return kNone;
   }
 
