@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -311,16 +312,28 @@ class ZREVENTS_API ZREventLoggerData::CRecordGroupTotalized {
   // Walks the sums as plain pointers.
   class const_iterator {
    public:
+    using iterator_category = std::forward_iterator_tag;
+    using value_type = CDataRecordTotalized*;
+    using difference_type = std::ptrdiff_t;
+    using pointer = CDataRecordTotalized* const*;
+    using reference = CDataRecordTotalized*;
+
+    const_iterator() = default;
     explicit const_iterator(tagTotals::const_iterator first) : at(first) {}
     CDataRecordTotalized* operator*() const { return at->get(); }
     const_iterator& operator++() {
       ++at;
       return *this;
     }
+    const_iterator operator++(int) {
+      const_iterator before = *this;
+      ++*this;
+      return before;
+    }
     bool operator==(const const_iterator&) const = default;
 
    private:
-    tagTotals::const_iterator at;
+    tagTotals::const_iterator at{};
   };
 
   explicit CRecordGroupTotalized(const ZREventLoggerInfo* toAsk);

@@ -178,7 +178,8 @@ void CRecordGroup::InsertFromCursor(CDataRecord* record) {
     place = std::find_if(place, records.cend(),
                          [&](const CDataRecord* other) { return other->time >= record->time; });
   }
-  cursor = static_cast<std::size_t>(records.insert(place, record) - records.begin());
+  const auto inserted = records.insert(place, record);
+  cursor = static_cast<std::size_t>(inserted - records.begin());
   waiting = 0;
   waitingRun = runs.size() - 1;
   waitingNumber = runs.back().end;
