@@ -101,6 +101,20 @@ TEST_F(EventLoading, DatesThatGoBackEndTheWalkOnlyBehindThePeriod) {
   EXPECT_EQ(Loaded("2026-03-05 08:00:00", "2026-03-05 11:00:00"), "1 03-05 10:00:00");
 }
 
+TEST_F(EventLoading, PeriodIsExactToTheMillisecond) {
+  const ZRDateTime date = At("2026-03-05 10:00:00");
+  Write(1, "2026-03-05 10:00:00", kActivated);
+  const auto loaded = [&](int from, int to) {
+    ZREventLoggerData data;
+    (void)event->Load(data, ZRDateTime::FromUtcMilliseconds(date.UtcMilliseconds() + from),
+                      ZRDateTime::FromUtcMilliseconds(date.UtcMilliseconds() + to), false);
+    return Shown(data);
+  };
+  EXPECT_EQ(loaded(0, 1), "1 03-05 10:00:00");
+  EXPECT_EQ(loaded(-1, 0), "");
+  EXPECT_EQ(loaded(1, 2), "");
+}
+
 TEST_F(EventLoading, ManyStepsComeInOrder) {
   constexpr int kMany = 600;  // more than are gathered at once
   ZREventFile file(true);

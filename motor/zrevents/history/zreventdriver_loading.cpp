@@ -38,16 +38,40 @@ const char* NameOf(int value) {
   }
 }
 
-// Calls `visit(date)` for each readable record from `from` on, while it gives true.
+// Compares the dates of a file with an instant. Most are far from it: then two numbers tell.
+class CInstant {
+ public:
+  explicit CInstant(const ZRDateTime& toCompare)
+      : instant(ZRDateTime::FromUtcMilliseconds(toCompare.UtcMilliseconds())),
+        days(static_cast<double>(instant)),
+        isValid(toCompare.Valid()) {}
+
+  // It comes behind the current record's date; an invalid date is before each valid one.
+  [[nodiscard]] bool IsAfter(const ZREventFile& file) const {
+    const double date = file.DateValue();
+    if (isValid && date < days - kNear) return true;
+    if (date > days + kNear && date < kNoDate) return false;
+    return isValid && ZRDateTime(date) < instant;
+  }
+
+ private:
+  static constexpr double kNear = 1e-7;         // days: some milliseconds
+  static constexpr double kNoDate = 2'958'465;  // from the last day of all on
+
+  ZRDateTime instant;
+  double days;
+  bool isValid;
+};
+
+// Calls `visit()` for each readable record from `from` on, while it gives true.
 template <typename Visit>
 void ForEachFrom(ZREventFile& file, const ZRDateTime& from, Visit visit) {
   const int first = file.SearchByTime(from, kFirstAtOrAfter);
   if (first < 0) return;
-  ZRDateTime date;
+  const CInstant begin(from);
   for (int i = first; i < file.numRecords; ++i) {
-    if (!file.GoRecord(i)) continue;
-    file.DateValue(date);
-    if (date >= from && !visit(date)) return;
+    if (!file.GoRecord(i) || begin.IsAfter(file)) continue;
+    if (!visit()) return;
   }
 }
 
@@ -179,10 +203,13 @@ bool ZREventDriver::Load(ZREventFile& file, ZREventLoggerData& data, const ZRDat
   if (!file.Open(fileName, true)) return false;
   const CClosing closing(file);
   ZREventLoggerData::CRecordGroup::CIntake intake(data.RecordGroup(), id, notify);
+  const CInstant end(to);
   uuid occurrence;
-  ForEachFrom(file, from, [&](const ZRDateTime& date) {
-    if (date >= to) return false;
+  ZRDateTime date;
+  ForEachFrom(file, from, [&] {
+    if (!end.IsAfter(file)) return false;
     file.EventId(occurrence);
+    file.DateValue(date);
     intake.Add(occurrence, date, ValueOf(file), file.EventAnnotationView());
     return true;
   });
@@ -220,9 +247,11 @@ bool ZREventDriver::LoadIncomplete(ZREventFile& file, ZREventLoggerData& data,
   if (!file.Open(fileName, true)) return false;
   const CClosing closing(file);
   CEntries entries(incomplete);
-  ForEachFrom(file, from, [&](const ZRDateTime& date) {
+  ZRDateTime date;
+  ForEachFrom(file, from, [&] {
     const int value = ValueOf(file);
     if (value != kDeactivated && value != kAcknowledged) return true;
+    file.DateValue(date);
     const auto* const touched = AddCurrent(file, date, *this, data);
     if (touched == nullptr || touched->IsIncomplete()) return true;
     entries.Remove(touched->RecordId());
@@ -236,12 +265,13 @@ void ZREventDriver::LoadFileEvents(const ZRDateTime& from, const ZRDateTime& to,
   ZREventFile file(true);
   ZREventPath path{};
   ZRString xml;
+  const CInstant end(to);
   const ZRMutexLock lock(fileMutex);
   ForEachMonth(from, to, [&](const ZRDateTime& month) {
     EventFileName(path.data(), kEventPathSize, month, kEventHistory);
     if (!file.Open(path.data(), true)) return;
-    ForEachFrom(file, from, [&](const ZRDateTime& date) {
-      if (date >= to) return false;
+    ForEachFrom(file, from, [&] {
+      if (!end.IsAfter(file)) return false;
       xml.Clear();
       AppendRecord(xml, file);
       response.Write(xml);

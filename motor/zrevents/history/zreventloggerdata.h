@@ -191,8 +191,6 @@ class ZREVENTS_API ZREventLoggerData::CRecordGroup {
                          bool notify);
   CDataRecord* AddStep(const tagStep& step);
   class CIntake;
-  // So many activations will be added, as far as one can say.
-  void Expect(std::size_t activations) { index.Reserve(activations); }
 
   // The records of one event that are incomplete, each once, in the order of their adding.
   [[nodiscard]] std::vector<const CDataRecord*> IncompleteOf(const uuid& eventId) const;
@@ -239,10 +237,10 @@ class ZREVENTS_API ZREventLoggerData::CRecordGroup {
   mutable std::size_t waiting = 0;
   mutable std::size_t waitingRun = 0;
   mutable std::uint32_t waitingNumber = 0;
-  // What waits is in ascending order, and behind all that doesn't. `latest`: added or put in order
-  // last.
+  // What waits is in ascending order, and behind all that doesn't. `latest` is the key of the time
+  // that was added, or put in order, last; 0 before the first.
   mutable bool isAscending = true;
-  mutable const CDataRecord* latest = nullptr;
+  mutable std::uint64_t latest = 0;
   bool literal = false;         // after an Initialize of a group with records
   std::size_t cursor = kAtEnd;  // the last insertion, while `literal`
 };

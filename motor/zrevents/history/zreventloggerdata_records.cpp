@@ -155,8 +155,9 @@ void CRecordGroup::Extend(const CDataRecord& record, std::uint32_t number) {
     BeginRun(number);
     runEvent = record.event;
   }
-  isAscending = isAscending && (latest == nullptr || latest->time < record.time);
-  latest = &record;
+  const std::uint64_t key = TimeKey(record.time);
+  isAscending = isAscending && latest < key;
+  latest = key;
   ++waiting;
 }
 
@@ -220,7 +221,7 @@ void CRecordGroup::PutInOrder() const {
   waiting = 0;
   waitingRun = runs.size() - 1;
   waitingNumber = runs.back().end;
-  latest = records.back();
+  latest = TimeKey(records.back()->time);
   isAscending = true;
 }
 

@@ -61,12 +61,6 @@ class ZRUuidTable {
     if (used != 0) __builtin_prefetch(&Slots()[MarkOf(id) >> shift], 1);
   }
 
-  // Makes room for `count` numbers in all.
-  void Reserve(std::size_t count) {
-    const std::size_t slots = std::bit_ceil(count * kRoom / kLoad + 1);
-    if (slots > capacity) Grow(slots);
-  }
-
   void Clear() { *this = ZRUuidTable(); }
 
  private:
