@@ -1,0 +1,55 @@
+// Users, and drivers of remote engines, for as long as the objects live.
+#pragma once
+
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/driversupport/zrdriver.h"
+#include "host/remote/zrhttprequest.h"
+#include "host/user/zrsecuritymanager.h"
+#include "support/text.h"
+
+// A security manager that is on and knows Ann, who has the rights given and nothing else.
+class FakeSecurity final : public ZRSecurityManager {
+ public:
+  explicit FakeSecurity(std::set<std::pair<int, std::string>> allowed)
+      : rights(std::move(allowed)) {
+    Replace(this);
+  }
+  ~FakeSecurity() override { Replace(nullptr); }
+  FakeSecurity(const FakeSecurity&) = delete;
+  FakeSecurity& operator=(const FakeSecurity&) = delete;
+
+  [[nodiscard]] bool Enabled() const override { return true; }
+  [[nodiscard]] const ZRUser* User(const ZRWString& name, int /*reserved*/) const override {
+    return name == ann.Name() ? &ann : nullptr;
+  }
+  [[nodiscard]] bool CanAccessResource(const ZRResource& resource,
+                                       const ZRUser& user) const override {
+    return &user == &ann && rights.contains({resource.Type(), Narrow(resource.Id())});
+  }
+
+ private:
+  const ZRUser ann{L"Ann"};
+  const std::set<std::pair<int, std::string>> rights;
+};
+
+// A driver of a remote engine.
+class RemoteDriver final : public ZRDriver {
+ public:
+  explicit RemoteDriver(const std::string& id, const std::string& name)
+      : ZRDriver(Wide(id), Wide(name)) {}
+  [[nodiscard]] bool IsOnline() const override { return online; }
+  bool AcknowledgeRemoteEvent(ZRHttpRequest& request, const ZRWString& remoteEventId) override {
+    acknowledged.push_back(Narrow(remoteEventId));
+    asker = &request;
+    return accepts;
+  }
+
+  bool online = true;
+  bool accepts = true;
+  std::vector<std::string> acknowledged;  // in order
+  ZRHttpRequest* asker = nullptr;         // of the last one
+};
