@@ -1,7 +1,10 @@
 #include "tessaly/zrservices.h"
 
+#include <string>
+
 #include "host/base/zrlogger.h"
 #include "host/tools/zrtext.h"
+#include "host/user/zrsecuritymanager.h"
 #include "tessaly/zrperiod.h"
 #include "zrevents/zreventserver.h"
 
@@ -13,8 +16,16 @@ constexpr const char* kActionsPath = "/services/events/actions.xml";
 constexpr const char* kCountsPath = "/services/events/counts.xml";
 constexpr const char* kLoggerPath = "/services/events/logger.xml";
 
+constexpr const char* kAckPath = "/services/events/ack.xml";
+
+constexpr std::size_t kMostAckBytes = std::size_t{64} * 1024;
+constexpr const wchar_t* kAckRoot = L"eventsAck";
+
 constexpr int kOk = 200;
+constexpr int kNoContent = 204;
 constexpr int kBadRequest = 400;
+constexpr int kUnauthorized = 401;
+constexpr int kServiceUnavailable = 503;
 constexpr const wchar_t* kCounts =
     L"<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>"
     L"<counts><actived>%d</actived><notified>%d</notified></counts>";
@@ -42,6 +53,47 @@ void AnswerLogger(ZREventServer& engine, ZRHttpRequest& request, ZRHttpResponse&
   (void)response.End();
 }
 
+void AnswerWithoutBody(ZRHttpResponse& response, int status) {
+  response.Begin(status, kContentNone);
+  (void)response.End();
+}
+
+void AnswerBadRequest(ZRHttpResponse& response, const std::string& reason) {
+  response.Begin(kBadRequest, kContentText);
+  response.Write((reason + "\n").c_str(), -1);
+  (void)response.End();
+}
+
+// What is wrong with the document of an acknowledgement, in words; empty for nothing.
+std::string WrongWithAck(const std::string& body) {
+  if (body.find('\0') != std::string::npos) return "The body isn't UTF-8.";
+  XmlDocument document;
+  XmlDocument::tagRefusal refusal;
+  if (document.Parse(body, kMostAckBytes, &refusal))
+    return document.Root()->Tag() == kAckRoot ? "" : "The root of the document isn't eventsAck.";
+  const std::string wrong = "The body is no XML document: ";
+  if (refusal.line == 0) return wrong + refusal.reason + ".";
+  return wrong + "line " + std::to_string(refusal.line) + ", column " +
+         std::to_string(refusal.column) + ": " + refusal.reason + ".";
+}
+
+// True if users log in here and the request comes from none of them.
+bool IsStranger(const ZRHttpRequest& request) {
+  if (!ZRSecurityManagerEnabled()) return false;
+  const ZRWString user = Utf8ToUtf16(request.Authorization().User().View());
+  return ZRSecurityManager::Get().User(user, 0) == nullptr;
+}
+
+void AnswerAck(ZREventServer& engine, ZRHttpRequest& request, const std::string& body,
+               ZRHttpResponse& response) {
+  if (IsStranger(request)) return AnswerWithoutBody(response, kUnauthorized);
+  const std::string wrong = WrongWithAck(body);
+  if (!wrong.empty()) return AnswerBadRequest(response, wrong);
+  const auto* const text = reinterpret_cast<const unsigned char*>(body.c_str());
+  const bool isDone = engine.ProcessHttpServiceAck(request, text);
+  AnswerWithoutBody(response, isDone ? kNoContent : kServiceUnavailable);
+}
+
 }  // namespace
 
 void BindServices(ZRWebServer& web, ZREventServer& engine) {
@@ -60,6 +112,10 @@ void BindServices(ZRWebServer& web, ZREventServer& engine) {
   web.Get(kLoggerPath, [&engine](ZRHttpRequest& request, ZRHttpResponse& response) {
     AnswerLogger(engine, request, response);
   });
+  web.Put(kAckPath, kMostAckBytes,
+          [&engine](ZRHttpRequest& request, const std::string& body, ZRHttpResponse& response) {
+            AnswerAck(engine, request, body, response);
+          });
   web.OnFault([](std::string_view path, std::string_view what) {
     logger(kLogInvariant, L"%s failed: %s", std::string(path).c_str(), std::string(what).c_str());
   });
