@@ -99,6 +99,7 @@ void CRun::LoadWork() {
   ZRFindings findings;
   PrepareDataFolder(ZRTessalySetup::Get(), findings);
   PrepareShareFolder(ZRTessalySetup::Get(), findings);
+  PrepareSmsFolder(ZRTessalySetup::Get(), findings);
   KeepSystemEvents(ZRTessalySetup::Get(), findings);
   site.MakeDrivers(findings);
   site.StartDrivers(ZRSite::tagDrivers::kAll, findings);

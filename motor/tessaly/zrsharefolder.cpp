@@ -62,23 +62,37 @@ bool IsPrivate(const fs::path& folder) {
   return fs::is_directory(status) && (status.permissions() & kOthers) == fs::perms::none;
 }
 
-bool HasMail(const Node& event) {
+bool HasAction(const Node& event, std::string_view tag) {
   const Node* const actions = event.Child("actions");
   if (actions == nullptr) return false;
   constexpr std::array<std::string_view, 4> kMomentTags = {"activate", "while", "deactivate",
                                                            "acknowledge"};
-  return std::any_of(kMomentTags.begin(), kMomentTags.end(), [actions](std::string_view moment) {
+  return std::any_of(kMomentTags.begin(), kMomentTags.end(), [&](std::string_view moment) {
     const Node* const list = actions->Child(moment);
-    return list != nullptr && list->Child("mail") != nullptr;
+    return list != nullptr && list->Child(tag) != nullptr;
   });
 }
 
-bool HasMail(const XmlDocument& document) {
+bool HasAction(const XmlDocument& document, std::string_view tag) {
   const Node* const events =
       document.Root() != nullptr ? document.Root()->Child("events") : nullptr;
   if (events == nullptr) return false;
   return std::any_of(events->ChildsBegin(), events->ChildsEnd(),
-                     [](const Node* event) { return HasMail(*event); });
+                     [tag](const Node* event) { return HasAction(*event, tag); });
+}
+
+bool KeepsSmsInAFolder(const ZRTessalySetup& setup) {
+  return setup.SmsSender() == "file";
+}
+
+fs::path SmsFolder(const ZRTessalySetup& setup) {
+  return {std::string(Utf16ToUtf8(setup.SmsFolder().View()).View())};
+}
+
+// True if the folder is there now.
+bool MakePrivateFolder(const fs::path& folder, std::error_code& error) {
+  if (fs::create_directory(folder, error)) fs::permissions(folder, fs::perms::owner_all, error);
+  return !error;
 }
 
 }  // namespace
@@ -87,18 +101,18 @@ void PrepareShareFolder(const ZRTessalySetup& setup, ZRFindings& findings) {
   const fs::path folder = ShareFolder(setup);
   SetSharePath(Utf8ToUtf16(folder.string()));
   std::error_code error;
-  if (fs::create_directory(folder, error)) fs::permissions(folder, fs::perms::owner_all, error);
-  if (error) {
+  const bool isMade = MakePrivateFolder(folder, error);
+  if (!isMade) {
     findings.push_back({Kind::kHint, kShareFolder, 0, 0,
                         "can't be made, and no mail can be sent: " + error.message()});
   }
-  if (error || !IsPrivate(folder)) return;
+  if (!isMade || !IsPrivate(folder)) return;
   RemoveLeftovers(folder);
   LinkMailProgram(folder);
 }
 
 void CheckMail(const XmlDocument& document, const ZRTessalySetup& setup, ZRFindings& findings) {
-  if (!HasMail(document)) return;
+  if (!HasAction(document, "mail")) return;
   const auto say = [&findings](const char* file, const std::string& why) {
     findings.push_back({Kind::kDropped, file, 0, 0, "no mail is sent: " + why});
   };
@@ -110,4 +124,34 @@ void CheckMail(const XmlDocument& document, const ZRTessalySetup& setup, ZRFindi
     say(kShareFolder, std::string("there is no program ") + kMailProgram + " here or in PATH");
   if (setup.SmtpServer().IsEmpty()) say(ZRTessalySetup::kFileName, "smtp.server isn't set");
   if (setup.SmtpFrom().IsEmpty()) say(ZRTessalySetup::kFileName, "smtp.from isn't set");
+}
+
+void PrepareSmsFolder(const ZRTessalySetup& setup, ZRFindings& findings) {
+  std::error_code error;
+  if (!KeepsSmsInAFolder(setup) || MakePrivateFolder(SmsFolder(setup), error)) return;
+  findings.push_back({Kind::kHint, ZRTessalySetup::kFileName, 0, 0,
+                      "sms.folder can't be made, and no SMS can be sent: " + error.message()});
+}
+
+void CheckSms(const XmlDocument& document, const ZRTessalySetup& setup, ZRFindings& findings) {
+  if (!HasAction(document, "sms")) return;
+  const auto say = [&findings](const char* file, const std::string& why) {
+    findings.push_back({Kind::kDropped, file, 0, 0, "no SMS is sent: " + why});
+  };
+  std::error_code ignored;
+  if (KeepsSmsInAFolder(setup)) {
+    if (fs::exists(SmsFolder(setup), ignored) && !IsPrivate(SmsFolder(setup)))
+      say(ZRTessalySetup::kFileName, "sms.folder must be this user's alone (mode 0700)");
+    return;
+  }
+  const Node* const port =
+      setup.Tree() != nullptr ? setup.Tree()->Node(L"preferences/modem/port") : nullptr;
+  if (port == nullptr) say(ZRTessalySetup::kFileName, "preferences.modem.port isn't set");
+  if (port != nullptr && port->TextUtf8() == "0" && setup.SmsDevice(0).IsEmpty())
+    say(ZRTessalySetup::kFileName, "the modem's port 0 has no device");
+  if (!fs::exists(setup.SmsProgram().Text(), ignored))
+    say(ZRTessalySetup::kFileName, "sms.program isn't there");
+  const fs::path folder = ShareFolder(setup);
+  if (fs::exists(folder, ignored) && !IsPrivate(folder))
+    say(kShareFolder, "it must be a folder of this user alone (mode 0700)");
 }

@@ -1,4 +1,5 @@
-// The share folder of a site: what is handed to the mail program lies there, and the program.
+// The share folder of a site: what is handed to the programs that send mails and SMS lies there,
+// and the mail program. And the folder of a site that keeps its SMS.
 #pragma once
 
 #include <string>
@@ -18,3 +19,7 @@ void PrepareShareFolder(const ZRTessalySetup& setup, ZRFindings& findings);
 // If the events in `document` have mail actions: kDropped for each reason why none can be sent.
 // Changes nothing.
 void CheckMail(const XmlDocument& document, const ZRTessalySetup& setup, ZRFindings& findings);
+
+// The same for the folder of the SMS, if the settings say that they are kept in one.
+void PrepareSmsFolder(const ZRTessalySetup& setup, ZRFindings& findings);
+void CheckSms(const XmlDocument& document, const ZRTessalySetup& setup, ZRFindings& findings);

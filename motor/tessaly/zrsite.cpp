@@ -151,6 +151,7 @@ void ZRSite::CheckLoaded(ZRFindings& findings) {
   CheckEvents(*engine.Cfg(), store, ShownFile(setup, kEventsFile), findings);
   CheckTimeTables(*engine.TimeTableCfg(), store, ShownFile(setup, kTimeTablesFile), findings);
   CheckMail(*engine.Cfg(), setup, findings);
+  CheckSms(*engine.Cfg(), setup, findings);
 }
 
 void ZRSite::RecordForNothing(const ZRWString& dataFolder) {

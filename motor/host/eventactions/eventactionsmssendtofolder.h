@@ -17,7 +17,7 @@
 // Promise   no file is ever overwritten; one that ends in ".txt" is complete.
 class EventActionSmsSendToFolder final : public EventActionSmsSender {
  public:
-  // The folder, with its separator at the end, exists and is this user's alone (0700): else
+  // The folder, with its separator at the end, is there and is this user's alone (0700): else
   // nothing can be sent, and each SMS is a line of the log (kLogDelivery).
   explicit EventActionSmsSendToFolder(const ZRWString& toFill) : folder(toFill) {}
 
