@@ -63,6 +63,9 @@ class ZREVENTS_API ZREventServer {
   [[nodiscard]] XmlDocument* TimeTableCfg() { return &timeTableCfg; }
   [[nodiscard]] XmlDocument* ParkingCfg() { return &parkingCfg; }
 
+  // The remote events, and what waits for listeners.
+  [[nodiscard]] ZREventList& EventList() { return eventList; }
+
   // `path` is a chain of driver ids joined by ".": true if one of them, the last excepted, is that
   // of a registered listener.
   [[nodiscard]] bool HasCircularDependence(const ZRWString& path);
