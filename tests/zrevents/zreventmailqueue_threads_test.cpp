@@ -60,7 +60,9 @@ TEST(MailQueueThreads, AddAtOnce) {
     const std::uint32_t begun = tool.TickCount();
     while (round == 0 && tool.mails < kAdders * kEach && tool.TickCount() - begun < 15'000)
       tool.Sleep(1);
-    if (round == 0) EXPECT_EQ(kAdders * kEach, tool.mails);
+    if (round == 0) {
+      EXPECT_EQ(kAdders * kEach, tool.mails);
+    }
   }
   EXPECT_TRUE(share.Files().empty());
 }
