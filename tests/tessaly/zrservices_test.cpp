@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/fakesecurity.h"
 #include "support/golden.h"
 #include "support/httpclient.h"
 #include "zrevents/zreventserver.h"
@@ -94,6 +95,60 @@ TEST_F(Services, LoggerSaysWhatIsWrongWithAPeriod) {
     EXPECT_EQ(reply.Header("Content-Type"), "text/plain; charset=utf-8");
     EXPECT_EQ(reply.body, text);
   }
+}
+
+// --- acknowledging ---
+
+// The answer to a document that is put, or posted.
+class Acknowledgements : public Services {
+ protected:
+  HttpReply Send(const std::string& body, const std::string& method = "PUT") {
+    HttpClient client(web.Port());
+    (void)client.Send(method + " /services/events/ack.xml HTTP/1.1\r\nHost: localhost\r\n" +
+                      "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body);
+    return client.ReceiveReply();
+  }
+};
+
+TEST_F(Acknowledgements, AreTakenByPutAndPost) {
+  for (const char* method : {"PUT", "POST"}) {
+    const HttpReply reply = Send("<eventsAck><id>x</id></eventsAck>", method);
+    EXPECT_EQ(reply.status, 204);
+    EXPECT_EQ(reply.body, "");
+  }
+  EXPECT_EQ(Get("/services/events/ack.xml").status, 405);
+}
+
+TEST_F(Acknowledgements, ThatAreNoneAreRefusedWithASentence) {
+  const std::string broken = "The body is no XML document: ";
+  EXPECT_EQ(Send("<event></event>").body, "The root of the document isn't eventsAck.\n");
+  EXPECT_TRUE(Send("<eventsAck>\n<id>").body.starts_with(broken + "line 2, column "));
+  EXPECT_TRUE(Send("").body.starts_with(broken));
+  EXPECT_EQ(Send(std::string("<eventsAck/>\0<x/>", 17)).body, "The body isn't UTF-8.\n");
+  for (const std::string& body : {std::string("<event></event>"), std::string("x"), std::string(),
+                                  std::string("\0", 1), std::string("\xFF\xFE<\0", 4)})
+    EXPECT_EQ(Send(body).status, 400) << body;
+}
+
+TEST_F(Acknowledgements, OfMoreThan64KiBAreRefused) {
+  const std::string start = "<eventsAck><x>";
+  const std::string end = "</x></eventsAck>";
+  const std::string most = start + std::string(65536 - start.size() - end.size(), 'x') + end;
+  EXPECT_EQ(Send(most).status, 204);
+  EXPECT_EQ(Send(most + " ").status, 413);
+}
+
+TEST_F(Acknowledgements, OfStrangersAreRefusedOnceUsersAreDefined) {
+  const FakeSecurity security({});
+  EXPECT_EQ(Send("<eventsAck/>").status, 401);
+  EXPECT_EQ(Send("x").status, 401) << "before anything else";
+}
+
+TEST_F(Acknowledgements, HaveToComeAgainWhileTheEngineIsStopped) {
+  engine.Stop();
+  const HttpReply reply = Send("<eventsAck/>");
+  EXPECT_EQ(reply.status, 503);
+  EXPECT_EQ(reply.body, "");
 }
 
 TEST_F(Services, OtherPathsDoNotExist) {
