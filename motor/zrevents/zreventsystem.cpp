@@ -43,6 +43,7 @@ ZREventSystem& ZREventSystem::Get() {
 
 void ZREventSystem::Reset() {
   const ZRExclusiveLock lock(storeMutex);
+  eventsById.clear();
   events.Clear();
   timeTables.Clear();
   eventsGroups.Clear();
@@ -53,6 +54,17 @@ void ZREventSystem::Reset() {
 void ZREventSystem::Sort() {
   const ZRExclusiveLock lock(storeMutex);
   events.StableSort(ComesBefore<ZREventDriver>);
+  IndexEvents();
+}
+
+// Of several events of one id the first in the list stays the first.
+void ZREventSystem::IndexEvents() {
+  eventsById.clear();
+  eventsById.reserve(static_cast<std::size_t>(events.Size()));
+  for (ZREventDriver* event : events)
+    eventsById.push_back({event->Id(), event});
+  std::stable_sort(eventsById.begin(), eventsById.end(),
+                   [](const tagIdOfEvent& a, const tagIdOfEvent& b) { return a.id < b.id; });
 }
 
 void ZREventSystem::SortEventsGroups() {
@@ -61,7 +73,12 @@ void ZREventSystem::SortEventsGroups() {
 }
 
 ZREventDriver* ZREventSystem::LockEvent(const uuid& id) {
-  return FirstIn(events, [&](const ZREventDriver* event) { return event->Id() == id; });
+  if (eventsById.empty())
+    return FirstIn(events, [&](const ZREventDriver* event) { return event->Id() == id; });
+  const auto found = std::lower_bound(
+      eventsById.begin(), eventsById.end(), id,
+      [](const tagIdOfEvent& each, const uuid& wanted) { return each.id < wanted; });
+  return found == eventsById.end() || found->id != id ? nullptr : found->event;
 }
 
 ZREventDriver* ZREventSystem::LockEvent(const wchar_t* name) {

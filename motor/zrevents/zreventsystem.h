@@ -50,7 +50,8 @@ class ZREVENTS_API ZREventSystem {
   // Destroys all events, then all time tables, then all groups. The feed's settings stay.
   void Reset();
 
-  // Stable, ascending by name, in the order of 16-bit code units.
+  // Stable, ascending by name, in the order of 16-bit code units. From then on an event is found by
+  // its id without a walk, until the store changes.
   void Sort();
   void SortEventsGroups();
 
@@ -100,6 +101,7 @@ class ZREVENTS_API ZREventSystem {
   void AddEvents(const XmlDocument::XmlNode& list);
   void AddGenerated(ZRDriver& driver, const ZRWideMap& screens);
   void AddScreen(const ZRWString& path, const ZRWString& title, ZRWideMap& screens);
+  void IndexEvents() ZR_REQUIRES(storeMutex);
   template <typename Table>
   void AddTimeTables(const XmlDocument& document, const wchar_t* branch);
   void AppendGroup(std::unique_ptr<ZREventDriverGroup> group);
@@ -108,6 +110,11 @@ class ZREVENTS_API ZREventSystem {
   ZRSharedMutex storeMutex;
   // Constant between loading and Reset; changed under storeMutex.
   tagEvents events;
+  struct tagIdOfEvent {
+    uuid id;
+    ZREventDriver* event;
+  };
+  std::vector<tagIdOfEvent> eventsById;  // ascending, stable; of all events, or empty
   ZROwnedList<ZRTimeTable> timeTables;
   tagGroups eventsGroups;
   ZROwnedList<XmlDocument> generatedDocuments;  // events point into them

@@ -74,6 +74,7 @@ void ZREventSystem::AddEvents(const XmlDocument::XmlNode& list) {
     auto event = std::make_unique<ZREventDriver>();
     if (!event->LoadXml(*child)) continue;
     const ZRExclusiveLock lock(storeMutex);
+    eventsById.clear();
     events.Append(std::move(event));
   }
 }

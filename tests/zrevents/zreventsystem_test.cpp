@@ -210,6 +210,31 @@ TEST_F(EventSystem, FindsTheFirstOfTwoEventsOfOneNameOrId) {
   EXPECT_EQ("Same", Narrow(Store().LockEvent(wtouuid(Wide(EventXml::Id(1))))->Name()));
 }
 
+TEST_F(EventSystem, FindsTheFirstOfOneIdInTheOrderAfterSorting) {
+  LoadDocument(Body("", Always("C", 1).Xml() + Always("B", 1).Xml() + Always("A", 2).Xml() +
+                            Always("D", 1).Xml()));
+  const uuid first = wtouuid(Wide(EventXml::Id(1)));
+  EXPECT_EQ("C", Narrow(Store().LockEvent(first)->Name()));
+  Store().Sort();
+  EXPECT_EQ("B", Narrow(Store().LockEvent(first)->Name()));
+  EXPECT_EQ("A", Narrow(Store().LockEvent(wtouuid(Wide(EventXml::Id(2))))->Name()));
+  EXPECT_EQ(nullptr, Store().LockEvent(uuid::null));
+  EXPECT_EQ(nullptr, Store().LockEvent(wtouuid(Wide(EventXml::Id(3)))));
+}
+
+TEST_F(EventSystem, FindsEventsThatJoinAndLeaveAfterSorting) {
+  LoadDocument(Body("", Always("A", 1).Xml()));
+  Store().Sort();
+  XmlDocument more;
+  ASSERT_TRUE(more.Parse(Body("", Always("B", 2).Xml()).c_str()));
+  EXPECT_TRUE(Store().LoadXml(more));
+  EXPECT_NE(nullptr, Store().LockEvent(wtouuid(Wide(EventXml::Id(1)))));
+  EXPECT_NE(nullptr, Store().LockEvent(wtouuid(Wide(EventXml::Id(2)))));
+  Store().Sort();
+  Store().Reset();
+  EXPECT_EQ(nullptr, Store().LockEvent(wtouuid(Wide(EventXml::Id(1)))));
+}
+
 TEST_F(EventSystem, FindsGroupsByIdAndByExactName) {
   LoadDocument(Body(GroupXml(kGroupA, "Own")));
   EXPECT_EQ(Store().LockEventsGroup(L"Own"), Store().LockEventsGroup(wtouuid(Wide(kGroupA))));

@@ -35,6 +35,13 @@ class ZRFileSystem {
   // A new file is its owner's and its group's alone (0640).
   [[nodiscard]] virtual tagHandle OpenFile(tagHandle folder, const char* below,
                                            tagAccess access) = 0;
+  // The same, and its size, which Size would give at once afterwards; -1 if that fails.
+  [[nodiscard]] virtual tagHandle OpenFileSized(tagHandle folder, const char* below,
+                                                tagAccess access, std::int64_t& size) {
+    const tagHandle opened = OpenFile(folder, below, access);
+    size = opened == kNone ? -1 : Size(opened);
+    return opened;
+  }
   // Gives back its lock too. kNone does nothing.
   virtual void Close(tagHandle handle) = 0;
 

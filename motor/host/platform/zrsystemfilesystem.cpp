@@ -73,6 +73,8 @@ int OpenStepByStep(int folder, const char* below, int flags) {
 
 int OpenBelow(int folder, const char* below, int flags) {
   if (!StaysBelow(below)) return ZRFileSystem::kNone;
+  if (std::strchr(below, '/') == nullptr)
+    return Repeated([&] { return ::openat(folder, below, flags | O_NOFOLLOW, kFileMode); });
   struct open_how how {};
   how.flags = static_cast<unsigned>(flags);
   how.mode = (flags & O_CREAT) != 0 ? kFileMode : 0;
@@ -113,14 +115,21 @@ ZRFileSystem::tagHandle ZRSystemFileSystem::OpenFolder(tagHandle folder, const c
 
 ZRFileSystem::tagHandle ZRSystemFileSystem::OpenFile(tagHandle folder, const char* below,
                                                      tagAccess access) {
+  std::int64_t size = 0;
+  return OpenFileSized(folder, below, access, size);
+}
+
+ZRFileSystem::tagHandle ZRSystemFileSystem::OpenFileSized(tagHandle folder, const char* below,
+                                                          tagAccess access, std::int64_t& size) {
   constexpr int kAlways = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
   const int how = access == tagAccess::kRead        ? O_RDONLY
                   : access == tagAccess::kReadWrite ? O_RDWR
                                                     : O_RDWR | O_CREAT | O_EXCL;
   const tagHandle handle = OpenBelow(folder, below, how | kAlways);
-  if (handle == kNone || Size(handle) >= 0) return handle;
+  size = handle == kNone ? -1 : Size(handle);
+  if (size >= 0) return handle;
   const int error = errno;
-  ::close(handle);
+  if (handle != kNone) ::close(handle);
   errno = error;
   return kNone;
 }

@@ -8,6 +8,8 @@ class ZRSystemFileSystem : public ZRFileSystem {
   [[nodiscard]] tagHandle OpenFolder(const char* path) override;
   [[nodiscard]] tagHandle OpenFolder(tagHandle folder, const char* below) override;
   [[nodiscard]] tagHandle OpenFile(tagHandle folder, const char* below, tagAccess access) override;
+  [[nodiscard]] tagHandle OpenFileSized(tagHandle folder, const char* below, tagAccess access,
+                                        std::int64_t& size) override;
   void Close(tagHandle handle) override;
 
   [[nodiscard]] std::int64_t Size(tagHandle file) override;

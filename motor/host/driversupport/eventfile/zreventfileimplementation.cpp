@@ -61,9 +61,18 @@ void ZREventFile::CImplementation::Tell(ZREventFileTrouble trouble, int error) c
 bool ZREventFile::CImplementation::OpenHandles(bool anew) {
   const auto access =
       isReadOnly ? ZRFileSystem::tagAccess::kRead : ZRFileSystem::tagAccess::kReadWrite;
-  root = ZREventFileSync::Get().OpenRoot(*files, path.Root(), anew);
+  ZREventFileSync& sync = ZREventFileSync::Get();
+  if (isReadOnly) {
+    const auto month = sync.OpenMonth(*files, path.Root(), path.YearAndMonthView(), anew);
+    if (!month) return false;
+    file = ZREventFileHandle(*files,
+                             files->OpenFileSized(month->Get(), path.Name(), access, openedSize));
+    return file.IsOpen();
+  }
+  root = sync.OpenRoot(*files, path.Root(), anew);
   if (!root) return false;
-  file = ZREventFileHandle(*files, files->OpenFile(root->Get(), path.Below(), access));
+  file = ZREventFileHandle(*files,
+                           files->OpenFileSized(root->Get(), path.Below(), access, openedSize));
   return file.IsOpen();
 }
 
@@ -72,7 +81,8 @@ bool ZREventFile::CImplementation::OpenHandles(bool anew) {
 bool ZREventFile::CImplementation::Look() {
   reason = "";
   tail = {};
-  const std::int64_t size = files->Size(file.Get());
+  // Who appends asks anew: another one may have appended until the lock was there.
+  const std::int64_t size = isReadOnly ? openedSize : files->Size(file.Get());
   if (size < 0) return false;
   tail.size = static_cast<std::uint64_t>(size);
   if (tail.size < Layout::kHead || tail.size > Layout::kLargestFile) {

@@ -114,6 +114,7 @@ class ZREventFile::CImplementation {
   ZRWString widePath;
   std::shared_ptr<const ZREventFileHandle> root;
   ZREventFileHandle file;
+  std::int64_t openedSize = 0;  // when it was opened
   bool isReadOnly = true;
   bool isLocked = false;
   bool isSure = false;  // the tail was read under the lock, and nothing has failed since

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 // A path in UTF-8, divided into the data folder and `YYYY/MM/name` below it.
 class ZREventFilePath {
@@ -15,6 +16,7 @@ class ZREventFilePath {
   [[nodiscard]] const char* Name() const { return Below() + kNameAt; }
   [[nodiscard]] std::string Year() const { return std::string(Below(), kYear); }
   [[nodiscard]] std::string YearAndMonth() const { return std::string(Below(), kNameAt - 1); }
+  [[nodiscard]] std::string_view YearAndMonthView() const { return {Below(), kNameAt - 1}; }
   [[nodiscard]] std::string Month() const { return std::string(Below() + kYear + 1, kMonth); }
 
  private:

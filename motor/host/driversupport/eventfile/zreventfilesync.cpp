@@ -1,5 +1,6 @@
 #include "host/driversupport/eventfile/zreventfilesync.h"
 
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <iterator>
@@ -55,9 +56,25 @@ class ZREventFileSync::CState {
   tagBatch waiting ZR_GUARDED_BY(mutex);
   int underWay ZR_GUARDED_BY(mutex) = 0;
   std::set<std::string> folders ZR_GUARDED_BY(mutex);
-  std::shared_ptr<const ZREventFileHandle> root ZR_GUARDED_BY(mutex);
-  std::string rootPath ZR_GUARDED_BY(mutex);
-  std::uint32_t rootOpened ZR_GUARDED_BY(mutex) = 0;  // ticks
+  // A folder that was looked for; without a handle if it wasn't there.
+  struct tagFolder {
+    const ZRFileSystem* files = nullptr;
+    std::string path;
+    std::shared_ptr<const ZREventFileHandle> handle;
+    std::uint32_t opened = 0;  // ticks
+
+    [[nodiscard]] bool IsFresh(const ZRFileSystem& of, std::uint32_t now) const {
+      return files == &of && now - opened < kSecond;
+    }
+  };
+  void ForgetOpen() ZR_REQUIRES(mutex) {
+    root = {};
+    months = {};
+    nextMonth = 0;
+  }
+  tagFolder root ZR_GUARDED_BY(mutex);
+  std::array<tagFolder, 4> months ZR_GUARDED_BY(mutex);
+  std::size_t nextMonth ZR_GUARDED_BY(mutex) = 0;  // the one to be replaced
 };
 
 ZREventFileSync& ZREventFileSync::Get() {
@@ -99,7 +116,7 @@ void ZREventFileSync::Stop() {
   state->isStopping = false;
   state->folders.clear();
   state->waiting = {};
-  state->root.reset();
+  state->ForgetOpen();
 }
 
 bool ZREventFileSync::Flush() {
@@ -172,7 +189,7 @@ void ZREventFileSync::NoteDurableFolder(const std::string& folder) {
 void ZREventFileSync::ForgetFolder(const std::string& folder) {
   const ZRMutexLock lock(state->mutex);
   state->folders.erase(folder);
-  state->root.reset();
+  state->ForgetOpen();
 }
 
 std::shared_ptr<const ZREventFileHandle> ZREventFileSync::OpenRoot(ZRFileSystem& files,
@@ -180,18 +197,44 @@ std::shared_ptr<const ZREventFileHandle> ZREventFileSync::OpenRoot(ZRFileSystem&
   const std::uint32_t now = ZRPlatform::Get().TickCount();
   {
     const ZRMutexLock lock(state->mutex);
-    const bool isFresh = state->root && now - state->rootOpened < kSecond;
-    if (!anew && isFresh && &state->root->Files() == &files && state->rootPath == path)
-      return state->root;
+    const CState::tagFolder& known = state->root;
+    if (!anew && known.IsFresh(files, now) && known.path == path) return known.handle;
   }
   auto opened = std::make_shared<const ZREventFileHandle>(files, files.OpenFolder(path));
   if (!opened->IsOpen()) return nullptr;
   const ZRMutexLock lock(state->mutex);
-  if (state->isRunning) {
-    state->root = opened;
-    state->rootPath = path;
-    state->rootOpened = now;
+  if (state->isRunning) state->root = {&files, path, opened, now};
+  return opened;
+}
+
+std::shared_ptr<const ZREventFileHandle> ZREventFileSync::OpenMonth(ZRFileSystem& files,
+                                                                    const char* path,
+                                                                    std::string_view below,
+                                                                    bool anew) {
+  const std::uint32_t now = ZRPlatform::Get().TickCount();
+  if (!anew) {
+    const ZRMutexLock lock(state->mutex);
+    for (const CState::tagFolder& known : state->months) {
+      if (!known.IsFresh(files, now) || !known.path.ends_with(below) ||
+          known.path.compare(0, known.path.size() - below.size(), path) != 0)
+        continue;
+      errno = ENOENT;
+      return known.handle;
+    }
   }
+  const auto root = OpenRoot(files, path, anew);
+  if (!root) return nullptr;
+  const std::string name(below);
+  auto opened =
+      std::make_shared<const ZREventFileHandle>(files, files.OpenFolder(root->Get(), name.c_str()));
+  const int error = errno;
+  if (!opened->IsOpen()) opened.reset();
+  const ZRMutexLock lock(state->mutex);
+  if (state->isRunning && (opened || error == ENOENT)) {
+    state->months[state->nextMonth] = {&files, path + name, opened, now};
+    state->nextMonth = (state->nextMonth + 1) % state->months.size();
+  }
+  errno = error;
   return opened;
 }
 

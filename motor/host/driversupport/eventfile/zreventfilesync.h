@@ -64,6 +64,12 @@ class ZREventFileSync {
   // That folder may not be, and the data folder may be another one.
   void ForgetFolder(const std::string& folder);
 
+  // The folder of the month `below` ("2024/03") of a data folder, open, as OpenRoot has it; null,
+  // with ENOENT, also if it wasn't there within the last second and nobody here has made it since.
+  [[nodiscard]] std::shared_ptr<const ZREventFileHandle> OpenMonth(ZRFileSystem& files,
+                                                                   const char* path,
+                                                                   std::string_view below,
+                                                                   bool anew);
   // The data folder of that path, open; null if it can't be opened. One that was opened within the
   // last second, between Start and Stop, is given again, unless `anew`.
   [[nodiscard]] std::shared_ptr<const ZREventFileHandle> OpenRoot(ZRFileSystem& files,

@@ -150,4 +150,38 @@ TEST_F(EventFileSync, RecordsOfManyFilesAreMadeDurableTogether) {
     EXPECT_EQ(Load(each).size(), 1u);
 }
 
+// --- what needn't be found out for each file again ---
+
+TEST_F(EventFileSync, TheFirstRecordOfAMonthIsReadAtOnce) {
+  ZREventFile reader(true);
+  EXPECT_FALSE(reader.Open(path.Text(), true));
+  EXPECT_EQ(errno, ENOENT);
+  SaveNext(1);
+  ASSERT_TRUE(reader.Open(path.Text(), true));
+  EXPECT_EQ(reader.numRecords, 1);
+}
+
+TEST_F(EventFileSync, ReadingAMonthAgainOpensNoFolder) {
+  SaveNext(1);
+  EXPECT_EQ(Load(path), all);
+  const std::uint64_t before = folder.disk.Calls();
+  ZREventFile reader(true);
+  ASSERT_TRUE(reader.Open(path.Text(), true));
+  reader.Close();
+  EXPECT_EQ(folder.disk.Calls() - before, 3u) << "open, size, read";
+}
+
+TEST_F(EventFileSync, AMonthThatIsMissingIsLookedForAgainAfterASecond) {
+  ZREventFile reader(true);
+  EXPECT_FALSE(reader.Open(path.Text(), true));
+  std::uint64_t before = folder.disk.Calls();
+  EXPECT_FALSE(reader.Open(path.Text(), true));
+  EXPECT_EQ(errno, ENOENT);
+  EXPECT_EQ(folder.disk.Calls(), before);
+  folder.time.Advance(1000);
+  before = folder.disk.Calls();
+  EXPECT_FALSE(reader.Open(path.Text(), true));
+  EXPECT_GT(folder.disk.Calls(), before);
+}
+
 }  // namespace
