@@ -33,6 +33,12 @@ INTRODUCTION = """\
 - **Loading** is `ZREventServer::LoadCfg` of such a document, from the file to the sorted store. The document of
   1,000,000 events is larger than one file may be: there the same steps are called one by one, without that limit.
 - **The active service** writes every event of a store in which all are active, into memory, without compression.
+- **A month** of the history is asked for as the logger service asks: files that lie in the system's cache are read,
+  checked, and put together into occurrences in their order. SQLite (WAL) has the same records in one table with an
+  index on the time, in the order in which they happened, and its rows become occurrences by the same objects. A scan
+  reads every record of the files and makes nothing of it. The time is that of one record.
+- **An append** opens the file, writes one record and closes it, as an event does; in SQLite it is one insert. Where it
+  is synced the figure is the time that went by, the disk's included.
 """
 
 
@@ -74,7 +80,7 @@ class Results:
     def take(self, entry):
         if entry.get("error_occurred"):
             sys.exit(f"{entry['name']}: {entry.get('error_message', 'failed')}")
-        name = re.sub(r"/(repeats|iterations):\d+", "", entry["run_name"])
+        name = re.sub(r"/((repeats|iterations):\d+|process_time|real_time)", "", entry["run_name"])
         kind = entry.get("aggregate_name")
         if kind == "cv":
             self.spread[name] = entry["cpu_time"]
@@ -91,6 +97,17 @@ class Results:
 
     def each(self, shape, contender, count=100_000):
         seconds = self.get(f"pass/{shape}/{contender}/{count}", "each")
+        return None if seconds is None else seconds * 1e9
+
+    def went_by(self, name):
+        """Nanoseconds that went by, those of the disk included."""
+        scale = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
+        entry = self.median.get(name)
+        return None if entry is None else entry["real_time"] * scale[entry["time_unit"]]
+
+    def record(self, shape, contender):
+        """Nanoseconds of one record of a month."""
+        seconds = self.get(f"month/{shape}/{contender}", "each")
         return None if seconds is None else seconds * 1e9
 
     def cycle(self, kind, count):
@@ -138,6 +155,38 @@ def goals(r, shapes):
          ratio(loads[1_000_000], loads[100_000]), "{:.2f} times", lambda v: v <= 1.5),
         ("The active service, of 10,000 events: at most 300 ns for each",
          r.cycle("ActiveService", 10_000), "{:.0f} ns", lambda v: v <= 300),
+    ] + history_goals(r)
+
+
+MONTHS = ("one event", "1,000 events", "10,000 events")
+
+
+def history_goals(r):
+    def by(shape):
+        return ratio(r.record(shape, "sqlite"), r.record(shape, "ours"))
+
+    def slower(value):
+        return None if value is None else 1 / value
+
+    synced = ratio(r.went_by("append synced/ours"), r.went_by("append synced/bare"))
+    return [
+        ("A month of one event, 1,000,000 records: at least 8 times SQLite's speed", by(MONTHS[0]), "{:.1f} times",
+         lambda v: v >= 8),
+        ("A month of 1,000 events, 1,000 records each: at least 2.5 times SQLite's speed", by(MONTHS[1]),
+         "{:.1f} times", lambda v: v >= 2.5),
+        ("A month of 10,000 events, 8 records each: at most 1.5 times SQLite's time", slower(by(MONTHS[2])),
+         "{:.1f} times", lambda v: v <= 1.5),
+        ("One hour out of 1,000,000 records: at most 2 ms", ratio(r.nanoseconds("hour/one event/ours"), 1e6),
+         "{:.2f} ms", lambda v: v <= 2),
+        ("Totals: at most 1.3 times the query",
+         worst((ratio(r.record(m, "totals"), r.record(m, "ours")) for m in MONTHS), max),
+         "{:.2f} times, in the worst month", lambda v: v <= 1.3),
+        ("An append without a sync: at most 6 µs", ratio(r.nanoseconds("append/ours"), 1e3), "{:.1f} µs",
+         lambda v: v <= 6),
+        ("A synced append: at most 1.3 times opening, writing, syncing and closing a bare file", synced,
+         "{:.2f} times", lambda v: v <= 1.3),
+        ("10,000 transitions one behind the other, in adaptive durability: at most 0.3 s",
+         ratio(r.went_by("pass of transitions/10,000"), 1e9), "{:.2f} s", lambda v: v <= 0.3),
     ]
 
 
@@ -194,6 +243,32 @@ def engine_table(r):
     return table(["Engine", "for each event; allocations in all passes", "spread"], rows)
 
 
+def month_table(r):
+    rows = [[month] + [cell(r.record(month, who), "{:.0f}") for who in ("ours", "totals", "scan", "sqlite")]
+            for month in MONTHS]
+    return table(["A month, for each record", "ours, ns", "totals, ns", "scan, ns", "SQLite, ns"], rows)
+
+
+def append_table(r):
+    rows = [["without a sync", cell(ratio(r.nanoseconds("append/ours"), 1e3), "{:.1f}"),
+             cell(ratio(r.nanoseconds("append/bare"), 1e3), "{:.1f}"),
+             cell(ratio(r.nanoseconds("append/sqlite, NORMAL"), 1e3), "{:.1f}")],
+            ["synced, time that went by", cell(ratio(r.went_by("append synced/ours"), 1e3), "{:.0f}"),
+             cell(ratio(r.went_by("append synced/bare"), 1e3), "{:.0f}"),
+             cell(ratio(r.went_by("append synced/sqlite, FULL"), 1e3), "{:.0f}")]]
+    return table(["An append", "ours, µs", "bare file, µs", "SQLite, µs"], rows)
+
+
+def growth_table(r):
+    counts = (2_000, 20_000, 200_000)
+    rows = []
+    for events in (1, 10, 100, 1_000, 10_000):
+        figures = [r.nanoseconds(f"growth/{events}/{count}") for count in counts]
+        rows.append([f"{events:,} events"] + [cell(ratio(figure, count), "{:.0f}")
+                                              for figure, count in zip(figures, counts)])
+    return table(["Growth, ns for each record"] + [f"{count:,} records" for count in counts], rows)
+
+
 def machine_table(r, command):
     compiler = run_text(["g++", "-dumpfullversion"])
     facts = [("Processor", f"{cpu_model()}, {os.cpu_count()} cores"),
@@ -220,7 +295,8 @@ def main():
     print("\n## Goals\n")
     print(goal_table(r, shapes))
     print("\n## Figures\n\nMedians. The spread is the standard deviation of the repetitions by their mean.\n")
-    print("\n\n".join([evaluation_table(r, shapes), analysis_table(r, shapes), engine_table(r)]))
+    print("\n\n".join([evaluation_table(r, shapes), analysis_table(r, shapes), engine_table(r), month_table(r),
+                       append_table(r), growth_table(r)]))
 
 
 if __name__ == "__main__":
