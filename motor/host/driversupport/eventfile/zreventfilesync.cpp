@@ -197,8 +197,8 @@ std::shared_ptr<const ZREventFileHandle> ZREventFileSync::OpenRoot(ZRFileSystem&
   const std::uint32_t now = ZRPlatform::Get().TickCount();
   {
     const ZRMutexLock lock(state->mutex);
-    const CState::tagFolder& known = state->root;
-    if (!anew && known.IsFresh(files, now) && known.path == path) return known.handle;
+    if (!anew && state->root.IsFresh(files, now) && state->root.path == path)
+      return state->root.handle;
   }
   auto opened = std::make_shared<const ZREventFileHandle>(files, files.OpenFolder(path));
   if (!opened->IsOpen()) return nullptr;
