@@ -1,5 +1,8 @@
 // Mails of a running site, to a real server.
 
+#include <chrono>
+#include <thread>
+
 #include "tessaly/program/programfixture.h"
 #include "zrevents/peers/mailbox.h"
 
@@ -19,19 +22,36 @@ class ProgramMails : public Program {
     site.Write("config/users.toml", "[[user]]\nname = \"ana\"\nmail = [\"ana@example.org\"]\n");
   }
   ~ProgramMails() override {
-    EXPECT_EQ(std::string::npos, Log().find(kPassword));
-    EXPECT_EQ(std::string::npos, FileText(site.path / "data/system-events.sqlite").find(kPassword));
+    EXPECT_EQ(std::string::npos, (program->Out() + Log()).find(kPassword));
+    EXPECT_EQ((std::vector<std::string>{"tessaly.toml"}), FilesWithThePassword());
     std::vector<std::string> left;
     for (const auto& entry : std::filesystem::directory_iterator(site.path / "share"))
       left.push_back(entry.path().filename().string());
     EXPECT_EQ(std::vector<std::string>{"msmtp"}, left);
     EXPECT_TRUE(ProcessesNaming(site.path.string()).empty());
   }
-  void MailSettings(int port, const std::string& more) const {
-    Settings("[log]\nlevel = 0\n[smtp]\nserver = \"127.0.0.1\"\nport = " + std::to_string(port) +
-             "\nfrom = \"hall@example.org\"\n" + more);
+  void MailSettings(int port, const std::string& more, const std::string& log = "terminal") const {
+    Settings("[log]\nlevel = 0\ntarget = \"" + log + "\"\n[smtp]\nserver = \"127.0.0.1\"\nport = " +
+             std::to_string(port) + "\nfrom = \"hall@example.org\"\n" + more);
   }
   [[nodiscard]] std::string Log() const { return program->Error(); }
+  // Waits until the log file holds `text`.
+  [[nodiscard]] bool Logs(const std::string& text) const {
+    const auto end = std::chrono::steady_clock::now() + RunningProgram::kPatience;
+    while (FileText(site.path / "tessaly.log").find(text) == std::string::npos) {
+      if (std::chrono::steady_clock::now() > end) return false;
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return true;
+  }
+  // What is kept and left below the site, by the names of the files.
+  [[nodiscard]] std::vector<std::string> FilesWithThePassword() const {
+    std::vector<std::string> found;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(site.path))
+      if (entry.is_regular_file() && FileText(entry.path()).find(kPassword) != std::string::npos)
+        found.push_back(entry.path().lexically_relative(site.path).string());
+    return found;
+  }
 };
 
 TEST_F(ProgramMails, AreDeliveredEncryptedAndWithALogin) {
@@ -50,6 +70,22 @@ TEST_F(ProgramMails, AreDeliveredEncryptedAndWithALogin) {
   EXPECT_EQ(kDone, Stop());
   EXPECT_EQ(kDone, Run({"sysevents"}));
   EXPECT_EQ("", out);
+}
+
+// A log file, so that it is among what is searched for the password.
+TEST_F(ProgramMails, WithAWrongPasswordKeepItOutOfTheLogAndOfWhatIsLeft) {
+  const Certificate certificate;
+  const Mailbox box(
+      {"--tls", certificate.File(), certificate.Key(), "--login", "hall", "another one"});
+  MailSettings(box.Port(),
+               std::string("authenticated = true\nssl = true\nuser = \"hall\"\n") +
+                   "queue = 0\npassword = \"" + kPassword + "\"\n",
+               "tessaly.log");
+  program = std::make_unique<RunningProgram>(Words({"run", site.path.string(), "--port", "0"}));
+  EXPECT_TRUE(Logs("to ana@example.org (errorCode: 77)")) << FileText(site.path / "tessaly.log");
+  EXPECT_EQ(kDone, Stop());
+  EXPECT_TRUE(Logs("All eMail groups have been managed. Going out.\n"));
+  EXPECT_EQ("", box.Envelope());
 }
 
 TEST_F(ProgramMails, ThatAreDroppedAreASystemEvent) {
