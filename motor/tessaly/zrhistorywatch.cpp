@@ -59,15 +59,17 @@ ZRHistoryWatch::ZRHistoryWatch() : lostBefore(ZREventDriver::LostRecords()) {}
 void ZRHistoryWatch::Look() {
   const long long waiting = WaitingRecords();
   const std::uint64_t troubles = HinderingTroubles();
-  if (waiting > 0 && !doWait) {
+  const bool isHindered = troubles > troublesBefore;
+  if (waiting > 0 && !doWait && (isHindered || didWaitBefore)) {
     logger(kLogDelivery, L"%lld records of the history wait to be written%s", waiting,
-           troubles > troublesBefore ? (": data files " + TroublesText()).c_str()
-                                     : ": their files are in use");
+           isHindered ? (": data files " + TroublesText()).c_str() : ": their files are in use");
+    doWait = true;
   } else if (waiting == 0 && doWait) {
     logger(kLogNotice, L"no record of the history waits any more");
+    doWait = false;
   }
-  doWait = waiting > 0;
-  if (!doWait) troublesBefore = troubles;
+  didWaitBefore = waiting > 0;
+  if (!didWaitBefore) troublesBefore = troubles;
 }
 
 void ZRHistoryWatch::SayWhatIsLost() {
@@ -78,6 +80,7 @@ void ZRHistoryWatch::SayWhatIsLost() {
   }
   lostBefore = lost;
   doWait = false;
+  didWaitBefore = false;
 }
 
 void ZRHistoryWatch::SayTroubles() {

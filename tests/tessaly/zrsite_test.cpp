@@ -3,11 +3,13 @@
 #include <gtest/gtest.h>
 
 #include "host/driversupport/zrlivevalue.h"
+#include "host/platform/zrthread.h"
 #include "host/platform/zrvirtualtime.h"
 #include "host/tools/zrdatetime.h"
 #include "host/tools/zrstringtable.h"
 #include "support/eventxml.h"
 #include "support/findinglines.h"
+#include "support/historytest.h"
 #include "support/logcapture.h"
 #include "support/sitefolder.h"
 #include "zrevents/zreventdriver.h"
@@ -277,6 +279,42 @@ TEST_F(Site, SaysWhenRecordsBeginToWaitAndWhenTheyCouldBeWritten) {
   EXPECT_TRUE(std::filesystem::exists(folder.path / "file/2026/01/A 01-2026.suc"));
   site.Stop();
   EXPECT_EQ(log.Starting("1 records of the history were still waiting").size(), 0u);
+}
+
+// A reader has the files of the event when it ends. A single look says nothing: it could have met
+// a record on its way to the disk.
+TEST_F(Site, SaysThatFilesAreInUseWhenTwoLooksFindARecordWaiting) {
+  Settings(
+      "history.durability = \"off\"\n"
+      "[[driver]]\ntype = \"simulator\"\nname = \"s\"\n[[driver.variable]]\nname = \"V\"\n"
+      "form = \"switch\"\non_s = 5\noff_s = 5\n");
+  Events(EventXml("A").Condition("[s.V] = 1").Record().Xml());
+  ASSERT_EQ(LoadSettings(), Lines{});
+  ASSERT_EQ(MakeDrivers(), Lines{});
+  ASSERT_EQ(StartDrivers(), Lines{});
+  site.LoadEvents({});
+  const LogCapture log(kLogDelivery);
+  ASSERT_TRUE(site.StartEngine());
+  time.Advance(3000);
+  site.WatchHistory();  // what went wrong in other tests is behind it
+  ZREventDriver* const event = *ZREventSystem::Get().EventsBegin();
+  ZRThread reader;
+  (void)reader.Start([event] {
+    SlowWriting response(5000);
+    const ZRDateTime now = ZRDateTime::UTC();
+    const ZRDateTime start = ZRDateTime::FromUtcMilliseconds(now.UtcMilliseconds() - 3000);
+    event->LoadFileEvents(start, now, response);
+  });
+  time.Advance(4000);
+  ASSERT_EQ(event->WaitingRecords(), 1);
+  site.WatchHistory();
+  EXPECT_EQ(log.Lines().size(), 0u);
+  site.WatchHistory();
+  site.WatchHistory();
+  EXPECT_EQ(
+      log.Starting("1 records of the history wait to be written: their files are in use").size(),
+      1u);
+  reader.Join();
 }
 
 TEST_F(Site, SaysHowManyRecordsAreLost) {
