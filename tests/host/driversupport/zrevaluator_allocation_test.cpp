@@ -19,23 +19,23 @@ void* Allocate(std::size_t size) {
 
 }  // namespace
 
-// Of this whole test program, to be counted.
+// Of this whole test program, to be counted. Not inlined: the compiler would miss their partners.
 void* operator new(std::size_t size) {
   return Allocate(size);
 }
 void* operator new[](std::size_t size) {
   return Allocate(size);
 }
-void operator delete(void* memory) noexcept {
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
   std::free(memory);
 }
-void operator delete[](void* memory) noexcept {
+[[gnu::noinline]] void operator delete[](void* memory) noexcept {
   std::free(memory);
 }
-void operator delete(void* memory, std::size_t /*size*/) noexcept {
+[[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept {
   std::free(memory);
 }
-void operator delete[](void* memory, std::size_t /*size*/) noexcept {
+[[gnu::noinline]] void operator delete[](void* memory, std::size_t /*size*/) noexcept {
   std::free(memory);
 }
 
