@@ -20,10 +20,10 @@ void* Allocate(std::size_t size) {
 }  // namespace
 
 // Of this whole test program, to be counted. Not inlined: the compiler would miss their partners.
-void* operator new(std::size_t size) {
+[[gnu::noinline]] void* operator new(std::size_t size) {
   return Allocate(size);
 }
-void* operator new[](std::size_t size) {
+[[gnu::noinline]] void* operator new[](std::size_t size) {
   return Allocate(size);
 }
 [[gnu::noinline]] void operator delete(void* memory) noexcept {
