@@ -46,7 +46,9 @@ class History : public Program {
   }
   [[nodiscard]] std::string Content(const std::filesystem::path& path) const {
     std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::ostringstream content;
+    content << file.rdbuf();
+    return content.str();
   }
   bool Says(const std::string& text) const { return error.find(text) != std::string::npos; }
 };
