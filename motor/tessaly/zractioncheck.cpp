@@ -127,9 +127,10 @@ class CActionCheck {
       return " has a filter in " + Quoted(text) + ": only a variable itself can be forced";
     ZRDriverVariable variable;
     variable.Setup(name);
-    if (!variable.IsValid())
+    if (!variable.IsValid()) {
       return ": no driver has the variable " + Quoted(text) +
              (text.starts_with('[') ? "" : ": it is written in brackets");
+    }
     tagSVariableValueInfo info;
     (void)variable.ValueInfo(info);
     if ((info.flags & tagSVariableValueInfo::kForceable) == 0)

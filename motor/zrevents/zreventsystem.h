@@ -112,7 +112,7 @@ class ZREVENTS_API ZREventSystem {
   tagEvents events;
   struct tagIdOfEvent {
     uuid id;
-    ZREventDriver* event;
+    ZREventDriver* event = nullptr;
   };
   std::vector<tagIdOfEvent> eventsById;  // ascending, stable; of all events, or empty
   ZROwnedList<ZRTimeTable> timeTables;

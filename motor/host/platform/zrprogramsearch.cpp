@@ -18,7 +18,7 @@ bool CanBeExecuted(const std::string& path) {
 }  // namespace
 
 std::string ZRProgramSearch::Find(const std::string& name) {
-  const char* const folders = std::getenv("PATH");
+  const char* const folders = std::getenv("PATH");  // NOLINT(concurrency-mt-unsafe): never set here
   return Find(name, folders != nullptr ? folders : kUsualFolders);
 }
 

@@ -44,7 +44,7 @@ bool WriteHead(const ZREventFileHandle& file, const ZREventFile::CNewFileTemplat
   head.capacity = static_cast<std::uint32_t>(newFile.Capacity());
   head.type = newFile.Type();
   NewGUID(&head.id);
-  std::array<unsigned char, Layout::kHead> bytes;
+  std::array<unsigned char, Layout::kHead> bytes{};
   Layout::WriteHead(head, bytes.data());
   return file.Write(bytes.data(), bytes.size(), 0);
 }
@@ -52,7 +52,7 @@ bool WriteHead(const ZREventFileHandle& file, const ZREventFile::CNewFileTemplat
 std::string TemporaryName() {
   uuid random;
   NewGUID(&random);
-  std::array<char, kUuidTextLength + 1> text;
+  std::array<char, kUuidTextLength + 1> text{};
   guidtoc(random, text.data());
   return std::string(".tmp-") + text.data();
 }

@@ -70,9 +70,10 @@ bool ZREventFileBlocks::FindLast(tagWhole& last) {
 int ZREventFileBlocks::FirstAtOrAfter(double date) {
   const tagBetween between = Search([&](const tagKey& key) { return key.highest < date; });
   if (between.before && Load(between.before->block)) {
-    for (std::size_t i = 0; i < offsets.size(); ++i)
+    for (std::size_t i = 0; i < offsets.size(); ++i) {
       if (offsets[i] != kNowhere && !(Layout::Highest(buffer.get() + offsets[i]) < date))
         return static_cast<int>(first + i);
+    }
   }
   return between.after ? static_cast<int>(between.after->index) : -1;
 }
@@ -268,7 +269,7 @@ std::optional<ZREventFileBlocks::tagKey> ZREventFileBlocks::Key(std::uint64_t bl
 std::optional<ZREventFileBlocks::tagKey> ZREventFileBlocks::Peek(std::uint64_t block) const {
   const std::uint64_t start = block * kBlock;
   const std::size_t skip = block == 0 ? Layout::kHead : 0;
-  std::array<unsigned char, kPeek> look;
+  std::array<unsigned char, kPeek> look{};
   const std::int64_t got = file->Read(
       look.data(), std::min<std::uint64_t>(look.size(), end - start - skip), start + skip);
   if (got <= 0) return std::nullopt;

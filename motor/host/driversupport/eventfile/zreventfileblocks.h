@@ -33,9 +33,9 @@ class ZREventFileBlocks {
   // How many records it has.
   void SetCount(int records);
 
-  // The first `count` bytes of the file, which stay loaded as its block 0; at most one block. Null
+  // The first `wanted` bytes of the file, which stay loaded as its block 0; at most one block. Null
   // if they can't be read.
-  [[nodiscard]] const unsigned char* Begin(const ZREventFileHandle& toRead, std::size_t count);
+  [[nodiscard]] const unsigned char* Begin(const ZREventFileHandle& toRead, std::size_t wanted);
 
   // The last whole record. False if the file can't be read.
   [[nodiscard]] bool FindLast(tagWhole& last);
@@ -85,9 +85,9 @@ class ZREventFileBlocks {
   };
 
   void Forget();
-  void MakeRoom(std::size_t count);
+  void MakeRoom(std::size_t wanted);
   [[nodiscard]] bool Load(std::uint64_t block);
-  [[nodiscard]] bool LoadLong(std::uint64_t start, std::size_t count);
+  [[nodiscard]] bool LoadLong(std::uint64_t start, std::size_t length);
   void Parse(std::size_t from, std::size_t until);
   [[nodiscard]] bool ParseWhole(std::size_t from, std::size_t until);
   void ParseDamaged(std::size_t from, std::size_t until);

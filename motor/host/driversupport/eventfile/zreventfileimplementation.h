@@ -17,6 +17,9 @@
 // Room for some bytes that costs nothing while they are few.
 class ZREventFileBytes {
  public:
+  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init, modernize-use-equals-default): as said
+  ZREventFileBytes() {}
+
   static constexpr std::size_t kFew = 1024;
 
   // What was in it before is lost.

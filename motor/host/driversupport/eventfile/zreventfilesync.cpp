@@ -274,9 +274,10 @@ bool ZREventFileSync::CState::WriteAgain(tagBatch& batch) {
     std::vector<ZREventFile::tagWritten>& records = at->second;
     ZREventFile file(true);
     bool isOpen = file.Open(path, false);
-    if (!isOpen && errno == ENOENT)
+    if (!isOpen && errno == ENOENT) {
       isOpen = ZREventFile::Create(path, {ZREventFile::kType, ZREventFile::kCapacity}) &&
                file.Open(path, false);
+    }
     if (isOpen && file.WriteAgain(records.data(), records.size())) {
       for (const auto& record : records)
         batch.bytes -= record.annotation.size();
