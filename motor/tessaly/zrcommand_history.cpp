@@ -71,9 +71,10 @@ bool FindEvents(const ZRCommand& command, ZREventLoggerInfo& info, ZREventNames&
     info.AddVariable((*event)->Id());
     missing.erase(std::remove(missing.begin(), missing.end(), name), missing.end());
   }
-  for (const std::string& name : missing)
+  for (const std::string& name : missing) {
     std::fprintf(stderr, "tessaly: %s has no event '%s'\n", ShownText(command.site).c_str(),
                  ShownText(name).c_str());
+  }
   return missing.empty();
 }
 

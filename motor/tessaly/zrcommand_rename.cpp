@@ -61,9 +61,10 @@ void PrintPlan(const ZRRenamePlan& plan) {
 std::size_t CountMoved(const ZRRenamePlan& plan, const std::string& folder) {
   std::size_t moved = 0;
   std::error_code ignored;
-  for (const ZRRenamePlan::tagEvent& event : plan.events)
+  for (const ZRRenamePlan::tagEvent& event : plan.events) {
     for (const ZRRenamePlan::tagMove& move : event.moves)
       if (!move.isTaken && !std::filesystem::exists(folder + move.from, ignored)) ++moved;
+  }
   return moved;
 }
 

@@ -79,9 +79,10 @@ bool CRun::LoadSite() {
     std::fprintf(stderr, "tessaly: the log can't be opened: %s\n", reason.c_str());
     return false;
   }
-  if (!lock.Reason().empty())
+  if (!lock.Reason().empty()) {
     logger(kLogDelivery, L"%s can't be made, so a second run wouldn't be noticed: %s",
            ZRSiteLock::kFileName, lock.Reason().c_str());
+  }
   const bool usable = site.TryDocuments(findings);
   LogFindings(findings);
   return usable;

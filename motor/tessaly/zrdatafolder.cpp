@@ -134,8 +134,11 @@ bool ListDataFiles(const std::string& dataFolder, std::vector<ZRDataFile>& files
   std::vector<std::string> names;
   if (!ZRPlatform::Get().ListFolder(dataFolder, names)) return false;
   for (const std::string& year : Numbers(dataFolder, kYearDigits)) {
-    for (const std::string& month : Numbers(dataFolder + year, kMonthDigits))
-      ListMonth(dataFolder, year + "/" + month + "/", files);
+    for (const std::string& month : Numbers(dataFolder + year, kMonthDigits)) {
+      std::string below = year;
+      below.append("/").append(month).append("/");
+      ListMonth(dataFolder, below, files);
+    }
   }
   return true;
 }

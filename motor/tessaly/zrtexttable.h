@@ -9,10 +9,10 @@
 #include "tessaly/zrhistorytext.h"
 
 // Columns as wide as their longest text, two blanks between them, the last one as it comes. Widths
-// count characters. `isNumber`: columns that stand at the right.
+// count characters. `numbers`: columns that stand at the right.
 class ZRTextTable {
  public:
-  ZRTextTable(std::vector<std::string> titles, std::vector<bool> isNumber);
+  ZRTextTable(std::vector<std::string> columns, std::vector<bool> numbers);
 
   // As many cells as there are titles. Widths are noted first, then all rows are written anew:
   // so a long table isn't kept twice.

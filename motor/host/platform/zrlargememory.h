@@ -40,6 +40,8 @@ class ZRLargeMemory {
 template <typename T>
 struct ZRLargeAllocator {
   using value_type = T;
+  // NOLINTNEXTLINE(bugprone-sizeof-expression): of a pointer, where T is one
+  static constexpr std::size_t kEach = sizeof(T);
 
   ZRLargeAllocator() = default;
   template <typename Other>
@@ -47,10 +49,8 @@ struct ZRLargeAllocator {
   explicit(false) ZRLargeAllocator(const ZRLargeAllocator<Other>& /*other*/) {}
 
   [[nodiscard]] T* allocate(std::size_t count) {
-    return static_cast<T*>(ZRLargeMemory::Take(count * sizeof(T)));
+    return static_cast<T*>(ZRLargeMemory::Take(count * kEach));
   }
-  void deallocate(T* data, std::size_t count) noexcept {
-    ZRLargeMemory::Give(data, count * sizeof(T));
-  }
+  void deallocate(T* data, std::size_t count) noexcept { ZRLargeMemory::Give(data, count * kEach); }
   bool operator==(const ZRLargeAllocator& /*other*/) const { return true; }
 };

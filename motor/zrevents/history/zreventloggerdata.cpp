@@ -62,6 +62,7 @@ ZREventLoggerData::CRecordGroupTotalized& ZREventLoggerData::RecordGroupTotalize
   return *recordGroupTotalized;
 }
 
+// NOLINTNEXTLINE(readability-function-size): its arguments are given
 ZREventLoggerData::CDataRecord* ZREventLoggerData::AddRecord(
     const uuid& eventId, const uuid& recordId, const ZRDateTime& date, int value,
     const ZRBasicString<char>& annotation, const ZRBasicString<char>& reserved1,

@@ -212,7 +212,7 @@ class ZREVENTS_API ZREventLoggerData::CRecordGroup {
   static bool Put(CDataRecord& record, const ZRDateTime& date, int value, const char* text);
   void Extend(const CDataRecord& record, std::uint32_t number);
   void BeginRun(std::uint32_t number);
-  void Remember(std::uint32_t run);
+  void Remember(std::uint32_t place);
   void InsertFromCursor(CDataRecord* record);
   // Puts in order what was added since somebody looked.
   void Settle() const {
@@ -264,9 +264,9 @@ class ZREVENTS_HIDDEN ZREventLoggerData::CRecordGroup::CIntake {
   struct tagGathered {
     uuid recordId;
     ZRDateTime date;
-    const char* text;
-    int value;
-    std::uint32_t number;  // of the record
+    const char* text = nullptr;
+    int value = 0;
+    std::uint32_t number = 0;  // of the record
   };
 
   CRecordGroup& group;

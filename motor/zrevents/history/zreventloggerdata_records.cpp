@@ -72,6 +72,7 @@ void CRecordGroup::Reset() {
   *this = CRecordGroup(info);
 }
 
+// NOLINTNEXTLINE(readability-function-size): its arguments are given
 CDataRecord* CRecordGroup::AddRecord(const uuid& eventId, const uuid& recordId,
                                      const ZRDateTime& date, int value,
                                      const ZRBasicString<char>& annotation,
@@ -245,7 +246,8 @@ void CRecordGroup::Merge() const {
 
 template <typename Visit>
 void CRecordGroup::ForEachWaiting(Visit visit) const {
-  for (std::size_t run = waitingRun; run < runs.size(); ++run)
+  for (std::size_t run = waitingRun; run < runs.size(); ++run) {
     for (std::uint32_t i = std::max(runs[run].first, waitingNumber); i != runs[run].end; ++i)
       visit(store->At(i));
+  }
 }

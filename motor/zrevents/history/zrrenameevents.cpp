@@ -22,9 +22,10 @@ using tagNodesById = std::unordered_map<std::string_view, tagNode*>;
 // The events of a list; of those with one id the first.
 tagNodesById EventsById(tagNode& list) {
   tagNodesById events;
-  for (auto child = list.ChildsBegin(); child != list.ChildsEnd(); ++child)
+  for (auto child = list.ChildsBegin(); child != list.ChildsEnd(); ++child) {
     if ((*child)->TagUtf8() == "event" && (*child)->Child("id") != nullptr)
       events.emplace((*child)->ValueUtf8("id"), *child);
+  }
   return events;
 }
 
@@ -88,13 +89,9 @@ class CWalk {
       const ZRWString file = search.GetFileName();
       const ZRWString renamed = NewName(file, oldName, newName);
       const bool fits = Root().Length() + below.Length() + 1 + renamed.Length() < kEventPathSize;
-      if (renamed.IsEmpty() || !fits) {
-        ++errors;
-      } else if (folder.Rename(file, renamed)) {
-        isAnyRenamed = true;
-      } else if (errno != ENOENT) {
-        ++errors;
-      }
+      const bool isRenamed = !renamed.IsEmpty() && fits && folder.Rename(file, renamed);
+      isAnyRenamed = isAnyRenamed || isRenamed;
+      if (!isRenamed && (renamed.IsEmpty() || !fits || errno != ENOENT)) ++errors;
     }
     if (isAnyRenamed && !folder.Sync()) ++errors;
   }
