@@ -145,19 +145,19 @@ class EventFileCrash : public testing::Test {
 };
 
 TEST_F(EventFileCrash, StrictLosesAndDoublesNothing) {
-  const std::uint64_t rounds = Rounds(2000);
+  const std::uint64_t rounds = Rounds(500);
   for (std::uint64_t seed = 1; seed <= rounds && !HasFatalFailure(); ++seed)
     Play(seed, ZRDurability::kStrict);
 }
 
 TEST_F(EventFileCrash, AdaptiveLosesNothingThatWasMadeDurable) {
-  const std::uint64_t rounds = Rounds(2000);
+  const std::uint64_t rounds = Rounds(500);
   for (std::uint64_t seed = 1; seed <= rounds && !HasFatalFailure(); ++seed)
     Play(seed, ZRDurability::kAdaptive);
 }
 
 TEST_F(EventFileCrash, OffLosesNothingWithTheProcess) {
-  const std::uint64_t rounds = Rounds(2000);
+  const std::uint64_t rounds = Rounds(500);
   for (std::uint64_t seed = 1; seed <= rounds && !HasFatalFailure(); ++seed)
     Play(seed, ZRDurability::kOff);
 }
