@@ -58,6 +58,14 @@ class ZRTessalySetup {
   [[nodiscard]] const ZRString& TimeZone() const { return timeZone; }
 
   [[nodiscard]] int HttpServerPort() const { return httpPort; }  // 0: any free one
+  // The address of this machine on which the web server listens, IPv4 or IPv6 in digits.
+  [[nodiscard]] const ZRString& HttpAddress() const { return httpAddress; }
+  // The names under which clients know the web server, besides addresses and localhost.
+  [[nodiscard]] const std::vector<ZRString>& HttpNames() const { return httpNames; }
+  // Files of the certificate and its key, both given or both empty. Relative ones in the file are
+  // below the site.
+  [[nodiscard]] const ZRWString& HttpCertificate() const { return httpCertificate; }
+  [[nodiscard]] const ZRWString& HttpKey() const { return httpKey; }
 
   [[nodiscard]] const ZRString& SmtpServer() const { return smtpServer; }
   [[nodiscard]] const ZRString& SmtpFrom() const { return smtpFrom; }
@@ -108,6 +116,9 @@ class ZRTessalySetup {
   ZRString smsSender{"modem"}, smsProgram{"/usr/bin/gammu"};
   ZRWString smsFolder{L"sms/"};
   std::map<unsigned int, ZRString> smsDevices;  // by port
+  ZRString httpAddress{"127.0.0.1"};
+  std::vector<ZRString> httpNames;
+  ZRWString httpCertificate, httpKey;
   int httpPort = kDefaultHttpPort, smtpPort = 25, smtpSizeQueue = 100, smsSizeQueue = 100;
   int logLevel = 1;
   bool smtpAuthenticated = false, smtpSsl = false;

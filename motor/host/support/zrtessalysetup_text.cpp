@@ -1,4 +1,6 @@
 // What the settings file may hold.
+#include <arpa/inet.h>
+
 #include <algorithm>
 #include <charconv>
 #include <set>
@@ -73,8 +75,12 @@ bool IsFolder(std::string_view path) {
   return !path.empty() && !HasStepUp(path);
 }
 
+bool IsFile(std::string_view path) {
+  return IsFolder(path) && !path.ends_with(kSeparator);
+}
+
 bool IsLogTarget(std::string_view path) {
-  return IsFolder(path) && !path.starts_with(kSeparator) && !path.ends_with(kSeparator);
+  return IsFile(path) && !path.starts_with(kSeparator);
 }
 
 // Of a driver's name and id: they come before a point in the full names of variables and in the
@@ -82,6 +88,23 @@ bool IsLogTarget(std::string_view path) {
 constexpr std::string_view kNameRule = "must have 1 to 100 bytes, and no \".\", \"[\" or \"]\"";
 bool IsName(std::string_view name) {
   return !name.empty() && name.size() <= kMaximumName && name.find_first_of(".[]") == name.npos;
+}
+
+// Of IPv4 or IPv6, in digits. One of a link has its interface behind a "%".
+bool IsAddress(std::string_view text) {
+  in6_addr place{};
+  const std::string digits(text.substr(0, text.find('%')));
+  if (::inet_pton(AF_INET6, digits.c_str(), &place) == 1) return !text.ends_with('%');
+  return ::inet_pton(AF_INET, std::string(text).c_str(), &place) == 1;
+}
+
+// A name that a client can write in its address line, without a port.
+bool IsHostName(std::string_view text) {
+  constexpr std::size_t kMostLetters = 253;
+  constexpr std::string_view kAllowed =
+      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-._";
+  return !text.empty() && text.size() <= kMostLetters &&
+         text.find_first_not_of(kAllowed) == text.npos;
 }
 
 ZRWString WithSeparator(const ZRWString& folder) {
@@ -143,7 +166,23 @@ class ZRTessalySetup::CReader {
 
   void ReadHttp(ZRSettingsTable http) {
     http.Integer("port", setup.httpPort, 0, kMaximumPort);
+    http.Text("address", setup.httpAddress, IsAddress, "must be an address of IPv4 or IPv6");
+    http.Texts("names", setup.httpNames);
+    if (!std::all_of(setup.httpNames.begin(), setup.httpNames.end(),
+                     [](const ZRString& name) { return IsHostName(name.View()); }))
+      http.Problem("names", "must be names of hosts, without ports");
+    setup.httpCertificate = ReadFile(http, "certificate");
+    setup.httpKey = ReadFile(http, "key");
+    if (setup.httpCertificate.IsEmpty() != setup.httpKey.IsEmpty())
+      http.Problem(setup.httpKey.IsEmpty() ? "key" : "certificate",
+                   "must be given too: a certificate and its key belong together");
     http.WarnOfUnknownKeys();
+  }
+
+  ZRWString ReadFile(ZRSettingsTable& table, const char* key) {
+    ZRString path;
+    table.Text(key, path, IsFile, "must be the path of a file, without \"..\"");
+    return path.IsEmpty() ? ZRWString() : BelowSite(setup.sitePath, path);
   }
 
   void ReadLog(ZRSettingsTable log) {

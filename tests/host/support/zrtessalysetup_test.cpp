@@ -161,6 +161,49 @@ TEST_F(Settings, SendersOfSmsAreTwo) {
             Refusal("sms.folder = \"../x\""));
 }
 
+TEST_F(Settings, OfTheWebServerAreSafeWithoutAny) {
+  ASSERT_TRUE(Load(""));
+  EXPECT_TRUE(setup.HttpAddress() == "127.0.0.1");
+  EXPECT_TRUE(setup.HttpNames().empty());
+  EXPECT_TRUE(setup.HttpCertificate().IsEmpty());
+  EXPECT_TRUE(setup.HttpKey().IsEmpty());
+}
+
+TEST_F(Settings, OfTheWebServerAreTaken) {
+  ASSERT_TRUE(
+      Load("[http]\naddress = \"::\"\nnames = [\"hall.example.org\", \"hall-2\"]\n"
+           "certificate = \"tls/hall.pem\"\nkey = \"/etc/keys/hall.pem\""));
+  EXPECT_TRUE(warnings.empty());
+  EXPECT_TRUE(setup.HttpAddress() == "::");
+  ASSERT_EQ(2u, setup.HttpNames().size());
+  EXPECT_TRUE(setup.HttpNames()[1] == "hall-2");
+  EXPECT_EQ("/site/tls/hall.pem", Narrow(setup.HttpCertificate()));
+  EXPECT_EQ("/etc/keys/hall.pem", Narrow(setup.HttpKey()));
+}
+
+TEST_F(Settings, AddressesOfTheWebServerAreInDigits) {
+  for (const char* good : {"0.0.0.0", "192.0.2.1", "::1", "fe80::1%eth0", "2001:db8::1"})
+    EXPECT_TRUE(Load("http.address = \"" + std::string(good) + "\"")) << good;
+  for (const char* bad : {"", "localhost", "127.1", "1.2.3.4:80", "[::1]", "::1%", "1.2.3.4%x"})
+    EXPECT_EQ("1:6 http.address must be an address of IPv4 or IPv6",
+              Refusal("http.address = \"" + std::string(bad) + "\""));
+}
+
+TEST_F(Settings, NamesOfTheWebServerAreThoseOfHosts) {
+  for (const char* bad : {"", "a b", "a:80", "http://a", "*"})
+    EXPECT_EQ("1:6 http.names must be names of hosts, without ports",
+              Refusal("http.names = [\"good\", \"" + std::string(bad) + "\"]"));
+}
+
+TEST_F(Settings, CertificateAndKeyBelongTogether) {
+  const std::string rule = " must be given too: a certificate and its key belong together";
+  EXPECT_EQ("1:1 http.key" + rule, Refusal("http.certificate = \"a.pem\""));
+  EXPECT_EQ("1:1 http.certificate" + rule, Refusal("http.key = \"a.pem\""));
+  for (const char* bad : {"", "../a.pem", "a/"})
+    EXPECT_EQ("1:6 http.certificate must be the path of a file, without \"..\"",
+              Refusal("http.certificate = \"" + std::string(bad) + "\""));
+}
+
 TEST_F(Settings, OfAWrongTypeAreRefusedAtTheirPlace) {
   EXPECT_EQ("2:1 name must be a text", Refusal("\nname = 5"));
   EXPECT_EQ("2:3 http.port must be an integer from 0 to 65535", Refusal("[http]\n  port = \"80\""));
