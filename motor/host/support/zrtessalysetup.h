@@ -66,6 +66,8 @@ class ZRTessalySetup {
   // below the site.
   [[nodiscard]] const ZRWString& HttpCertificate() const { return httpCertificate; }
   [[nodiscard]] const ZRWString& HttpKey() const { return httpKey; }
+  // Clients that know nothing better may sign in with MD5.
+  [[nodiscard]] bool HttpMd5() const { return httpMd5; }
 
   [[nodiscard]] const ZRString& SmtpServer() const { return smtpServer; }
   [[nodiscard]] const ZRString& SmtpFrom() const { return smtpFrom; }
@@ -121,7 +123,7 @@ class ZRTessalySetup {
   ZRWString httpCertificate, httpKey;
   int httpPort = kDefaultHttpPort, smtpPort = 25, smtpSizeQueue = 100, smsSizeQueue = 100;
   int logLevel = 1;
-  bool smtpAuthenticated = false, smtpSsl = false;
+  bool httpMd5 = false, smtpAuthenticated = false, smtpSsl = false;
   std::unique_ptr<XmlDocument> tree;
 };
 

@@ -171,6 +171,7 @@ class ZRTessalySetup::CReader {
     if (!std::all_of(setup.httpNames.begin(), setup.httpNames.end(),
                      [](const ZRString& name) { return IsHostName(name.View()); }))
       http.Problem("names", "must be names of hosts, without ports");
+    http.Flag("md5", setup.httpMd5);
     setup.httpCertificate = ReadFile(http, "certificate");
     setup.httpKey = ReadFile(http, "key");
     if (setup.httpCertificate.IsEmpty() != setup.httpKey.IsEmpty())

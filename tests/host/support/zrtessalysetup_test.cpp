@@ -167,18 +167,20 @@ TEST_F(Settings, OfTheWebServerAreSafeWithoutAny) {
   EXPECT_TRUE(setup.HttpNames().empty());
   EXPECT_TRUE(setup.HttpCertificate().IsEmpty());
   EXPECT_TRUE(setup.HttpKey().IsEmpty());
+  EXPECT_FALSE(setup.HttpMd5());
 }
 
 TEST_F(Settings, OfTheWebServerAreTaken) {
   ASSERT_TRUE(
       Load("[http]\naddress = \"::\"\nnames = [\"hall.example.org\", \"hall-2\"]\n"
-           "certificate = \"tls/hall.pem\"\nkey = \"/etc/keys/hall.pem\""));
+           "certificate = \"tls/hall.pem\"\nkey = \"/etc/keys/hall.pem\"\nmd5 = true"));
   EXPECT_TRUE(warnings.empty());
   EXPECT_TRUE(setup.HttpAddress() == "::");
   ASSERT_EQ(2u, setup.HttpNames().size());
   EXPECT_TRUE(setup.HttpNames()[1] == "hall-2");
   EXPECT_EQ("/site/tls/hall.pem", Narrow(setup.HttpCertificate()));
   EXPECT_EQ("/etc/keys/hall.pem", Narrow(setup.HttpKey()));
+  EXPECT_TRUE(setup.HttpMd5());
 }
 
 TEST_F(Settings, AddressesOfTheWebServerAreInDigits) {
