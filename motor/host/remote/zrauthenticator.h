@@ -29,6 +29,9 @@ struct ZRLoginVerdict {
   std::vector<std::string> challenges;  // contents of the WWW-Authenticate headers, best first
   std::uint32_t retrySeconds = 0;
   std::string bodyProof;  // of kNeedsBody: for JudgeBody, to be kept and not looked at
+  // For a log, without line ends and secrets: "the name or password of 'ana' from 10.0.0.7 is
+  // wrong". Empty if there is nothing to tell.
+  std::string note;
 };
 
 // Threads   any, several at a time.
