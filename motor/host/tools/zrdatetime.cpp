@@ -4,8 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <climits>
-#include <cmath>
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
@@ -25,9 +23,9 @@ constexpr std::int64_t MidnightOf(date::year_month_day day) {
   return date::sys_days(day).time_since_epoch().count() * kDay;
 }
 
-constexpr std::int64_t kFirst = MidnightOf(date::year(1) / 1 / 1);
-constexpr std::int64_t kLast = MidnightOf(date::year(9999) / 12 / 31) + kDay - 1;
-constexpr std::int64_t kDoubleStart = MidnightOf(date::year(1899) / 12 / 30);
+constexpr std::int64_t kFirstReading = MidnightOf(date::year(1) / 1 / 1);
+constexpr std::int64_t kLastReading = MidnightOf(date::year(9999) / 12 / 31) + kDay - 1;
+constexpr std::int64_t kReadingOfDoubleZero = MidnightOf(date::year(1899) / 12 / 30);
 
 constexpr std::int64_t FloorDivide(std::int64_t value, std::int64_t by) {
   return value / by - (value % by < 0 ? 1 : 0);
@@ -182,46 +180,11 @@ class ZRDateText {
 
 }  // namespace
 
-int ZRDateTimeSpan::TotalSeconds() const {
-  return static_cast<int>(std::clamp<std::int64_t>(milliseconds / kSecond, INT_MIN, INT_MAX));
-}
-
-ZRDateTime ZRDateTime::Made(std::int64_t reading, std::int32_t offset, bool local) {
-  ZRDateTime made;
-  if (reading < kFirst || reading > kLast) return made;
-  made.reading = reading;
-  made.offsetSeconds = offset;
-  made.valid = true;
-  made.local = local;
-  return made;
-}
-
-ZRDateTime::ZRDateTime(double days) {
-  const double milliseconds = std::round(days * static_cast<double>(kDay));
-  constexpr auto kLowest = static_cast<double>(kFirst - kDoubleStart);
-  constexpr auto kHighest = static_cast<double>(kLast - kDoubleStart);
-  if (!(milliseconds >= kLowest && milliseconds <= kHighest)) return;  // NaN too
-  *this = Made(static_cast<std::int64_t>(milliseconds) + kDoubleStart, 0, false);
-}
-
-ZRDateTime::operator double() const {
-  if (!valid) return 0;
-  return static_cast<double>(reading - kDoubleStart) / static_cast<double>(kDay);
-}
-
 ZRDateTime ZRDateTime::UTC() {
   return FromUtcMilliseconds(ZRPlatform::Get().UtcMilliseconds());
 }
 ZRDateTime ZRDateTime::LTC() {
   return UTC().UTC2LTC();
-}
-
-ZRDateTime ZRDateTime::FromUtcMilliseconds(std::int64_t since1970) {
-  return Made(since1970, 0, false);
-}
-
-std::int64_t ZRDateTime::UtcMilliseconds() const {
-  return valid ? reading - offsetSeconds * kSecond : 0;
 }
 
 bool ZRDateTime::SetLocalZone(const ZRString& name) {
@@ -281,6 +244,8 @@ void ZRDateTime::SetDate(int year, int month, int day) {
 // NOLINTNEXTLINE(readability-function-size): eight numbers, as given
 void ZRDateTime::SetDateTime(int year, int month, int day, int hour, int minute, int second,
                              int millisecond, int /*reserved*/) {
+  static_assert(kFirst == kFirstReading && kLast == kLastReading &&
+                kDoubleStart == kReadingOfDoubleZero);
   Invalidate();
   const auto within = [](int value, int below) { return value >= 0 && value < below; };
   const bool inRange = year >= 1 && year <= 9999 && within(month, 13) && within(day, 32) &&
@@ -292,10 +257,6 @@ void ZRDateTime::SetDateTime(int year, int month, int day, int hour, int minute,
   if (!date.ok()) return;
   *this = Made(MidnightOf(date) + hour * kHour + minute * kMinute + second * kSecond + millisecond,
                0, false);
-}
-
-std::int64_t ZRDateTime::Key() const {
-  return valid ? UtcMilliseconds() : INT64_MIN;
 }
 
 ZRWString ZRDateTime::ToCompleteWString() const {

@@ -1,6 +1,8 @@
 // Instants and spans.
 #pragma once
 
+#include <algorithm>
+#include <climits>
 #include <cstdint>
 
 #include "host/tools/zrbasicstring.h"
@@ -12,10 +14,14 @@ class ZRDateTimeSpan {
   explicit ZRDateTimeSpan(std::int64_t toHold) : milliseconds(toHold) {}
 
   // Whole seconds, truncated toward zero; clamped to the range of an int.
-  [[nodiscard]] int TotalSeconds() const;
+  [[nodiscard]] int TotalSeconds() const {
+    return static_cast<int>(std::clamp<std::int64_t>(milliseconds / kSecond, INT_MIN, INT_MAX));
+  }
   [[nodiscard]] std::int64_t TotalMilliseconds() const { return milliseconds; }
 
  private:
+  static constexpr std::int64_t kSecond = 1000;
+
   std::int64_t milliseconds = 0;
 };
 
@@ -95,15 +101,56 @@ class ZRDateTime {
 
  private:
   // Invalid if the reading is outside of the range of years.
-  [[nodiscard]] static ZRDateTime Made(std::int64_t reading, std::int32_t offset, bool local);
-  [[nodiscard]] std::int64_t Key() const;
+  [[nodiscard]] static ZRDateTime Made(std::int64_t reading, std::int32_t offset, bool local) {
+    ZRDateTime made;
+    if (reading < kFirst || reading > kLast) return made;
+    made.reading = reading;
+    made.offsetSeconds = offset;
+    made.valid = true;
+    made.local = local;
+    return made;
+  }
+  [[nodiscard]] std::int64_t Key() const { return valid ? UtcMilliseconds() : INT64_MIN; }
   friend ZRString DateTime2RFC822(const ZRDateTime& date, bool local);
+
+  // Readings: of the first and the last millisecond of the range of years, and of the double 0.
+  static constexpr std::int64_t kFirst = -62'135'596'800'000;
+  static constexpr std::int64_t kLast = 253'402'300'799'999;
+  static constexpr std::int64_t kDoubleStart = -2'209'161'600'000;
+  static constexpr std::int64_t kDay = 86'400'000;
+  static constexpr std::int64_t kSecond = 1000;
 
   std::int64_t reading = 0;        // milliseconds since 1970-01-01T00:00:00 by the wall clock
   std::int32_t offsetSeconds = 0;  // what to take away from the reading for UTC
   bool valid = false;
   bool local = false;
 };
+
+// --- in the loops of who reads many ---
+
+inline ZRDateTime::ZRDateTime(double days) {
+  constexpr auto kLowest = static_cast<double>(kFirst - kDoubleStart);
+  constexpr auto kHighest = static_cast<double>(kLast - kDoubleStart);
+  const double exact = days * static_cast<double>(kDay);
+  if (!(exact > kLowest - 1 && exact < kHighest + 1)) return;  // NaN too
+  const auto whole = static_cast<std::int64_t>(exact);
+  const double rest = exact - static_cast<double>(whole);
+  const int rounding = rest >= 0.5 ? 1 : (rest <= -0.5 ? -1 : 0);
+  *this = Made(whole + rounding + kDoubleStart, 0, false);
+}
+
+inline ZRDateTime::operator double() const {
+  if (!valid) return 0;
+  return static_cast<double>(reading - kDoubleStart) / static_cast<double>(kDay);
+}
+
+inline ZRDateTime ZRDateTime::FromUtcMilliseconds(std::int64_t since1970) {
+  return Made(since1970, 0, false);
+}
+
+inline std::int64_t ZRDateTime::UtcMilliseconds() const {
+  return valid ? reading - offsetSeconds * kSecond : 0;
+}
 
 // The system's text form: "2026-11-21 08:05:09", the reading without zone. False for an invalid
 // date, and then the text is empty. Both flags are reserved (false).

@@ -131,6 +131,19 @@ TEST_F(DateTime, DoubleRoundTripsToTheMillisecond) {
   }
 }
 
+TEST_F(DateTime, DoubleIsRoundedToTheNearestMillisecond) {
+  constexpr double kDay = 24.0 * kHour;
+  const std::int64_t zero = Reading(1899, 12, 30, 0, 0, 0).UtcMilliseconds();
+  int halves = 0;
+  for (int quarters = -2000; quarters <= 2000; ++quarters) {
+    const double days = quarters / 4.0 / kDay;
+    const double exact = days * kDay;
+    if (std::abs(exact - std::trunc(exact)) == 0.5) ++halves;
+    ASSERT_EQ(std::llround(exact), ZRDateTime(days).UtcMilliseconds() - zero) << exact;
+  }
+  EXPECT_GT(halves, 100);  // away from zero
+}
+
 TEST_F(DateTime, DoubleThatIsNoDateIsInvalid) {
   EXPECT_FALSE(ZRDateTime(std::nan("")).Valid());
   EXPECT_FALSE(ZRDateTime(std::numeric_limits<double>::infinity()).Valid());
