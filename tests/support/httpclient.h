@@ -37,7 +37,9 @@ class HttpClient {
   static constexpr int kPatienceSeconds = 20;
 
   // `receiveBytes`: how much the system takes in before this client reads; 0 for its own choice.
-  explicit HttpClient(std::uint16_t port, int receiveBytes = 0)
+  // `from`: the client's own address, of the loopback; empty for any. `to`: the server's.
+  explicit HttpClient(std::uint16_t port, int receiveBytes = 0, const std::string& from = "",
+                      const std::string& to = "127.0.0.1")
       : socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     const timeval patience{kPatienceSeconds, 0};
     (void)::setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
@@ -47,8 +49,12 @@ class HttpClient {
     }
     sockaddr_in name{};
     name.sin_family = AF_INET;
+    if (!from.empty()) {
+      (void)::inet_pton(AF_INET, from.c_str(), &name.sin_addr);
+      (void)::bind(socket, reinterpret_cast<const sockaddr*>(&name), sizeof name);
+    }
     name.sin_port = htons(port);
-    name.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    (void)::inet_pton(AF_INET, to.c_str(), &name.sin_addr);
     connected = ::connect(socket, reinterpret_cast<const sockaddr*>(&name), sizeof name) == 0;
   }
   ~HttpClient() { Close(); }

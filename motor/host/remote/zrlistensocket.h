@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 
+#include "host/remote/zrsocketaddress.h"
+
 // Threads   one at a time.
 // Owns      the descriptor.
 class ZRListenSocket {
@@ -13,7 +15,8 @@ class ZRListenSocket {
   ZRListenSocket(const ZRListenSocket&) = delete;
   ZRListenSocket& operator=(const ZRListenSocket&) = delete;
 
-  // False with a reason. Only 127.0.0.1 is served. Port 0 takes any free one.
+  // Listens on an address of this machine, in digits; "::" is that of IPv4 too. False with a
+  // reason. Port 0 takes any free one.
   [[nodiscard]] bool Open(const std::string& address, std::uint16_t wantedPort,
                           std::string& reason);
   // Turns away everybody from now on; the descriptor stays.
@@ -21,15 +24,18 @@ class ZRListenSocket {
   void Close();
 
   [[nodiscard]] int Descriptor() const { return descriptor; }
-  [[nodiscard]] std::uint16_t Port() const { return port; }
+  // Where it listens; of no family while it doesn't.
+  [[nodiscard]] const ZRSocketAddress& Address() const { return address; }
+  [[nodiscard]] std::uint16_t Port() const { return address.Port(); }
 
   // Why it can't listen, in words, from an errno.
   [[nodiscard]] static std::string ReasonOf(int error, const std::string& address,
                                             std::uint16_t port);
 
  private:
-  [[nodiscard]] bool Listen(std::uint16_t wantedPort);
+  [[nodiscard]] bool Listen(const ZRSocketAddress& wanted);
+  [[nodiscard]] bool Prepare(int family) const;
 
   int descriptor = -1;
-  std::uint16_t port = 0;
+  ZRSocketAddress address;
 };

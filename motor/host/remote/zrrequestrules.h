@@ -2,14 +2,17 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <string_view>
 #include <vector>
 
 inline constexpr int kStatusBadRequest = 400;
+inline constexpr int kStatusUnauthorized = 401;
 inline constexpr int kStatusForbidden = 403;
 inline constexpr int kStatusNotFound = 404;
 inline constexpr int kStatusMethodNotAllowed = 405;
 inline constexpr int kStatusContentTooLarge = 413;
+inline constexpr int kStatusTooManyRequests = 429;
 inline constexpr int kStatusHeadersTooLarge = 431;
 inline constexpr int kStatusInternalError = 500;
 inline constexpr int kStatusUnavailable = 503;
@@ -39,17 +42,33 @@ enum class ZRRequestBody { kNone, kSmall, kTooLarge };
 [[nodiscard]] ZRRequestBody BodyOf(const ZRRequestHead& head,
                                    std::size_t mostBytes = kMostRequestBodyBytes);
 
-// True if `origin` is "http" or "https" on this very `host`: what a browser says of a page that
-// came from here.
-[[nodiscard]] bool IsOwnOrigin(std::string_view origin, std::string_view host);
+// The length of the body of a `head` that RefusalOf lets pass; 0 without a body.
+[[nodiscard]] std::size_t LengthOfBody(const ZRRequestHead& head);
 
-// True for localhost, 127.0.0.1 and [::1], with any port or none: a page of another site whose
-// name was made to lead here gives itself away by its own name.
-[[nodiscard]] bool IsLoopbackHost(std::string_view host);
+// True if `origin` is "https" on this very `host`, or "http" on it where the server speaks that:
+// what a browser says of a page that came from here.
+[[nodiscard]] bool IsOwnOrigin(std::string_view origin, std::string_view host, bool isSecure);
+
+// Whom a Host header may mean.
+struct ZRHostRule {
+  std::vector<std::string> names;  // besides this machine's; an address of IPv6 in brackets
+  bool allowsAddresses = false;    // any address in digits: no page of another site has one
+};
+
+// True for localhost, 127.0.0.1 and [::1] and for what `rule` adds, with any port or none: a page
+// of another site whose name was made to lead here gives itself away by its own name.
+[[nodiscard]] bool IsOwnHost(std::string_view host, const ZRHostRule& rule);
+
+// What holds for every request to a server.
+struct ZRServerRules {
+  std::size_t mostHeadBytes = 0;
+  ZRHostRule host;
+  bool isSecure = false;  // it speaks TLS
+};
 
 // The status of the refusal; 0 for a request that a route may answer. In this order: a head that
-// is too large, a malformed one, no single Host, a Host that isn't this machine, an unknown path,
+// is too large, a malformed one, no single Host, a Host that isn't this server, an unknown path,
 // another method than GET and HEAD (PUT and POST, if the path takes a body), and a body. Where a
 // body is taken: the page of another site that sends it, more than one length, one that is too
 // large or not stated.
-[[nodiscard]] int RefusalOf(const ZRRequestHead& head, std::size_t mostHeadBytes);
+[[nodiscard]] int RefusalOf(const ZRRequestHead& head, const ZRServerRules& rules);

@@ -1,162 +1,83 @@
 #include "host/remote/zrwebserver.h"
 
 #include <microhttpd.h>
-#include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <exception>
 #include <filesystem>
 #include <map>
-#include <stdexcept>
 #include <system_error>
 #include <utility>
 
-#include "host/remote/zracceptencoding.h"
-#include "host/remote/zrasciitext.h"
-#include "host/remote/zrhttpanswer.h"
+#include "host/platform/zrthread.h"
+#include "host/remote/zrbytebudget.h"
 #include "host/remote/zrlistensocket.h"
 #include "host/remote/zropenconnections.h"
-#include "host/remote/zrquerytext.h"
 #include "host/remote/zrrequestprogress.h"
 #include "host/remote/zrrequestrules.h"
+#include "host/remote/zrwebheaders.h"
+#include "host/remote/zrwebrequest.h"
+#include "host/remote/zrwebresponse.h"
 
 namespace {
 
 constexpr std::size_t kReplyHeadBytes = std::size_t{8} * 1024;
-constexpr const char* kXmlType = "application/xml; charset=utf-8";
-constexpr const char* kTextType = "text/plain; charset=utf-8";
 constexpr const char* kAllowedToRead = "GET, HEAD";
 constexpr const char* kAllowedToWrite = "PUT, POST";
-
-struct CDestroyResponse {
-  void operator()(MHD_Response* response) const { MHD_destroy_response(response); }
-};
-using tagResponse = std::unique_ptr<MHD_Response, CDestroyResponse>;
-
-void AddHeader(MHD_Response* response, const char* name, const char* value) {
-  if (MHD_add_response_header(response, name, value) != MHD_YES) throw std::bad_alloc();
-}
-
-void FreeText(void* text) {
-  const std::unique_ptr<std::string> owned(static_cast<std::string*>(text));
-}
-
-tagResponse ResponseOfText(std::string text) {
-  auto kept = std::make_unique<std::string>(std::move(text));
-  tagResponse response(MHD_create_response_from_buffer_with_free_callback_cls(
-      kept->size(), kept->data(), &FreeText, kept.get()));
-  if (response == nullptr) throw std::bad_alloc();
-  (void)kept.release();
-  return response;
-}
-
-tagResponse ResponseOfFile(int file, std::uint64_t size) {
-  tagResponse response(MHD_create_response_from_fd64(size, file));
-  if (response != nullptr) return response;
-  (void)::close(file);
-  throw std::bad_alloc();
-}
-
-tagResponse ResponseOf(ZRHttpAnswer& answer) {
-  ZRAnswerBody& body = answer.Body();
-  tagResponse response = body.IsInFile() ? ResponseOfFile(body.TakeFile(), body.Size())
-                                         : ResponseOfText(body.TakeMemory());
-  if (!answer.HasBody()) return response;
-  AddHeader(response.get(), MHD_HTTP_HEADER_CONTENT_TYPE, answer.IsText() ? kTextType : kXmlType);
-  AddHeader(response.get(), MHD_HTTP_HEADER_VARY, MHD_HTTP_HEADER_ACCEPT_ENCODING);
-  const char* const coding = ContentCodingName(answer.Coding());
-  if (coding != nullptr) AddHeader(response.get(), MHD_HTTP_HEADER_CONTENT_ENCODING, coding);
-  return response;
-}
+constexpr const char* kTlsVersions = "NORMAL:-VERS-ALL:+VERS-TLS1.3:+VERS-TLS1.2";
+constexpr std::uint32_t kRetrySeconds = 1;  // where there was no room for a body
 
 // Leaves the target of a request as it came.
 std::size_t KeepEscapes(void*, MHD_Connection*, char* text) {
   return std::string_view(text).size();
 }
 
-// The headers that the server looks at.
-struct CRequestHeaders {
-  ZRRequestHead head;
-  std::string acceptEncoding;
-  std::string_view authorization;
-  bool complete = true;
-
-  void Take(std::string_view name, std::string_view value);
-};
-
-void CRequestHeaders::Take(std::string_view name, std::string_view value) {
-  head.isMalformed = head.isMalformed || !IsHeader(name, value);
-  if (EqualIgnoringCase(name, "host")) {
-    head.hosts.push_back(value);
-  } else if (EqualIgnoringCase(name, "content-length")) {
-    head.contentLengths.push_back(value);
-  } else if (EqualIgnoringCase(name, "transfer-encoding")) {
-    head.hasTransferEncoding = true;
-  } else if (EqualIgnoringCase(name, "accept-encoding")) {
-    acceptEncoding.append(value).append(",");
-  } else if (EqualIgnoringCase(name, "origin")) {
-    head.origins.push_back(value);
-  } else if (EqualIgnoringCase(name, "authorization") && authorization.empty()) {
-    authorization = value;
-  }
+int SocketOf(MHD_Connection* connection) {
+  return MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD)->connect_fd;
 }
 
-MHD_Result TakeHeader(void* headers, MHD_ValueKind, const char* name, std::size_t nameSize,
-                      const char* value, std::size_t valueSize) {
-  auto& taken = *static_cast<CRequestHeaders*>(headers);
-  try {
-    taken.Take({name, nameSize}, {value != nullptr ? value : "", valueSize});
-  } catch (const std::exception&) {
-    taken.complete = false;
-    return MHD_NO;
-  }
-  return MHD_YES;
+std::string PeerOf(MHD_Connection* connection) {
+  const MHD_ConnectionInfo* const info =
+      MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CLIENT_ADDRESS);
+  return info != nullptr && info->client_addr != nullptr
+             ? ZRSocketAddress(*info->client_addr).Text()
+             : std::string();
 }
 
-CRequestHeaders HeadersOf(MHD_Connection* connection) {
-  CRequestHeaders headers;
-  (void)MHD_get_connection_values_n(connection, MHD_HEADER_KIND, &TakeHeader, &headers);
-  if (!headers.complete) throw std::bad_alloc();
-  const MHD_ConnectionInfo* const size =
-      MHD_get_connection_info(connection, MHD_CONNECTION_INFO_REQUEST_HEADER_SIZE);
-  headers.head.headBytes = size != nullptr ? size->header_size : 0;
-  return headers;
+// The time between two looks at the clients' pace, in ms.
+std::uint32_t WatchPeriod(const ZRPaceLimits& pace) {
+  constexpr std::uint32_t kLooks = 8;  // in the shortest limit
+  constexpr std::uint32_t kLeast = 10;
+  constexpr std::uint32_t kMost = 250;
+  return std::clamp(std::min(pace.headMilliseconds, pace.graceMilliseconds) / kLooks, kLeast,
+                    kMost);
 }
-
-class CHttpRequest final : public ZRHttpRequest {
- public:
-  CHttpRequest(MHD_Connection* toRead, const CRequestHeaders& headers)
-      : connection(toRead),
-        coding(ChooseContentCoding(headers.acceptEncoding)),
-        authorization(ZRString(headers.authorization), {}) {}
-
-  [[nodiscard]] bool AcceptDeflate() const override { return coding != ZRContentCoding::kIdentity; }
-  [[nodiscard]] const ZRHttpAuthorization& Authorization() const override { return authorization; }
-  [[nodiscard]] ZRString Parameter(std::string_view name) const override {
-    const char* value = nullptr;
-    std::size_t size = 0;
-    const auto found = MHD_lookup_connection_value_n(connection, MHD_GET_ARGUMENT_KIND, name.data(),
-                                                     name.size(), &value, &size);
-    return found == MHD_YES && value != nullptr ? UndoPercents({value, size}) : ZRString();
-  }
-  [[nodiscard]] ZRContentCoding Coding() const { return coding; }
-
- private:
-  MHD_Connection* const connection;
-  const ZRContentCoding coding;
-  const ZRHttpAuthorization authorization;
-};
 
 // What answers at a path.
 struct CBoundRoute {
   ZRWebServer::tagBodyRoute answer;
   bool takesBody = false;
   std::size_t mostBodyBytes = 0;
+  ZRWebServer::tagFor whom = ZRWebServer::tagFor::kUsers;
 };
 
-// A request from its head to the end of its answer.
+// A request from its first line to the end of its answer.
 struct CRequestInProgress {
+  std::string target;  // as it came
+  bool hasHead = false;
+  bool isCounted = false;  // as one that Stop waits for
+  int refusal = 0;         // a status; 0 for none
+  ZRLoginVerdict login;
   std::string body;
-  std::size_t mostBodyBytes = 0;  // 0: it has none, or is refused
+  std::size_t bodyBytes = 0;  // as stated, and taken of the budget
+};
+
+// What the library says of a request each time.
+struct CCall {
+  MHD_Connection* connection;
+  std::string_view path;
+  std::string_view method;
 };
 
 // The time in which a route runs, if any may be called.
@@ -176,10 +97,26 @@ class CRouteTurn {
   const bool taken;
 };
 
+// How a request is refused by what was found of its sender; 0 if it isn't.
+int StatusOf(ZRLoginVerdict::tagKind kind) {
+  if (kind == ZRLoginVerdict::tagKind::kRefused) return kStatusUnauthorized;
+  return kind == ZRLoginVerdict::tagKind::kThrottled ? kStatusTooManyRequests : 0;
+}
+
+void AddChallenges(ZRWebResponse& response, const std::vector<std::string>& challenges) {
+  for (const std::string& challenge : challenges)
+    response.Add(MHD_HTTP_HEADER_WWW_AUTHENTICATE, challenge);
+}
+
+void AddRetry(ZRWebResponse& response, std::uint32_t seconds) {
+  response.Add(MHD_HTTP_HEADER_RETRY_AFTER, std::to_string(seconds));
+}
+
 }  // namespace
 
-// The library behind the server. Its threads call OnRequest once when the head of a request is
-// there and again when all of it is, and OnCompleted when the answer has gone.
+// The library behind the server. Its threads call OnTarget when the first line of a request is
+// there, OnRequest when its head is, with each part of its body and when all of it has come, and
+// OnCompleted when the answer has gone, or never will.
 class ZRWebServer::CServer {
  public:
   ~CServer() { Stop(); }
@@ -189,38 +126,49 @@ class ZRWebServer::CServer {
 
   std::map<std::string, CBoundRoute, std::less<>> routes;  // constant after Start
   tagFault fault;                                          // constant after Start
+  tagLoginNote loginNote;                                  // constant after Start
+  ZRAuthenticator* authenticator = nullptr;                // constant after Start
   ZRListenSocket listener;
 
  private:
+  static void* OnTarget(void* server, const char* target, MHD_Connection* connection);
   static MHD_Result OnRequest(void* server, MHD_Connection* connection, const char* url,
                               const char* method, const char* version, const char* upload,
                               std::size_t* uploadSize, void** state);
   static void OnCompleted(void* server, MHD_Connection* connection, void** state,
                           MHD_RequestTerminationCode how);
-
   static void OnConnection(void* server, MHD_Connection* connection, void** context,
                            MHD_ConnectionNotificationCode what);
 
+  void TakeSettings(const ZRWebServerSettings& settings);
+  bool StartThreads(const ZRWebServerSettings& settings);
   bool StartDaemon(const ZRWebServerSettings& settings);
-  MHD_Result Begin(MHD_Connection* connection, std::string_view path, std::string_view method,
-                   CRequestInProgress& request);
-  MHD_Result Finish(MHD_Connection* connection, std::string_view path, std::string_view method,
+  void EndWatch();
+  ZRWebHeaders HeadersOfCall(const CCall& call) const;
+  MHD_Result Begin(const CCall& call, CRequestInProgress& request);
+  MHD_Result Finish(const CCall& call, CRequestInProgress& request);
+  void JudgeHead(const CCall& call, const ZRWebHeaders& headers, CRequestInProgress& request);
+  bool MakeRoom(std::size_t bytes, CRequestInProgress& request);
+  void Count(CRequestInProgress& request);
+  void Complete(const CRequestInProgress& request);
+  MHD_Result Answer(const CCall& call, const ZRWebHeaders& headers,
                     const CRequestInProgress& request);
-  CRequestHeaders RequestOf(MHD_Connection* connection, std::string_view path,
-                            std::string_view method) const;
-  MHD_Result Answer(MHD_Connection* connection, std::string_view path,
-                    const CRequestHeaders& headers, const std::string& body);
-  bool CallRoute(std::string_view path, CHttpRequest& request, const std::string& body,
+  bool CallRoute(std::string_view path, ZRWebRequest& request, const std::string& body,
                  ZRHttpAnswer& answer);
   void TellFault(std::string_view path, const char* what) const;
-  MHD_Result Refuse(MHD_Connection* connection, int status, const char* allowed = nullptr);
-  MHD_Result Send(MHD_Connection* connection, int status, const tagResponse& response);
+  void TellNote(const ZRLoginVerdict& login) const;
+  ZRLoginVerdict Judge(const CCall& call, const CRequestInProgress& request,
+                       std::string_view authorization) const;
+  MHD_Result Refuse(const CCall& call, const CRequestInProgress& request, int status);
+  MHD_Result Send(const CCall& call, ZRWebResponse& response);
 
   ZRAnswerLimits limits;               // constant after Start
-  std::size_t mostHeadBytes = 0;       // constant after Start
+  ZRServerRules rules;                 // constant after Start
   std::uint32_t stopMilliseconds = 0;  // the host's thread only
   ZRRequestProgress progress;
   ZROpenConnections connections;
+  ZRByteBudget bodyRoom;
+  ZRThread watch;                // the host's thread only
   MHD_Daemon* daemon = nullptr;  // the host's thread only
 };
 
@@ -233,35 +181,70 @@ bool ZRWebServer::CServer::Start(const ZRWebServerSettings& settings, std::strin
     reason = "the web server needs a thread, and a connection for each of its threads";
     return false;
   }
-  std::error_code ignored;
-  limits = {settings.memoryBytes, settings.answerBytes, settings.temporaryFolder};
-  if (limits.temporaryFolder.empty()) {
-    limits.temporaryFolder = std::filesystem::temp_directory_path(ignored).string();
-  }
-  mostHeadBytes = settings.headerBytes;
-  stopMilliseconds = settings.stopMilliseconds;
   if (!listener.Open(settings.address, settings.port, reason)) return false;
+  TakeSettings(settings);
   progress.Open();
-  connections.Allow();
-  if (StartDaemon(settings)) return true;
+  connections.Allow(settings.pace);
+  if (StartThreads(settings)) return true;
   listener.Close();
   reason = "the threads of the web server can't be started";
   return false;
 }
 
+// Behind the opening of the listener.
+void ZRWebServer::CServer::TakeSettings(const ZRWebServerSettings& settings) {
+  std::error_code ignored;
+  limits = {settings.memoryBytes, settings.answerBytes, settings.temporaryFolder};
+  if (limits.temporaryFolder.empty()) {
+    limits.temporaryFolder = std::filesystem::temp_directory_path(ignored).string();
+  }
+  const bool isFour = listener.Address().Family() == AF_INET;
+  rules = {settings.headerBytes,
+           {settings.names, !listener.Address().IsLoopback()},
+           !settings.tls.certificate.empty()};
+  rules.host.names.push_back(isFour ? settings.address : "[" + settings.address + "]");
+  bodyRoom.Allow(settings.bodyBytes);
+  stopMilliseconds = settings.stopMilliseconds;
+}
+
+bool ZRWebServer::CServer::StartThreads(const ZRWebServerSettings& settings) {
+  const std::uint32_t period = WatchPeriod(settings.pace);
+  if (!watch.Start([this, period] { connections.Watch(period); })) return false;
+  if (StartDaemon(settings)) return true;
+  EndWatch();
+  return false;
+}
+
+void ZRWebServer::CServer::EndWatch() {
+  connections.EndWatch();
+  watch.Join();
+}
+
 bool ZRWebServer::CServer::StartDaemon(const ZRWebServerSettings& settings) {
   // Not its epoll: that overlooks clients that leave, and can abort when it is made quiet.
   constexpr unsigned int kFlags = MHD_USE_INTERNAL_POLLING_THREAD | MHD_USE_POLL | MHD_USE_ITC;
+  const unsigned int tlsFlag = rules.isSecure ? unsigned{MHD_USE_TLS} : 0u;
+  const auto option = [](MHD_OPTION name, const char* text) {
+    return MHD_OptionItem{name, 0, const_cast<char*>(text)};
+  };
+  const MHD_OptionItem end{MHD_OPTION_END, 0, nullptr};
+  std::array<MHD_OptionItem, 4> tls{
+      option(MHD_OPTION_HTTPS_MEM_CERT, settings.tls.certificate.c_str()),
+      option(MHD_OPTION_HTTPS_MEM_KEY, settings.tls.key.c_str()),
+      option(MHD_OPTION_HTTPS_PRIORITIES, kTlsVersions), end};
+  if (!rules.isSecure) tls.front() = end;
   // The library reads a head into half of a connection's memory, and notes its parts beside.
   const std::size_t connectionBytes = 2 * settings.headerBytes + kReplyHeadBytes;
   const unsigned int pool = settings.threads > 1 ? settings.threads : 0;
   daemon = MHD_start_daemon(
-      kFlags, 0, nullptr, nullptr, &OnRequest, this, MHD_OPTION_LISTEN_SOCKET,
+      kFlags | tlsFlag, 0, nullptr, nullptr, &OnRequest, this, MHD_OPTION_LISTEN_SOCKET,
       listener.Descriptor(), MHD_OPTION_THREAD_POOL_SIZE, pool, MHD_OPTION_CONNECTION_LIMIT,
-      settings.connections, MHD_OPTION_CONNECTION_TIMEOUT, settings.idleSeconds,
-      MHD_OPTION_CONNECTION_MEMORY_LIMIT, connectionBytes, MHD_OPTION_UNESCAPE_CALLBACK,
-      &KeepEscapes, nullptr, MHD_OPTION_NOTIFY_COMPLETED, &OnCompleted, this,
-      MHD_OPTION_NOTIFY_CONNECTION, &OnConnection, this, MHD_OPTION_END);
+      settings.connections, MHD_OPTION_PER_IP_CONNECTION_LIMIT, settings.connectionsPerAddress,
+      MHD_OPTION_CONNECTION_TIMEOUT, settings.idleSeconds, MHD_OPTION_CONNECTION_MEMORY_LIMIT,
+      connectionBytes, MHD_OPTION_UNESCAPE_CALLBACK, &KeepEscapes, nullptr,
+      MHD_OPTION_URI_LOG_CALLBACK, &OnTarget, this, MHD_OPTION_NOTIFY_COMPLETED, &OnCompleted, this,
+      MHD_OPTION_NOTIFY_CONNECTION, &OnConnection, this, MHD_OPTION_ARRAY, tls.data(),
+      MHD_OPTION_END);
   return daemon != nullptr;
 }
 
@@ -276,26 +259,34 @@ void ZRWebServer::CServer::Stop() {
   connections.ShutAll();
   (void)connections.WaitUntilNone(stopMilliseconds);
   MHD_stop_daemon(std::exchange(daemon, nullptr));
+  EndWatch();
   listener.Close();
 }
 
-// Called with the head, then with the parts of a body, then without any.
+void* ZRWebServer::CServer::OnTarget(void* server, const char* target, MHD_Connection* connection) {
+  try {
+    auto request = std::make_unique<CRequestInProgress>();
+    if (target != nullptr) request->target = target;
+    static_cast<CServer*>(server)->connections.Begin(SocketOf(connection), ZRConnectionStep::kHead);
+    return request.release();
+  } catch (const std::exception&) {
+    return nullptr;
+  }
+}
+
 // NOLINTNEXTLINE(readability-function-size): the library calls it so.
 MHD_Result ZRWebServer::CServer::OnRequest(void* server, MHD_Connection* connection,
                                            const char* url, const char* method, const char*,
                                            const char* upload, std::size_t* uploadSize,
                                            void** state) {
+  if (*state == nullptr) return MHD_NO;
   auto& self = *static_cast<CServer*>(server);
+  auto& request = *static_cast<CRequestInProgress*>(*state);
+  const CCall call{connection, url, method};
   try {
-    if (*state == nullptr) {
-      auto request = std::make_unique<CRequestInProgress>();
-      self.progress.BeginRequest();
-      *state = request.release();
-      return self.Begin(connection, url, method, *static_cast<CRequestInProgress*>(*state));
-    }
-    auto& request = *static_cast<CRequestInProgress*>(*state);
-    if (*uploadSize == 0) return self.Finish(connection, url, method, request);
-    if (request.mostBodyBytes - request.body.size() < *uploadSize) return MHD_NO;
+    if (!std::exchange(request.hasHead, true)) return self.Begin(call, request);
+    if (*uploadSize == 0) return self.Finish(call, request);
+    if (request.bodyBytes - request.body.size() < *uploadSize) return MHD_NO;
     request.body.append(upload, *uploadSize);
     *uploadSize = 0;
     return MHD_YES;
@@ -304,18 +295,28 @@ MHD_Result ZRWebServer::CServer::OnRequest(void* server, MHD_Connection* connect
   }
 }
 
-void ZRWebServer::CServer::OnCompleted(void* server, MHD_Connection*, void** state,
+void ZRWebServer::CServer::OnCompleted(void* server, MHD_Connection* connection, void** state,
                                        MHD_RequestTerminationCode) {
   const std::unique_ptr<CRequestInProgress> request(
       static_cast<CRequestInProgress*>(std::exchange(*state, nullptr)));
-  if (request != nullptr) static_cast<CServer*>(server)->progress.EndRequest();
+  auto& self = *static_cast<CServer*>(server);
+  if (request != nullptr) self.Complete(*request);
+  self.connections.Begin(SocketOf(connection), ZRConnectionStep::kWaits);
+}
+
+void ZRWebServer::CServer::Count(CRequestInProgress& request) {
+  if (!std::exchange(request.isCounted, true)) progress.BeginRequest();
+}
+
+void ZRWebServer::CServer::Complete(const CRequestInProgress& request) {
+  bodyRoom.GiveBack(request.bodyBytes);
+  if (request.isCounted) progress.EndRequest();
 }
 
 void ZRWebServer::CServer::OnConnection(void* server, MHD_Connection* connection, void**,
                                         MHD_ConnectionNotificationCode what) {
   auto& connections = static_cast<CServer*>(server)->connections;
-  const int socket =
-      MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD)->connect_fd;
+  const int socket = SocketOf(connection);
   if (what == MHD_CONNECTION_NOTIFY_STARTED) {
     connections.Add(socket);
   } else {
@@ -323,11 +324,10 @@ void ZRWebServer::CServer::OnConnection(void* server, MHD_Connection* connection
   }
 }
 
-CRequestHeaders ZRWebServer::CServer::RequestOf(MHD_Connection* connection, std::string_view path,
-                                                std::string_view method) const {
-  CRequestHeaders headers = HeadersOf(connection);
-  const auto route = routes.find(path);
-  headers.head.method = method;
+ZRWebHeaders ZRWebServer::CServer::HeadersOfCall(const CCall& call) const {
+  ZRWebHeaders headers = HeadersOf(call.connection);
+  const auto route = routes.find(call.path);
+  headers.head.method = call.method;
   headers.head.isKnownPath = route != routes.end();
   if (headers.head.isKnownPath) {
     headers.head.takesBody = route->second.takesBody;
@@ -338,40 +338,72 @@ CRequestHeaders ZRWebServer::CServer::RequestOf(MHD_Connection* connection, std:
 
 // What has no body is refused when it is whole: then the connection can be used again after the
 // answer. What has one is refused before it comes.
-MHD_Result ZRWebServer::CServer::Begin(MHD_Connection* connection, std::string_view path,
-                                       std::string_view method, CRequestInProgress& request) {
-  const CRequestHeaders headers = RequestOf(connection, path, method);
-  if (BodyOf(headers.head) == ZRRequestBody::kNone) return MHD_YES;
-  const int refusal = RefusalOf(headers.head, mostHeadBytes);
-  if (refusal != 0) {
-    return Refuse(connection, refusal, headers.head.takesBody ? kAllowedToWrite : kAllowedToRead);
+MHD_Result ZRWebServer::CServer::Begin(const CCall& call, CRequestInProgress& request) {
+  const ZRWebHeaders headers = HeadersOfCall(call);
+  JudgeHead(call, headers, request);
+  const bool hasBody = BodyOf(headers.head) != ZRRequestBody::kNone;
+  if (!hasBody) {
+    Count(request);
+    return MHD_YES;
   }
-  request.mostBodyBytes = headers.head.mostBodyBytes;
+  if (request.refusal == 0 && !MakeRoom(LengthOfBody(headers.head), request)) {
+    request.refusal = kStatusUnavailable;
+  }
+  if (request.refusal != 0) return Refuse(call, request, request.refusal);
+  connections.Begin(SocketOf(call.connection), ZRConnectionStep::kBody);
   return MHD_YES;
 }
 
-MHD_Result ZRWebServer::CServer::Finish(MHD_Connection* connection, std::string_view path,
-                                        std::string_view method,
-                                        const CRequestInProgress& request) {
-  const CRequestHeaders headers = RequestOf(connection, path, method);
-  const int refusal = RefusalOf(headers.head, mostHeadBytes);
-  if (refusal == 0) return Answer(connection, path, headers, request.body);
-  return Refuse(connection, refusal, headers.head.takesBody ? kAllowedToWrite : kAllowedToRead);
+void ZRWebServer::CServer::JudgeHead(const CCall& call, const ZRWebHeaders& headers,
+                                     CRequestInProgress& request) {
+  request.login.kind = ZRLoginVerdict::tagKind::kOpen;
+  request.refusal = RefusalOf(headers.head, rules);
+  if (request.refusal != 0 || routes.find(call.path)->second.whom == tagFor::kEverybody) return;
+  request.login = Judge(call, request, headers.authorization);
+  TellNote(request.login);
+  request.refusal = StatusOf(request.login.kind);
 }
 
-MHD_Result ZRWebServer::CServer::Answer(MHD_Connection* connection, std::string_view path,
-                                        const CRequestHeaders& headers, const std::string& body) {
-  CHttpRequest request(connection, headers);
-  ZRHttpAnswer answer(limits, request.Coding());
+bool ZRWebServer::CServer::MakeRoom(std::size_t bytes, CRequestInProgress& request) {
+  if (!bodyRoom.Take(bytes)) return false;
+  request.bodyBytes = bytes;
+  request.body.reserve(bytes);
+  return true;
+}
+
+MHD_Result ZRWebServer::CServer::Finish(const CCall& call, CRequestInProgress& request) {
+  Count(request);
+  connections.Begin(SocketOf(call.connection), ZRConnectionStep::kRoute);
+  if (request.refusal == 0 && request.login.kind == ZRLoginVerdict::tagKind::kNeedsBody) {
+    request.login = authenticator->JudgeBody(request.login, request.body);
+    TellNote(request.login);
+    const bool isHis = request.login.kind == ZRLoginVerdict::tagKind::kAccepted;
+    const int status = StatusOf(request.login.kind);
+    request.refusal = isHis || status != 0 ? status : kStatusUnauthorized;
+  }
+  if (request.refusal != 0) return Refuse(call, request, request.refusal);
+  return Answer(call, HeadersOfCall(call), request);
+}
+
+MHD_Result ZRWebServer::CServer::Answer(const CCall& call, const ZRWebHeaders& headers,
+                                        const CRequestInProgress& request) {
+  ZRWebRequest asked(call.connection, headers, request.login.user);
+  ZRHttpAnswer answer(limits, asked.Coding());
   {
     const CRouteTurn turn(progress);
-    if (!turn.Taken()) return Refuse(connection, kStatusUnavailable);
-    if (!CallRoute(path, request, body, answer)) return Refuse(connection, kStatusInternalError);
+    if (!turn.Taken()) return Refuse(call, request, kStatusUnavailable);
+    if (!CallRoute(call.path, asked, request.body, answer)) {
+      return Refuse(call, request, kStatusInternalError);
+    }
   }
-  return Send(connection, answer.Status(), ResponseOf(answer));
+  ZRWebResponse response(answer);
+  if (answer.Status() == kStatusUnauthorized) {
+    AddChallenges(response, Judge(call, request, {}).challenges);
+  }
+  return Send(call, response);
 }
 
-bool ZRWebServer::CServer::CallRoute(std::string_view path, CHttpRequest& request,
+bool ZRWebServer::CServer::CallRoute(std::string_view path, ZRWebRequest& request,
                                      const std::string& body, ZRHttpAnswer& answer) {
   try {
     routes.find(path)->second.answer(request, body, answer);
@@ -388,37 +420,52 @@ void ZRWebServer::CServer::TellFault(std::string_view path, const char* what) co
   if (fault) fault(path, what);
 }
 
-// `allowed`: the methods that a refused one is told of.
-MHD_Result ZRWebServer::CServer::Refuse(MHD_Connection* connection, int status,
-                                        const char* allowed) {
-  const std::string number = std::to_string(status);
-  const char* const phrase = MHD_get_reason_phrase_for(static_cast<unsigned int>(status));
-  const tagResponse response = ResponseOfText(number + " " + phrase + "\n");
-  AddHeader(response.get(), MHD_HTTP_HEADER_CONTENT_TYPE, kTextType);
-  if (status == kStatusMethodNotAllowed && allowed != nullptr) {
-    AddHeader(response.get(), MHD_HTTP_HEADER_ALLOW, allowed);
-  }
-  return Send(connection, status, response);
+void ZRWebServer::CServer::TellNote(const ZRLoginVerdict& login) const {
+  if (loginNote && !login.note.empty()) loginNote(login.note);
 }
 
-MHD_Result ZRWebServer::CServer::Send(MHD_Connection* connection, int status,
-                                      const tagResponse& response) {
-  AddHeader(response.get(), MHD_HTTP_HEADER_CACHE_CONTROL, "no-store");
-  AddHeader(response.get(), "X-Content-Type-Options", "nosniff");
-  if (progress.IsShut()) AddHeader(response.get(), MHD_HTTP_HEADER_CONNECTION, "close");
-  return MHD_queue_response(connection, static_cast<unsigned int>(status), response.get());
+ZRLoginVerdict ZRWebServer::CServer::Judge(const CCall& call, const CRequestInProgress& request,
+                                           std::string_view authorization) const {
+  ZRLoginVerdict everybody;
+  everybody.kind = ZRLoginVerdict::tagKind::kOpen;
+  if (authenticator == nullptr) return everybody;
+  const std::string peer = PeerOf(call.connection);
+  return authenticator->Judge({call.method, request.target, authorization, peer, rules.isSecure});
+}
+
+MHD_Result ZRWebServer::CServer::Refuse(const CCall& call, const CRequestInProgress& request,
+                                        int status) {
+  ZRWebResponse response(status);
+  if (status == kStatusMethodNotAllowed) {
+    const auto route = routes.find(call.path);
+    const bool takesBody = route != routes.end() && route->second.takesBody;
+    response.Add(MHD_HTTP_HEADER_ALLOW, takesBody ? kAllowedToWrite : kAllowedToRead);
+  }
+  if (status == kStatusUnauthorized) AddChallenges(response, request.login.challenges);
+  if (status == kStatusTooManyRequests) AddRetry(response, request.login.retrySeconds);
+  if (status == kStatusUnavailable) AddRetry(response, kRetrySeconds);
+  return Send(call, response);
+}
+
+MHD_Result ZRWebServer::CServer::Send(const CCall& call, ZRWebResponse& response) {
+  response.Add(MHD_HTTP_HEADER_CACHE_CONTROL, "no-store");
+  response.Add("X-Content-Type-Options", "nosniff");
+  if (progress.IsShut()) response.Add(MHD_HTTP_HEADER_CONNECTION, "close");
+  connections.Begin(SocketOf(call.connection), ZRConnectionStep::kAnswer);
+  return response.Send(call.connection) ? MHD_YES : MHD_NO;
 }
 
 ZRWebServer::ZRWebServer() : server(std::make_unique<CServer>()) {}
 
 ZRWebServer::~ZRWebServer() = default;
 
-void ZRWebServer::Get(std::string_view path, tagRoute route) {
+void ZRWebServer::Get(std::string_view path, tagRoute route, tagFor whom) {
   auto answer = [toCall = std::move(route)](ZRHttpRequest& request, const std::string&,
                                             ZRHttpResponse& response) {
     toCall(request, response);
   };
-  server->routes.insert_or_assign(std::string(path), CBoundRoute{std::move(answer)});
+  server->routes.insert_or_assign(std::string(path),
+                                  CBoundRoute{std::move(answer), false, 0, whom});
 }
 
 void ZRWebServer::Put(std::string_view path, std::size_t mostBytes, tagBodyRoute route) {
@@ -426,8 +473,16 @@ void ZRWebServer::Put(std::string_view path, std::size_t mostBytes, tagBodyRoute
                                   CBoundRoute{std::move(route), true, mostBytes});
 }
 
+void ZRWebServer::Authenticate(ZRAuthenticator* authenticator) {
+  server->authenticator = authenticator;
+}
+
 void ZRWebServer::OnFault(tagFault fault) {
   server->fault = std::move(fault);
+}
+
+void ZRWebServer::OnLoginNote(tagLoginNote note) {
+  server->loginNote = std::move(note);
 }
 
 bool ZRWebServer::Start(const ZRWebServerSettings& settings, ZRString& reason) {

@@ -15,6 +15,28 @@ TEST(ListenSocket, SaysWhyItCannotListen) {
             ZRListenSocket::ReasonOf(EACCES, "127.0.0.1", 80));
   EXPECT_EQ("port 0 of 127.0.0.1 can't be listened on: Too many open files",
             ZRListenSocket::ReasonOf(EMFILE, "127.0.0.1", 0));
+  EXPECT_EQ("192.0.2.1 is no address of this machine",
+            ZRListenSocket::ReasonOf(EADDRNOTAVAIL, "192.0.2.1", 80));
+  EXPECT_EQ("this machine has no addresses of the kind of ::",
+            ZRListenSocket::ReasonOf(EAFNOSUPPORT, "::", 80));
+}
+
+TEST(ListenSocket, TakesNoNameForAnAddress) {
+  ZRListenSocket socket;
+  std::string reason;
+  for (const char* text : {"", "localhost", "127.1", "1.2.3.4:80", "[::1]", "::1%missing"}) {
+    EXPECT_FALSE(socket.Open(text, 0, reason));
+    EXPECT_EQ("'" + std::string(text) + "' is no address of IPv4 or IPv6 in digits", reason);
+    EXPECT_EQ(0, socket.Port());
+  }
+}
+
+// 192.0.2.0/24 is set aside for examples: no machine has it.
+TEST(ListenSocket, TakesNoAddressOfAnotherMachine) {
+  ZRListenSocket socket;
+  std::string reason;
+  EXPECT_FALSE(socket.Open("192.0.2.1", 0, reason));
+  EXPECT_EQ("192.0.2.1 is no address of this machine", reason);
 }
 
 TEST(ListenSocket, TakesAFreePortForZero) {

@@ -23,8 +23,13 @@ class OpenConnections : public testing::Test {
     return ::recv(ends[1], &byte, 1, MSG_DONTWAIT) == 0;
   }
 
+  static constexpr ZRPaceLimits kLimits{1000, 2000, 100};
+
   ZRVirtualTime time;
-  ZROpenConnections connections;
+  ZRSocketBytes bytes;  // of every socket
+  bool areCounted = true;
+  ZROpenConnections connections{
+      [this](int) { return areCounted ? std::optional(bytes) : std::nullopt; }};
   int ends[2] = {-1, -1};
 };
 
@@ -43,7 +48,7 @@ TEST_F(OpenConnections, AreShutWhenTheyComeTooLate) {
 
 TEST_F(OpenConnections, AreAllowedAgain) {
   connections.ShutAll();
-  connections.Allow();
+  connections.Allow(kLimits);
   connections.Add(ends[0]);
   EXPECT_FALSE(IsShut());
 }
@@ -74,6 +79,48 @@ TEST_F(OpenConnections, AreWaitedForNoLongerThanAsked) {
   const std::uint32_t start = time.TickCount();
   EXPECT_FALSE(connections.WaitUntilNone(1000));
   EXPECT_EQ(1000u, time.TickCount() - start);
+}
+
+TEST_F(OpenConnections, AreShutWhenTheirHeadTakesTooLong) {
+  connections.Allow(kLimits);
+  connections.Add(ends[0]);
+  time.Sleep(999);
+  connections.ShutSlow();
+  EXPECT_FALSE(IsShut());
+  time.Sleep(1);
+  connections.ShutSlow();
+  EXPECT_TRUE(IsShut());
+}
+
+TEST_F(OpenConnections, MayWaitForTheirRoute) {
+  connections.Allow(kLimits);
+  connections.Add(ends[0]);
+  connections.Begin(ends[0], ZRConnectionStep::kRoute);
+  time.Sleep(100'000);
+  connections.ShutSlow();
+  EXPECT_FALSE(IsShut());
+  connections.Begin(ends[1], ZRConnectionStep::kRoute);  // nobody's
+}
+
+TEST_F(OpenConnections, MayTakeTheirTimeWhereNothingIsCounted) {
+  areCounted = false;
+  connections.Allow(kLimits);
+  connections.Add(ends[0]);
+  time.Sleep(100'000);
+  connections.ShutSlow();
+  EXPECT_FALSE(IsShut());
+}
+
+TEST_F(OpenConnections, AreWatched) {
+  connections.Allow(kLimits);
+  ZRThread watch;
+  ASSERT_TRUE(watch.Start([&] { connections.Watch(100); }));
+  time.Sleep(5000);
+  connections.Add(ends[0]);
+  time.Sleep(1200);
+  EXPECT_TRUE(IsShut());
+  connections.EndWatch();
+  watch.Join();
 }
 
 }  // namespace

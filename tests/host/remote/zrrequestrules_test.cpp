@@ -18,7 +18,7 @@ ZRRequestHead GoodHead() {
 }
 
 int Refusal(const ZRRequestHead& head) {
-  return RefusalOf(head, kMostHeadBytes);
+  return RefusalOf(head, {kMostHeadBytes, {}, false});
 }
 
 TEST(RequestRules, LetGetAndHeadPass) {
@@ -146,6 +146,22 @@ TEST(RequestRules, RefuseABodyThatAPageOfAnotherSiteSends) {
   EXPECT_EQ(0, Refusal(head)) << "a page can't read what it asks for";
 }
 
+TEST(RequestRules, TakeNoPageThatCameOpenlyForTheirOwnWhereTheyAreSecure) {
+  EXPECT_TRUE(IsOwnOrigin("https://a.example", "A.example", true));
+  EXPECT_FALSE(IsOwnOrigin("http://a.example", "a.example", true));
+  EXPECT_TRUE(IsOwnOrigin("http://a.example", "a.example", false));
+  ZRRequestHead head = GoodBodyHead();
+  head.origins = {"http://localhost:8080"};
+  EXPECT_EQ(kStatusForbidden, RefusalOf(head, {kMostHeadBytes, {}, true}));
+}
+
+TEST(RequestRules, KnowTheLengthOfABody) {
+  ZRRequestHead head;
+  EXPECT_EQ(0u, LengthOfBody(head));
+  head.contentLengths = {"16777216"};
+  EXPECT_EQ(16'777'216u, LengthOfBody(head));
+}
+
 TEST(RequestRules, TakeALengthThatCannotBeReadForABody) {
   ZRRequestHead head = GoodHead();
   for (const char* length : {"", "-1", "+1", "0x0", "0 ", "0,0"}) {
@@ -157,7 +173,7 @@ TEST(RequestRules, TakeALengthThatCannotBeReadForABody) {
 TEST(RequestRules, KnowTheNamesOfThisMachine) {
   for (const char* host : {"localhost", "LocalHost:80", "127.0.0.1", "127.0.0.1:65535", "[::1]",
                            "[::1]:8480", "localhost:"}) {
-    EXPECT_TRUE(IsLoopbackHost(host)) << host;
+    EXPECT_TRUE(IsOwnHost(host, {})) << host;
   }
 }
 
@@ -184,8 +200,28 @@ TEST(RequestRules, KnowNoOtherNames) {
                            "user@localhost",
                            "localhost:80@example.org",
                            "localhost, localhost"}) {
-    EXPECT_FALSE(IsLoopbackHost(host)) << host;
+    EXPECT_FALSE(IsOwnHost(host, {})) << host;
   }
+}
+
+TEST(RequestRules, KnowTheirNamesInAnyCase) {
+  const ZRHostRule rule{{"hall.example.org", "[2001:db8::1]"}, false};
+  for (const char* host : {"hall.example.org", "HALL.example.org:443", "[2001:DB8::1]:80"})
+    EXPECT_TRUE(IsOwnHost(host, rule)) << host;
+  for (const char* host : {"", "hall", "example.org", "hall.example.org.", "hall.example.orgx",
+                           "192.0.2.1", "[2001:db8::2]", "2001:db8::1"})
+    EXPECT_FALSE(IsOwnHost(host, rule)) << host;
+}
+
+TEST(RequestRules, TakeAnyAddressInDigitsWhereTheyMay) {
+  const ZRHostRule rule{{}, true};
+  for (const char* host : {"192.0.2.1", "10.0.0.1:8480", "[2001:db8::1]", "[fd00::1]:8480"})
+    EXPECT_TRUE(IsOwnHost(host, rule)) << host;
+  for (const char* host :
+       {"a.example", "192.0.2.1.example", "192.0.2", "1", "0x7f000001", "[192.0.2.1]",
+        "[2001:db8::1", "[]", "[", "2001:db8::1", "192.0.2.1:x", "[::1]x:80", "192.0.2.256"})
+    EXPECT_FALSE(IsOwnHost(host, rule)) << host;
+  EXPECT_FALSE(IsOwnHost(std::string_view("1.2.3.4\0x", 9), rule));
 }
 
 }  // namespace

@@ -503,14 +503,11 @@ TEST_F(WebServer, SaysThatItsPortIsInUse) {
   EXPECT_EQ(200, Get("/plain").status);
 }
 
-TEST_F(WebServer, RefusesAnotherAddress) {
+TEST_F(WebServer, RefusesAnAddressThatIsNone) {
   ZRString reason;
-  for (const char* address : {"0.0.0.0", "::", "192.0.2.1", "localhost", ""}) {
-    settings.address = address;
-    EXPECT_FALSE(server.Start(settings, reason));
-    EXPECT_EQ(std::string("address ") + address + " is not served, only 127.0.0.1",
-              std::string(reason.Text()));
-  }
+  settings.address = "localhost";
+  EXPECT_FALSE(server.Start(settings, reason));
+  EXPECT_STREQ("'localhost' is no address of IPv4 or IPv6 in digits", reason.Text());
 }
 
 TEST_F(WebServer, RefusesSettingsThatCannotWork) {
