@@ -10,7 +10,7 @@
 
 inline constexpr std::size_t kMostAuthorizationBytes = 8192;
 inline constexpr std::size_t kMostUserNameBytes = 256;
-inline constexpr std::size_t kMostPasswordBytes = 256;
+inline constexpr std::size_t kMostPasswordBytes = 1024;
 inline constexpr std::size_t kMostClientNonceBytes = 256;
 
 enum class ZRLoginScheme { kNone, kDigest, kBasic };
