@@ -12,6 +12,10 @@ class ZRSystemUser {
   static constexpr const char* kMail = "MAIL";
   static constexpr const char* kPhone = "PHONEGSM";
 
+  // The index that a text stands for: the number that it begins with, without its fraction; 0
+  // without one, -1 for one that no index can be.
+  [[nodiscard]] static int IndexOf(const ZRWString& text);
+
   // The value of a parameter at an index, from 0. False if there is none.
   [[nodiscard]] bool getParameterValueInfo(const char* parameter, int index,
                                            ZRWString& value) const;

@@ -1,22 +1,21 @@
 #include "zrevents/actions/zreventactionmail.h"
 
-#include <algorithm>
-#include <cwchar>
-#include <limits>
 #include <memory>
 
 #include "host/support/zrtessalysetup.h"
 #include "host/tools/zrstringtable.h"
 #include "host/tools/zrtext.h"
-#include "host/user/zrsystemuserssupport.h"
 #include "zrevents/actions/zreventmailqueue.h"
+#include "zrevents/actions/zrrecipients.h"
 #include "zrevents/zreventdriver.h"
 #include "zrevents/zreventstatus.h"
 
 namespace {
 
 constexpr const char* kTag = "mail";
-constexpr const char* kParameter = "MAIL";
+constexpr tagRecipientWords kRecipients = {"address",  ZRSystemUser::kMail,
+                                           L"mail",    "mailLists",
+                                           "mailList", &ZRSystemUsersSupport::getMailListMails};
 constexpr std::size_t kSubjectRoom = 512;  // characters, the terminator included
 
 // What all mail actions share.
@@ -47,14 +46,6 @@ ZRWString FormatOf(int moment) {
   }
 }
 
-// The number that `text` begins with, without its fraction; 0 without one, -1 for one that no
-// index can be.
-int ToIndex(const ZRWString& text) {
-  const double number = std::wcstod(text.Text(), nullptr);
-  const bool fits = number > -1.0 && number < std::numeric_limits<int>::max();
-  return fits ? static_cast<int>(number) : -1;
-}
-
 }  // namespace
 
 ZREventActionMail::ZREventActionMail(ZREventDriver* owner) : ZREventAction(owner) {
@@ -75,51 +66,15 @@ bool ZREventActionMail::LoadXml(const XmlDocument::XmlNode* node) {
   if (node->TagUtf8() != kTag) return false;
   (void)ZREventAction::LoadXml(node);
   message = node->Value(L"message", L"");
-  for (auto child = node->ChildsBegin(); child != node->ChildsEnd(); ++child) {
-    const std::string_view tag = (*child)->TagUtf8();
-    if (tag == "address") {
-      if (!(*child)->TextUtf8().empty()) addresses.emplace_back((*child)->TextUtf8());
-    } else if (tag == "users") {
-      AddUsers(**child);
-    } else if (tag == "mailLists") {
-      AddLists(**child);
-    }
-  }
+  AppendRecipients(addresses, *node, kRecipients);
   return !addresses.empty();
 }
 
-void ZREventActionMail::AddUsers(const XmlDocument::XmlNode& users) {
-  for (auto child = users.ChildsBegin(); child != users.ChildsEnd(); ++child) {
-    if ((*child)->TagUtf8() != "user") continue;
-    const ZRWString name = (*child)->Value(L"id", L"");
-    ZRSystemUser* user = nullptr;
-    if (name.IsEmpty() || !ZRSystemUsersSupport::Get().getSystemUser(name, &user)) continue;
-    ZRWString address;
-    if (user->getParameterValueInfo(kParameter, ToIndex((*child)->Value(L"mail", L"-1")), address))
-      AddUnlessKnown(address);
-  }
-}
-
-void ZREventActionMail::AddLists(const XmlDocument::XmlNode& lists) {
-  for (auto child = lists.ChildsBegin(); child != lists.ChildsEnd(); ++child) {
-    if ((*child)->TagUtf8() != "mailList" || (*child)->TextUtf8().empty()) continue;
-    std::vector<ZRWString> list;
-    if (!ZRSystemUsersSupport::Get().getMailListMails((*child)->Value(), list)) continue;
-    for (const ZRWString& address : list)
-      AddUnlessKnown(address);
-  }
-}
-
-void ZREventActionMail::AddUnlessKnown(const ZRWString& address) {
-  ZRString narrow = Utf16ToUtf8(address.View());
-  if (std::find(addresses.begin(), addresses.end(), narrow) == addresses.end())
-    addresses.push_back(std::move(narrow));
-}
-
 bool ZREventActionMail::Execute(int moment) {
+  const ZRString subject = Subject(moment);
   ZRWString body;
   (void)Parent()->ParseAnnotation(body, message);
-  return Shared().queue->Add(addresses, Subject(moment), Utf16ToUtf8(body.View()));
+  return Shared().queue->Add(addresses, subject, Utf16ToUtf8(body.View()));
 }
 
 ZRString ZREventActionMail::Subject(int moment) const {

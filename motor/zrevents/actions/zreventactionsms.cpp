@@ -1,8 +1,6 @@
 #include "zrevents/actions/zreventactionsms.h"
 
-#include <algorithm>
 #include <cwchar>
-#include <limits>
 #include <memory>
 
 #include "host/eventactions/eventactionsmssendforwindows.h"
@@ -13,14 +11,16 @@
 #include "host/tools/zrcoreexception.h"
 #include "host/tools/zrstringtable.h"
 #include "host/tools/zrtext.h"
-#include "host/user/zrsystemuserssupport.h"
 #include "zrevents/actions/zreventsmsqueue.h"
+#include "zrevents/actions/zrrecipients.h"
 #include "zrevents/zreventdriver.h"
 
 namespace {
 
 constexpr const char* kTag = "sms";
-constexpr const char* kParameter = "PHONEGSM";
+constexpr tagRecipientWords kRecipients = {"phone",     ZRSystemUser::kPhone,
+                                           L"phone",    "phoneLists",
+                                           "phoneList", &ZRSystemUsersSupport::getPhoneListPhones};
 constexpr const char* kFileSender = "file";
 
 constexpr std::uint32_t kDefaultBaudRate = 9600;
@@ -77,14 +77,6 @@ std::unique_ptr<EventActionSmsSender> MakeSender() {
   return MakeModemSender();
 }
 
-// The number that `text` begins with, without its fraction; 0 without one, -1 for one that no
-// index can be.
-int ToIndex(const ZRWString& text) {
-  const double number = std::wcstod(text.Text(), nullptr);
-  const bool fits = number > -1.0 && number < std::numeric_limits<int>::max();
-  return fits ? static_cast<int>(number) : -1;
-}
-
 }  // namespace
 
 ZREventActionSms::ZREventActionSms(ZREventDriver* owner) : ZREventAction(owner) {
@@ -112,45 +104,8 @@ bool ZREventActionSms::LoadXml(const XmlDocument::XmlNode* node) {
   (void)ZREventAction::LoadXml(node);
   message = node->Value(L"message", L"");
   forceBreak = node->Value(L"forceBreakMessage", L"F") != L"F";
-  for (auto child = node->ChildsBegin(); child != node->ChildsEnd(); ++child) {
-    const std::string_view tag = (*child)->TagUtf8();
-    if (tag == "phone") {
-      if (!(*child)->TextUtf8().empty()) phones.emplace_back((*child)->TextUtf8());
-    } else if (tag == "users") {
-      AddUsers(**child);
-    } else if (tag == "phoneLists") {
-      AddLists(**child);
-    }
-  }
+  AppendRecipients(phones, *node, kRecipients);
   return !phones.empty();
-}
-
-void ZREventActionSms::AddUsers(const XmlDocument::XmlNode& users) {
-  for (auto child = users.ChildsBegin(); child != users.ChildsEnd(); ++child) {
-    if ((*child)->TagUtf8() != "user") continue;
-    const ZRWString name = (*child)->Value(L"id", L"");
-    ZRSystemUser* user = nullptr;
-    if (name.IsEmpty() || !ZRSystemUsersSupport::Get().getSystemUser(name, &user)) continue;
-    ZRWString phone;
-    if (user->getParameterValueInfo(kParameter, ToIndex((*child)->Value(L"phone", L"-1")), phone))
-      AddUnlessKnown(phone);
-  }
-}
-
-void ZREventActionSms::AddLists(const XmlDocument::XmlNode& lists) {
-  for (auto child = lists.ChildsBegin(); child != lists.ChildsEnd(); ++child) {
-    if ((*child)->TagUtf8() != "phoneList" || (*child)->TextUtf8().empty()) continue;
-    std::vector<ZRWString> list;
-    if (!ZRSystemUsersSupport::Get().getPhoneListPhones((*child)->Value(), list)) continue;
-    for (const ZRWString& phone : list)
-      AddUnlessKnown(phone);
-  }
-}
-
-void ZREventActionSms::AddUnlessKnown(const ZRWString& phone) {
-  ZRString narrow = Utf16ToUtf8(phone.View());
-  if (std::find(phones.begin(), phones.end(), narrow) == phones.end())
-    phones.push_back(std::move(narrow));
 }
 
 bool ZREventActionSms::Execute(int /*moment*/) {

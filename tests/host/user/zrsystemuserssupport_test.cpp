@@ -53,6 +53,14 @@ TEST_F(Users, HaveMailsAndPhonesByTheirIndex) {
   EXPECT_EQ("no user", Parameter("jose", "MAIL", 0));
 }
 
+TEST_F(Users, IndexIsTheNumberThatATextBeginsWith) {
+  const std::pair<const char*, int> cases[] = {
+      {"0", 0},   {"7", 7},   {"1.9", 1},    {"-0.9", 0},    {" 2x", 2},  {"", 0},    {"x", 0},
+      {"-1", -1}, {"-7", -1}, {"1e300", -1}, {"-1e300", -1}, {"nan", -1}, {"inf", -1}};
+  for (const auto& [text, index] : cases)
+    EXPECT_EQ(index, ZRSystemUser::IndexOf(Wide(text))) << text;
+}
+
 TEST_F(Users, ListsHaveMailsAndPhonesOfTheirOwn) {
   ASSERT_EQ("", Load("[[list]]\nname = \"night\"\nmail = [\"a@b\"]\nphone = [\"1\", \"2\"]\n"
                      "[[list]]\nname = \"day\"\n"));
