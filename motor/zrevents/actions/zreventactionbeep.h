@@ -3,7 +3,7 @@
 #include "zrevents/actions/zreventaction.h"
 
 // A client makes itself heard.
-class ZREventActionBeep final : public ZREventAction {
+class ZREVENTS_API ZREventActionBeep final : public ZREventAction {
  public:
   explicit ZREventActionBeep(ZREventDriver* owner) : ZREventAction(owner) {}
 

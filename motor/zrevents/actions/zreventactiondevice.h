@@ -3,7 +3,7 @@
 #include "zrevents/actions/zreventaction.h"
 
 // A client shows a device.
-class ZREventActionDevice final : public ZREventAction {
+class ZREVENTS_API ZREventActionDevice final : public ZREventAction {
  public:
   explicit ZREventActionDevice(ZREventDriver* owner) : ZREventAction(owner) {}
 

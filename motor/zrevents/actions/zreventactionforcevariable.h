@@ -12,7 +12,7 @@
 // Threads   as ZREventAction; a copy shares the expression, and must not be executed at the same
 //           time.
 // Order     none of its own; the driver's below an event's occurrencesMutex.
-class ZREventActionForceVariable final : public ZREventAction {
+class ZREVENTS_API ZREventActionForceVariable final : public ZREventAction {
  public:
   // What a variable is.
   static constexpr int kGeneral = 0;

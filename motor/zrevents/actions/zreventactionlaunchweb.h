@@ -3,7 +3,7 @@
 #include "zrevents/actions/zreventaction.h"
 
 // A client opens a page of the web, in a window of its own or in a tab.
-class ZREventActionLaunchWeb final : public ZREventAction {
+class ZREVENTS_API ZREventActionLaunchWeb final : public ZREventAction {
  public:
   explicit ZREventActionLaunchWeb(ZREventDriver* owner) : ZREventAction(owner) {}
 

@@ -11,7 +11,7 @@ class ZREventMailQueue;
 // lives while one of them exists: who destroys the last one drops what hasn't been sent.
 //
 // Threads   made, copied and destroyed on the host's, while nothing runs.
-class ZREventActionMail final : public ZREventAction {
+class ZREVENTS_API ZREventActionMail final : public ZREventAction {
  public:
   explicit ZREventActionMail(ZREventDriver* owner);
   ~ZREventActionMail() override;
@@ -28,9 +28,6 @@ class ZREventActionMail final : public ZREventAction {
   [[nodiscard]] const std::vector<ZRString>& Addresses() const { return addresses; }
 
  private:
-  void AddUsers(const XmlDocument::XmlNode& users);
-  void AddLists(const XmlDocument::XmlNode& lists);
-  void AddUnlessKnown(const ZRWString& address);
   [[nodiscard]] ZRString Subject(int moment) const;
 
   std::vector<ZRString> addresses;  // UTF-8; constant after LoadXml

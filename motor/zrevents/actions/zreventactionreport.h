@@ -3,7 +3,7 @@
 #include "zrevents/actions/zreventaction.h"
 
 // A client shows a report.
-class ZREventActionReport final : public ZREventAction {
+class ZREVENTS_API ZREventActionReport final : public ZREventAction {
  public:
   explicit ZREventActionReport(ZREventDriver* owner) : ZREventAction(owner) {}
 

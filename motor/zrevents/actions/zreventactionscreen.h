@@ -3,7 +3,7 @@
 #include "zrevents/actions/zreventaction.h"
 
 // A client shows a screen.
-class ZREventActionScreen final : public ZREventAction {
+class ZREVENTS_API ZREventActionScreen final : public ZREventAction {
  public:
   explicit ZREventActionScreen(ZREventDriver* owner) : ZREventAction(owner) {}
 

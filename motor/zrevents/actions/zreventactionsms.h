@@ -12,7 +12,7 @@ class ZREventSmsQueue;
 // settings, and who destroys the last one drops what hasn't been sent.
 //
 // Threads   made, copied and destroyed on the host's, while nothing runs.
-class ZREventActionSms final : public ZREventAction {
+class ZREVENTS_API ZREventActionSms final : public ZREventAction {
  public:
   // The first one raises a system event if the settings have no port for the modem.
   explicit ZREventActionSms(ZREventDriver* owner);
@@ -32,10 +32,6 @@ class ZREventActionSms final : public ZREventAction {
   [[nodiscard]] const std::vector<ZRString>& Phones() const { return phones; }
 
  private:
-  void AddUsers(const XmlDocument::XmlNode& users);
-  void AddLists(const XmlDocument::XmlNode& lists);
-  void AddUnlessKnown(const ZRWString& phone);
-
   std::vector<ZRString> phones;  // UTF-8; constant after LoadXml
   ZRWString message;             // before its expansion; constant after LoadXml
   bool forceBreak = false;       // constant after LoadXml

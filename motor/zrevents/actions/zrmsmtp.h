@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "host/tools/zrbasicstring.h"
+#include "zrevents/zreventsexport.h"
 
 // Submits a mail to one recipient, by the program `msmtp` in the share folder: it gets its
 // settings and the mail as files, is started by a small shell script, and its exit code tells how
@@ -12,7 +13,7 @@
 // Threads   one at a time.
 // Promise   a call takes 13 s at most; afterwards neither its files nor its processes exist. The
 //           password stands in a file that only this user can read, and in no line of the log.
-class ZRMSmtp {
+class ZREVENTS_API ZRMSmtp {
  public:
   // Results of a Send. Any other one, with kNotSent as its text, is the tool's exit code, or 128
   // and the number of the signal that ended it; such a code may also be one of these numbers.
