@@ -75,17 +75,29 @@ struct tagMixed {
   Words words;
 };
 
-TEST(CommandWordsOfArguments, StayInOneWord) {
+TEST(CommandWordsOfArguments, AreDividedByTheirBlanksUnlessTheLineQuotesThem) {
   const tagMixed rows[] = {
-      {{{L"two words", true}}, {"two words"}},
-      {{{L"a\" b", true}}, {"a\" b"}},
-      {{{L"\"", true}, {L" x", false}}, {"\"", "x"}},
-      {{{L"--file=", false}, {L"a b", true}, {L".txt end", false}}, {"--file=a b.txt", "end"}},
-      {{{L"\"in ", false}, {L"a\" b", true}, {L" out\" x", false}}, {"in a\" b out", "x"}},
+      {{{L"two words", true}}, {"two", "words"}},
+      {{{L" two\t words ", true}, {L"x", false}}, {"two", "words", "x"}},
+      {{{L"--file=", false}, {L"a b", true}, {L".txt end", false}}, {"--file=a", "b.txt", "end"}},
+      {{{L"\"", false}, {L"two \t words ", true}, {L"\"", false}}, {"two \t words "}},
+      {{{L"--file=\"", false}, {L"a b", true}, {L"\".txt", false}}, {"--file=a b.txt"}},
       {{{L"", true}}, {}},
+      {{{L" ", true}}, {}},
       {{{L"\"", false}, {L"", true}, {L"\"", false}}, {""}},
-      {{{L" ", true}}, {" "}},
       {{{L"a", true}, {L"b", true}}, {"ab"}},
+      {{{L"a\nb\r", true}, {L" c", false}}, {"a\nb\r", "c"}},
+  };
+  for (const tagMixed& row : rows)
+    EXPECT_EQ(CommandWords(row.parts), row.words);
+}
+
+TEST(CommandWordsOfArguments, HaveQuotesThatStandForThemselves) {
+  const tagMixed rows[] = {
+      {{{L"a\" b", true}}, {"a\"", "b"}},
+      {{{L"\"", true}, {L" --safe x", false}}, {"\"", "--safe", "x"}},
+      {{{L"\"", false}, {L"a\" -r \"b", true}, {L"\" x", false}}, {"a\" -r \"b", "x"}},
+      {{{L"\"in ", false}, {L"a\" b", true}, {L" out\" x", false}}, {"in a\" b out", "x"}},
   };
   for (const tagMixed& row : rows)
     EXPECT_EQ(CommandWords(row.parts), row.words);
@@ -95,15 +107,19 @@ TEST(CommandWordsOfArguments, BeginNoOption) {
   const tagMixed rows[] = {
       {{{L"-rf", true}}, {"rf"}},
       {{{L"--output=x", true}}, {"output=x"}},
+      {{{L"x -rf  --all\t-", true}}, {"x", "rf", "all", ""}},
       {{{L"-", true}}, {""}},
       {{{L"---", true}, {L"x", false}}, {"x"}},
       {{{L"-", true}, {L"-x", true}}, {"x"}},
       {{{L"", true}, {L"-x", true}}, {"x"}},
       {{{L"\"", false}, {L"-x y", true}, {L"\"", false}}, {"x y"}},
       {{{L"-", true}, {L"-x", false}}, {"-x"}},  // the second dash is the line's own
+      {{{L"a ", true}, {L"-x", false}}, {"a", "x"}},
+      {{{L"a ", true}, {L"-", false}, {L"rf", true}}, {"a", "rf"}},
+      {{{L"a ", true}, {L" -x", false}}, {"a", "-x"}},
       {{{L"a-x", true}}, {"a-x"}},
       {{{L"-o ", false}, {L"-x", true}}, {"-o", "x"}},
-      {{{L"-o", false}, {L"-x", true}}, {"-o-x"}},
+      {{{L"-o", false}, {L"-x -y", true}}, {"-o-x", "y"}},
       {{{L"--opt=", false}, {L"-x", true}}, {"--opt=-x"}},
   };
   for (const tagMixed& row : rows)
@@ -111,10 +127,13 @@ TEST(CommandWordsOfArguments, BeginNoOption) {
 }
 
 TEST(CommandWordsOfArguments, NumbersKeepTheirSign) {
-  for (const wchar_t* number : {L"-1", L"-0.5", L"-1,234.50", L"-1.2e+03", L"-7e-05"})
+  for (const wchar_t* number :
+       {L"-1", L"-0.5", L"-1,234.50", L"-1.234,50", L"-1.2e+03", L"-7e-05", L"-1e9"})
     EXPECT_EQ(CommandWords({{number, true}}), Words{Narrow(number)});
   EXPECT_EQ(CommandWords({{L"-5", true}, {L"kW", false}}), Words{"-5kW"});
-  for (const wchar_t* text : {L"-1x", L"-e5", L"-.5", L"--1", L"-1 -r"})
+  EXPECT_EQ(CommandWords({{L"at -5 kW", true}}), (Words{"at", "-5", "kW"}));
+  for (const wchar_t* text :
+       {L"-1x", L"-e5", L"-.5", L"--1", L"-1-r", L"-1e", L"-1e+", L"-1e5-r", L"-1+2"})
     EXPECT_NE(CommandWords({{text, true}}).front().front(), '-') << Narrow(text);
 }
 

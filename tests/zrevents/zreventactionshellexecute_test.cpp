@@ -93,9 +93,10 @@ TEST_F(ShellExecute, CommandIsNotExpanded) {
   EXPECT_EQ(Started("/bin/%n", ""), Strings{"/bin/%n"});
 }
 
-TEST_F(ShellExecute, MarkOfAnArgumentWithoutAValueIsOneWord) {
-  EXPECT_EQ(Started("/bin/tool", "%a3 x"), Strings{"/bin/tool|1 + ## invalid expression ##|x"});
-  EXPECT_EQ(Started("/bin/tool", "%a4"), Strings{"/bin/tool|[P.NONE] ## could not avaluate ##"});
+TEST_F(ShellExecute, MarkOfAnArgumentWithoutAValueIsPartOfTheLine) {
+  EXPECT_EQ(Started("/bin/tool", "%a3 x"), Strings{"/bin/tool|1|+|##|invalid|expression|##|x"});
+  EXPECT_EQ(Started("/bin/tool", "\"%a4\""),
+            Strings{"/bin/tool|[P.NONE] ## could not avaluate ##"});
 }
 
 TEST_F(ShellExecute, EachArgumentIsEvaluatedOnce) {
@@ -106,14 +107,21 @@ TEST_F(ShellExecute, EachArgumentIsEvaluatedOnce) {
 
 // --- what a device says ---
 
-TEST_F(ShellExecute, TextOfADeviceAddsNoWordOptionOrProgram) {
+TEST_F(ShellExecute, TextOfADeviceIsDividedLikeTheRestOfTheLine) {
+  driver->SetText("T", "Boiler room 3");
+  EXPECT_EQ(Started("/bin/tool", "--at %a2 --now"), Strings{"/bin/tool|--at|Boiler|room|3|--now"});
+  EXPECT_EQ(Started("/bin/tool", "--at \"%a2\" --now"),
+            Strings{"/bin/tool|--at|Boiler room 3|--now"});
+}
+
+TEST_F(ShellExecute, TextOfADeviceMakesNoOptionAndNoProgram) {
   driver->SetText("T", "a \" b");
-  EXPECT_EQ(Started("/bin/tool", "%a2 x"), Strings{"/bin/tool|a \" b|x"});
+  EXPECT_EQ(Started("/bin/tool", "%a2 x"), Strings{"/bin/tool|a|\"|b|x"});
   EXPECT_EQ(Started("/bin/tool", "\"%a2\" x"), Strings{"/bin/tool|a \" b|x"});
   driver->SetText("T", "--delete -r");
-  EXPECT_EQ(Started("/bin/tool", "%a2"), Strings{"/bin/tool|delete -r"});
+  EXPECT_EQ(Started("/bin/tool", "%a2"), Strings{"/bin/tool|delete|r"});
   EXPECT_EQ(Started("/bin/tool", "\"%a2\""), Strings{"/bin/tool|delete -r"});
-  EXPECT_EQ(Started("/bin/tool", "--what=%a2"), Strings{"/bin/tool|--what=--delete -r"});
+  EXPECT_EQ(Started("/bin/tool", "--what=%a2"), Strings{"/bin/tool|--what=--delete|r"});
   driver->SetText("T", "/evil");
   EXPECT_EQ(Started("\"/bin/tool", "%a2"), Strings{"/bin/tool|/evil"}) << "an open quote";
   EXPECT_EQ(Started("/bin/tool", "%%a2"), Strings{"/bin/tool|%a2"});

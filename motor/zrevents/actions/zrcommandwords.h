@@ -6,8 +6,7 @@
 
 #include "host/tools/zrbasicstring.h"
 
-// A piece of the parameters. What an argument of an event says may come from a device: it stays in
-// one word, whatever stands in it.
+// A piece of the parameters. What an argument of an event says may come from a device.
 struct tagCommandPart {
   ZRWString text;
   bool isArgument = false;
@@ -17,5 +16,7 @@ struct tagCommandPart {
 // together what stands between them, and go away; "" is an empty word, and one that isn't closed
 // holds up to the end. Everything else stands for itself. A NUL ends the line.
 //
-// An argument begins no option: its dashes in front of a word are dropped, unless it is a number.
+// In an argument only blanks and tabs divide, and nothing does between quotes of the line: its own
+// quotes stand for themselves. It begins no option: dashes in front of a word are dropped if the
+// argument said them, or the divider before the word, unless what it said is a number.
 [[nodiscard]] std::vector<std::string> CommandWords(const std::vector<tagCommandPart>& parts);

@@ -9,9 +9,9 @@
 // values of the event, as its texts do.
 //
 // Threads   as ZREventAction; Execute on one thread at a time.
-// Promise   no shell reads the line, and no value of the event can add a word, an option or
-//           another program to it.
-class ZREventActionShellExecute final : public ZREventAction {
+// Promise   no shell reads the line, and no value of the event names the program, begins an
+//           option or changes how the rest of the line is divided.
+class ZREVENTS_API ZREventActionShellExecute final : public ZREventAction {
  public:
   // Lines of so many units, blanks included, and longer ones aren't started at all.
   static constexpr std::size_t kLineLimit = 260;
