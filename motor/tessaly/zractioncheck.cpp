@@ -8,6 +8,7 @@
 #include "host/tools/zrtext.h"
 #include "tessaly/zreventcheck.h"
 #include "tessaly/zreventtextcheck.h"
+#include "tessaly/zrrecipientcheck.h"
 
 namespace {
 
@@ -16,6 +17,8 @@ using Node = XmlDocument::XmlNode;
 
 constexpr std::string_view kForce = "force";
 constexpr std::string_view kShellExecute = "shellExecute";
+constexpr std::string_view kParameter = "parameter";
+constexpr std::string_view kMessage = "message";
 
 // What is read of an action's element, besides its id, and whether it can't do without.
 struct tagKey {
@@ -27,18 +30,19 @@ struct tagKind {
   std::array<tagKey, 2> keys;
   bool isForServer = false;
   bool isForClients = false;
-  std::string_view lack = {};  // of one that has lists in it, which aren't looked at: what it needs
+  std::string_view lack = {};      // of one that has recipients: what it needs
+  std::string_view expanded = {};  // the value that is expanded as an event's texts are
 };
 constexpr tagKind kKinds[] = {
     {kForce, {{{"variable", true}, {"value"}}}, true, false},
-    {kShellExecute, {{{"command", true}, {"parameter"}}}, true, true},
+    {kShellExecute, {{{"command", true}, {kParameter}}}, true, true, "", kParameter},
     {"screen", {{{"name", true}}}, false, true},
     {"report", {{{"name", true}}}, false, true},
     {"device", {{{"name", true}}}, false, true},
     {"beep", {}, false, true},
     {"launchWeb", {{{"url", true}, {"window", true}}}, false, true},
-    {"mail", {}, true, false, "address that can be used"},
-    {"sms", {}, true, false, "phone number that can be used"},
+    {"mail", {}, true, false, "address that can be used", kMessage},
+    {"sms", {}, true, false, "phone number that can be used", kMessage},
 };
 static_assert(std::size(kKinds) == ZREventActionKinds::kTags.size());
 
@@ -59,6 +63,7 @@ class CActionCheck {
 
   // Says why it couldn't be loaded.
   void SayWhyItIsDropped() const {
+    CheckRecipients(check, action);
     if (const std::string missing = MissingPart(); !missing.empty())
       return Drop(action, " has no " + missing);
     if (kind.tag != kForce) return Drop(action, " can't be used");
@@ -76,14 +81,18 @@ class CActionCheck {
       return Drop(action, " does nothing on the server: it belongs to 'clientActions'");
     if (side == ZRActionSide::kClients && !kind.isForClients)
       return Drop(action, " has nothing to tell a client: it belongs to 'actions'");
-    if (kind.lack.empty()) CheckKeys();
+    if (HasRecipients(kind.tag)) {
+      CheckRecipients(check, action);
+    } else {
+      CheckKeys();
+    }
     const Node* const value = action.Child("value");
     if (kind.tag == kForce && value != nullptr &&
         FactsOfExpression(value->TextUtf8()).code == ZREvaluator::kUnknown) {
       check.Say(Kind::kHint, *value, subject + " reads a variable that no driver has at present");
     }
-    const Node* const parameter = action.Child("parameter");
-    if (kind.tag == kShellExecute && parameter != nullptr) CheckTemplate(check, *parameter, event);
+    const Node* const text = kind.expanded.empty() ? nullptr : action.Child(kind.expanded);
+    if (text != nullptr) CheckTemplate(check, *text, event);
   }
 
  private:

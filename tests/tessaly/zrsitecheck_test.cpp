@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "host/user/zrsystemuserssupport.h"
 #include "support/enginetest.h"
 #include "support/findinglines.h"
 #include "support/golden.h"
@@ -361,6 +362,144 @@ TEST_F(ActionCheck, SaysThatNobodyWouldGetAMessage) {
   EXPECT_EQ(CheckActions("clientActions", "<sms><phone>123</phone></sms>"),
             Says("dropped: action 'sms' has nothing to tell a client: it belongs to 'actions'"));
   server->Reset();
+}
+
+// Mails and SMS to the users and lists of a site.
+class RecipientCheck : public ActionCheck {
+ protected:
+  RecipientCheck() {
+    Users(
+        "[[user]]\nname = \"ana\"\nmail = [\"a@b\", \"a@c\"]\nphone = [\"+341\"]\n"
+        "[[list]]\nname = \"night\"\nmail = [\"n@b\"]\nphone = [\"+342\"]\n"
+        "[[list]]\nname = \"mails\"\nmail = [\"m@b\"]\n"
+        "[[list]]\nname = \"phones\"\nphone = [\"+343\"]\n");
+  }
+  ~RecipientCheck() override {
+    server->Reset();
+    Users("");
+  }
+  static void Users(const std::string& toml) {
+    std::vector<ZRSettingProblem> problems;
+    std::vector<ZRSettingProblem> warnings;
+    EXPECT_TRUE(ZRSystemUsersSupport::Get().LoadText(toml, problems, warnings));
+  }
+  Lines CheckMail(const std::string& inside) {
+    return CheckActions("actions", "<mail><message>x</message>" + inside + "</mail>");
+  }
+  Lines CheckSms(const std::string& inside) {
+    return CheckActions("actions", "<sms><message>x</message>" + inside + "</sms>");
+  }
+  // With a recipient that nothing is wrong with.
+  Lines CheckSpareMail(const std::string& inside) {
+    return CheckMail("<address>plant@b</address>" + inside);
+  }
+  Lines CheckSpareSms(const std::string& inside) { return CheckSms("<phone>112</phone>" + inside); }
+  static std::string User(const std::string& name, const std::string& more = "") {
+    return "<users><user><id>" + name + "</id>" + more + "</user></users>";
+  }
+};
+
+TEST_F(RecipientCheck, ThatCanBeReachedGiveNoFinding) {
+  EXPECT_EQ(CheckMail("<id>7</id>" + User("ana", "<mail>1</mail>") + User("ana", "<mail>0</mail>") +
+                      "<mailLists><mailList>night</mailList><mailList>mails</mailList></mailLists>"
+                      "<address>a@b</address><address>a@b</address>"),
+            Lines{});
+  EXPECT_EQ(CheckSms(User("ana", "<phone>0</phone>") +
+                     "<phoneLists><phoneList>night</phoneList></phoneLists>"
+                     "<forceBreakMessage>T</forceBreakMessage><phone>112</phone>"),
+            Lines{});
+}
+
+TEST_F(RecipientCheck, SaysWhichUserIsNotReached) {
+  EXPECT_EQ(CheckSpareMail(User("bob", "<mail>0</mail>")),
+            Says("dropped: action 'mail': there is no user 'bob'"));
+  EXPECT_EQ(CheckSpareSms(User("Ana", "<phone>0</phone>")),
+            Says("dropped: action 'sms': there is no user 'Ana'"));
+  EXPECT_EQ(CheckSpareMail(User("", "<mail>0</mail>")),
+            Says("dropped: action 'mail' has a user without an id"));
+  EXPECT_EQ(CheckSpareMail(User("ana")),
+            Says("dropped: action 'mail': user 'ana' gets nothing without an element 'mail' that "
+                 "says which one"));
+  EXPECT_EQ(CheckSpareSms(User("ana")),
+            Says("dropped: action 'sms': user 'ana' gets nothing without an element 'phone' that "
+                 "says which one"));
+}
+
+TEST_F(RecipientCheck, SaysWhichIndexAUserDoesNotHave) {
+  for (const std::string index : {"2", "-1", "1e300", "inf"})
+    EXPECT_EQ(CheckSpareMail(User("ana", "<mail>" + index + "</mail>")),
+              Says("dropped: action 'mail': user 'ana' has no mail '" + index +
+                   "': they are counted from 0"));
+  EXPECT_EQ(CheckSpareSms(User("ana", "<phone>1</phone>")),
+            Says("dropped: action 'sms': user 'ana' has no phone '1': they are counted from 0"));
+}
+
+TEST_F(RecipientCheck, SaysWhichIndexIsReadDifferently) {
+  const std::pair<const char*, const char*> cases[] = {{"", "0"},   {"x", "0"},  {"1.9", "1"},
+                                                       {"01", "1"}, {" 1", "1"}, {"-0.5", "0"}};
+  for (const auto& [text, number] : cases)
+    EXPECT_EQ(CheckSpareMail(User("ana", std::string("<mail>") + text + "</mail>")),
+              Says(std::string("changed: action 'mail': the mail '") + text +
+                   "' of user 'ana' is read as " + number));
+}
+
+TEST_F(RecipientCheck, SaysWhichListIsNotReached) {
+  const auto mailList = [](const std::string& name) {
+    return "<mailLists><mailList>" + name + "</mailList></mailLists>";
+  };
+  EXPECT_EQ(CheckSpareMail(mailList("day")),
+            Says("dropped: action 'mail': there is no list 'day'"));
+  EXPECT_EQ(CheckSpareMail(mailList("")), Says("dropped: action 'mail' has a list without a name"));
+  EXPECT_EQ(CheckSpareMail(mailList("phones")),
+            Says("hint: action 'mail': list 'phones' has no mail"));
+  EXPECT_EQ(CheckSpareSms("<phoneLists><phoneList>mails</phoneList></phoneLists>"),
+            Says("hint: action 'sms': list 'mails' has no phone"));
+  EXPECT_EQ(CheckSpareSms("<phoneLists><phoneList>day</phoneList></phoneLists>"),
+            Says("dropped: action 'sms': there is no list 'day'"));
+}
+
+TEST_F(RecipientCheck, SaysWhatOfAMessageIsNotRead) {
+  EXPECT_EQ(CheckSpareMail("<adress>a@b</adress>"),
+            Says("dropped: nobody knows an element 'adress' here"));
+  EXPECT_EQ(CheckSpareMail("<phone>112</phone>"),
+            Says("dropped: nobody knows an element 'phone' here"));
+  EXPECT_EQ(CheckSpareMail("<forceBreakMessage>F</forceBreakMessage>"),
+            Says("dropped: nobody knows an element 'forceBreakMessage' here"));
+  EXPECT_EQ(CheckSpareMail("<address/>"), Says("dropped: action 'mail' has an empty 'address'"));
+  EXPECT_EQ(CheckSpareSms("<phone></phone>"), Says("dropped: action 'sms' has an empty 'phone'"));
+  EXPECT_EQ(CheckSpareMail("<users><person/></users>"),
+            Says("dropped: nobody knows an element 'person' here"));
+  EXPECT_EQ(CheckSpareMail("<mailLists><list>night</list></mailLists>"),
+            Says("dropped: nobody knows an element 'list' here"));
+  EXPECT_EQ(CheckSpareMail(User("ana", "<mail>0</mail><phone>0</phone>")),
+            Says("dropped: nobody knows an element 'phone' here"));
+  EXPECT_EQ(CheckSpareSms(User("ana", "<phone>0</phone><mail>0</mail>")),
+            Says("dropped: nobody knows an element 'mail' here"));
+  EXPECT_EQ(CheckSpareMail("<message>y</message>"), Says("dropped: a second 'message' isn't read"));
+}
+
+TEST_F(RecipientCheck, SaysWhatOfAMessageIsNotAsItStands) {
+  for (const std::string text : {"", "f", "true"})
+    EXPECT_EQ(
+        CheckSpareSms("<forceBreakMessage>" + text + "</forceBreakMessage>"),
+        Says("changed: 'forceBreakMessage' is '" + text + "' and counts as T: only F is false"));
+  EXPECT_EQ(CheckActions("actions", "<mail><message>%a1</message><address>a@b</address></mail>"),
+            Says("hint: 'message' asks for argument 1, which isn't there: the text keeps it as it "
+                 "stands"));
+}
+
+TEST_F(RecipientCheck, SaysWhoIsMissingOfAnActionThatReachesNobody) {
+  const Lines lines =
+      CheckMail(User("bob", "<mail>0</mail>") + "<mailLists><mailList>day</mailList></mailLists>");
+  const std::string front = "default.xeve:6: dropped: event 'Pump': action 'mail'";
+  EXPECT_EQ(lines, (Lines{front + ": there is no user 'bob'", front + ": there is no list 'day'",
+                          front + " has no address that can be used"}));
+}
+
+TEST_F(RecipientCheck, LineIsThatOfTheReference) {
+  EXPECT_EQ(CheckSpareMail("<users>\n<user><id>ana</id>\n<mail>2</mail></user></users>"),
+            Lines{"default.xeve:8: dropped: event 'Pump': action 'mail': user 'ana' has no mail "
+                  "'2': they are counted from 0"});
 }
 
 // --- events again ---
