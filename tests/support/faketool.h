@@ -97,12 +97,17 @@ class FakeTool : public ZRVirtualTime {
   }
   void EndProcess(int process) override {
     ended.push_back(process);
-    under.at(process) = {137, TickCount()};
+    under.at(process) = {137, TickCount() + endTakes};
   }
   std::FILE* CreatePrivateFile(const std::string& path) override {
     if (filesLeft == 0) return nullptr;
     if (filesLeft > 0) --filesLeft;
     return ZRVirtualTime::CreatePrivateFile(path);
+  }
+
+  bool RemoveFile(const std::string& path) override {
+    removed.push_back(path);
+    return ZRVirtualTime::RemoveFile(path);
   }
 
   // The recipients of all runs, in their order.
@@ -119,6 +124,8 @@ class FakeTool : public ZRVirtualTime {
   int filesLeft = -1;  // so many can be made; negative: any number
   std::vector<tagRun> runs;
   std::vector<int> ended;
+  std::uint32_t endTakes = 0;        // ms until one that is ended is gone
+  std::vector<std::string> removed;  // files, in their order
 
  private:
   struct tagUnderWay {

@@ -9,9 +9,11 @@
 #include "zrevents/actions/zreventactiondevice.h"
 #include "zrevents/actions/zreventactionforcevariable.h"
 #include "zrevents/actions/zreventactionlaunchweb.h"
+#include "zrevents/actions/zreventactionmail.h"
 #include "zrevents/actions/zreventactionreport.h"
 #include "zrevents/actions/zreventactionscreen.h"
 #include "zrevents/actions/zreventactionshellexecute.h"
+#include "zrevents/actions/zreventactionsms.h"
 
 namespace {
 
@@ -73,6 +75,28 @@ TEST_F(EventAction, CopyHasTheIdAndTheEvent) {
   other = action;
   EXPECT_EQ(IdOf(other), IdOf(original));
   EXPECT_EQ(other.Parent(), event.get());
+}
+
+TEST_F(EventAction, CopyHasTheValuesToo) {
+  const auto isCopied = [this]<typename Action>(const std::string& xml, Action*) {
+    Action action(nullptr);
+    EXPECT_TRUE(action.LoadXml(Node(xml)));
+    Action copy(action);
+    Action other(nullptr);
+    other = action;
+    const std::string told = Told(action);
+    return told == Told(copy) && told == Told(other);
+  };
+  const std::string name = "<name>x</name>";
+  EXPECT_TRUE(isCopied("<beep/>", static_cast<ZREventActionBeep*>(nullptr)));
+  EXPECT_TRUE(
+      isCopied("<device>" + name + "</device>", static_cast<ZREventActionDevice*>(nullptr)));
+  EXPECT_TRUE(
+      isCopied("<report>" + name + "</report>", static_cast<ZREventActionReport*>(nullptr)));
+  EXPECT_TRUE(
+      isCopied("<screen>" + name + "</screen>", static_cast<ZREventActionScreen*>(nullptr)));
+  EXPECT_TRUE(isCopied("<launchWeb><url>x</url><window>TAB</window></launchWeb>",
+                       static_cast<ZREventActionLaunchWeb*>(nullptr)));
 }
 
 TEST_F(EventAction, WithoutAnEventParentThrows) {
@@ -179,6 +203,8 @@ TEST_F(EventAction, EachTagMakesItsClass) {
   EXPECT_TRUE(isMade("report", static_cast<ZREventActionReport*>(nullptr)));
   EXPECT_TRUE(isMade("device", static_cast<ZREventActionDevice*>(nullptr)));
   EXPECT_TRUE(isMade("beep", static_cast<ZREventActionBeep*>(nullptr)));
+  EXPECT_TRUE(isMade("mail", static_cast<ZREventActionMail*>(nullptr)));
+  EXPECT_TRUE(isMade("sms", static_cast<ZREventActionSms*>(nullptr)));
   EXPECT_TRUE(isMade("launchWeb", static_cast<ZREventActionLaunchWeb*>(nullptr)));
   for (const char* tag : {"", "Beep", "shell", "web", "launchweb"})
     EXPECT_EQ(ZREventActionKinds::KindOf(tag), ZREventActionKinds::kUnknown) << tag;

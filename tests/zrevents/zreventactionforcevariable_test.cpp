@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <type_traits>
+
 #include "host/tools/zrstringtable.h"
 #include "support/actiontest.h"
 
@@ -198,6 +200,14 @@ TEST_F(ForceVariable, ClientIsToldNothing) {
 }
 
 // --- life ---
+
+static_assert(!std::is_copy_assignable_v<ZREventActionForceVariable>);
+
+TEST_F(ForceVariable, LoadedUnderAnotherTagHasLostItsExpression) {
+  ASSERT_TRUE(Loads("[P.N]", "[P.X]"));
+  EXPECT_FALSE(action->LoadXml(Node("<beep></beep>")));
+  EXPECT_EQ(Executed(), Strings{});
+}
 
 TEST_F(ForceVariable, LoadedAgainIsAnotherAction) {
   ASSERT_TRUE(Loads("[P.N]", "1"));

@@ -90,10 +90,14 @@ TEST_F(MailAction, SubjectTellsProgramMomentAndEvent) {
 TEST_F(MailAction, SubjectOfAMomentThatDoesNotExistIsTheProgramAlone) {
   OwnEvent event;
   Load(event);
+  XmlDocument document;
+  ASSERT_TRUE(document.Parse("<mail><address>a@b</address></mail>"));
   ZREventActionMail action(&event);
+  ASSERT_TRUE(action.LoadXml(document.Root()));
   EXPECT_TRUE(action.Execute(7));
   tool.Advance(100);
-  ASSERT_EQ(1u, log.Starting("There are 0 eMail messages").size());  // it has no address
+  ASSERT_EQ(1u, tool.runs.size());
+  EXPECT_EQ("Test - ", Subject(tool.runs[0].mail));
 }
 
 TEST_F(MailAction, SubjectIsCutBehindItsBuffer) {

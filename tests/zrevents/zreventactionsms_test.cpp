@@ -295,6 +295,18 @@ TEST_F(SmsAction, ModemHasDefaults) {
   EXPECT_NE(std::string::npos, time.runs[0].settings.find("connection = at9600\n"));
 }
 
+TEST_F(SmsAction, NextQueueReadsTheSettingsAnew) {
+  Settings("");
+  { const ZREventActionSms first(nullptr); }
+  { const ZREventActionSms next(nullptr); }
+  EXPECT_EQ(2u, SystemEvents().size());
+  Settings(kFolder);
+  OwnEvent event;
+  Load(event, "M");
+  EXPECT_EQ((tagTexts{"To: +341\n\nM\n"}), SentBy(event, kMomentActivate));
+  EXPECT_EQ(2u, SystemEvents().size());
+}
+
 TEST_F(SmsAction, WithoutAPortTheFirstActionRaisesAnEventAndNothingIsSent) {
   Settings("");
   OwnEvent event;

@@ -266,9 +266,11 @@ TEST_F(ClientActionsService, EventsWithOccurrencesAndClientActionsAreToldInTheir
 
 TEST_F(ClientActionsService, ActionsWithoutAFormForClientsAreLeftOut) {
   const std::string force = "<force><variable>[P.N]</variable><value>1</value></force>";
+  const std::string mail = "<mail><message>x</message><address>a@b</address></mail>";
+  const std::string sms = "<sms><message>x</message><phone>112</phone></sms>";
   Set("N", 0);
-  Serve({Event("Mixed", 1).Actions("clientActions", "activate", force + Beep("7") + force),
-         Event("Mute", 2).Actions("clientActions", "activate", force)});
+  Serve({Event("Mixed", 1).Actions("clientActions", "activate", force + Beep("7") + mail + sms),
+         Event("Mute", 2).Actions("clientActions", "activate", force + mail + sms)});
   EXPECT_TRUE(Find("Mute")->hasClientActions());
   const LogCapture log;
   EXPECT_EQ(Told(), "7");

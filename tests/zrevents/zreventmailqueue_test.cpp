@@ -215,6 +215,17 @@ TEST_F(MailQueue, ThreadLivesOnlyWhileThereIsWorkAndReadsTheSettingsAnew) {
   EXPECT_EQ(1u, Count("0 There are 1 eMail messages to be sent in group 3..."));
 }
 
+TEST_F(MailQueue, SettingsOfTheThreadStayForItsLife) {
+  Settings("port = 2525\n");
+  failing = {"a"};
+  Add({"a"});
+  tool.Advance(100);
+  Settings("port = 2526\n");
+  tool.Advance(kPause);
+  ASSERT_EQ(2u, tool.runs.size());
+  EXPECT_NE(std::string::npos, tool.runs[1].account.find("port 2525\r\n"));
+}
+
 TEST_F(MailQueue, CountsItsGroupsAnewWithEachQueue) {
   Add({"a"});
   tool.Advance(100);
@@ -293,6 +304,18 @@ TEST_F(MailQueue, EndsWithAGroupThatNoThreadHasSeen) {
   Add({"a"});
   queue.reset();
   EXPECT_TRUE(Lines().empty());
+}
+
+TEST_F(MailQueue, EndsAfterTheTurnUnderWay) {
+  takes = 5000;
+  AddTogether({"a", "b"});
+  tool.Advance(1000);
+  const std::uint32_t begun = tool.TickCount();
+  queue.reset();
+  EXPECT_EQ(4010u, tool.TickCount() - begun);  // the turn, and the pause of a step
+  EXPECT_EQ((tagTexts{"a"}), tool.Recipients());
+  EXPECT_EQ(kOut, Lines().back());
+  EXPECT_EQ(0, SystemEvents());
 }
 
 TEST_F(MailQueue, EndsAfterTheSendingUnderWayAndLosesTheRest) {

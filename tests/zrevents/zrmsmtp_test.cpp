@@ -92,6 +92,8 @@ TEST_F(Submission, LogsTheCommandAndNoPassword) {
 TEST_F(Submission, ShowsTheRecipientInTheLogByteByByte) {
   tool.answer = [](const auto&) { return FakeTool::tagResult{1, 0}; };
   EXPECT_FALSE(smtp.Send("josé@b", "é", "b"));
+  ASSERT_EQ(2u, log.Lines().size());
+  EXPECT_NE(std::string::npos, log.Lines()[0].text.find("\" josÃ©@b < \""));
   EXPECT_TRUE(log.Has(kLogDelivery, "Unable to send eMail \"é\" to josÃ©@b (errorCode: 1)"));
 }
 
@@ -108,6 +110,15 @@ TEST_F(Submission, FilesAreTheOwnersAlone) {
   const mode_t before = ::umask(0);
   EXPECT_EQ("0 ", Send());
   (void)::umask(before);
+}
+
+TEST_F(Submission, FilesGoInTheOrderInWhichTheyCame) {
+  ASSERT_TRUE(smtp.Send("a@b", "s", "b"));
+  ASSERT_EQ(3u, tool.removed.size());
+  const FakeTool::tagRun& run = tool.runs[0];
+  EXPECT_NE(std::string::npos, run.script.find(" -C '" + tool.removed[0] + "'"));
+  EXPECT_NE(std::string::npos, run.script.find(" < '" + tool.removed[1] + "'"));
+  EXPECT_EQ(run.arguments.back(), tool.removed[2]);
 }
 
 TEST_F(Submission, HeadersStayOnTheirLines) {
@@ -198,6 +209,18 @@ TEST_F(Submission, HangingToolIsEndedAfterTwelveSeconds) {
   EXPECT_EQ(1u, tool.ended.size());
   EXPECT_TRUE(
       log.Has(kLogDelivery, "TIMEOUT received when sending eMail \"Subject\" to ana@example.org"));
+}
+
+TEST_F(Submission, EndedToolIsWaitedForForOneSecondMore) {
+  for (const std::uint32_t takes : {400u, 1000u, FakeTool::kForEver}) {
+    tool.answer = [](const auto&) { return FakeTool::tagResult{0, FakeTool::kForEver}; };
+    tool.endTakes = takes;
+    const std::uint32_t begun = tool.TickCount();
+    EXPECT_FALSE(smtp.Send("a@b", "s", "b"));
+    EXPECT_EQ(12'000 + std::min(takes, 1000u), tool.TickCount() - begun);
+    EXPECT_STREQ("Unable to send mail -1-", smtp.ErrorMsg().Text());
+    EXPECT_TRUE(share.Files().empty());
+  }
 }
 
 TEST_F(Submission, RunOfJustTwelveSecondsIsInTime) {
