@@ -51,6 +51,10 @@ ZREventServer::ZREventServer() : gate(std::make_unique<ZRSemaphore>(kGateTokens)
 
 ZREventServer::~ZREventServer() {
   {
+    const ZRMutexLock lock(listenersMutex);
+    listeners.clear();
+  }
+  {
     const ZRMutexLock lock(listenerDriverIdsMutex);
     listenerDriverIds.clear();
   }

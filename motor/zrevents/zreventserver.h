@@ -12,17 +12,21 @@
 #include "host/tools/xmldocument.h"
 #include "host/tools/zrdatetime.h"
 #include "zrevents/lists/zreventlist.h"
+#include "zrevents/zreventlistener.h"
 #include "zrevents/zreventservergroup.h"
 #include "zrevents/zreventsexport.h"
 #include "zrevents/zreventsystem.h"
+
+struct ZRListenerRound;
 
 // The engine. The host makes the one instance, then calls LoadCfg, Start, the services from its
 // web server's threads, Stop, and so on again.
 //
 // Threads   LoadCfg, Start, Stop and Reset on the host's thread; everything else on any, the
 //           services not before the first LoadCfg has ended.
-// Order     the gate, then groupsMutex, then a group's mutex; cfgMutex comes before groupsMutex,
-//           and is never held while a group's mutex is taken.
+// Order     listenersMutex, then the gate, then groupsMutex, then a group's mutex; cfgMutex comes
+//           before groupsMutex, and is never held while a group's mutex is taken.
+//           listenerDriverIdsMutex is taken alone, or behind listenersMutex.
 // Owns      the documents, the store, the workers. The host calls Stop before it destroys this.
 class ZREVENTS_API ZREventServer {
  public:
@@ -89,6 +93,19 @@ class ZREVENTS_API ZREventServer {
   // told of. What can't be acknowledged is passed over. False, with nothing done, if the body is no
   // such document, and while the server stops. Answers nobody.
   [[nodiscard]] bool ProcessHttpServiceAck(ZRHttpRequest& request, const unsigned char* body);
+  // Takes a document `listener`, zero-terminated UTF-8: another engine, or a user's client, wants
+  // to be told of what changes here. The status to answer with: 200 for a new user's client, 204
+  // for a new engine and for one that was known, 400, or what a new engine's own server said when
+  // it was asked whether it takes documents (0 for nothing). May take seconds.
+  [[nodiscard]] int ProcessHttpServiceRegisterListener(ZRHttpRequest& request,
+                                                       const unsigned char* body);
+  // Takes a document `producer`, zero-terminated UTF-8: what has changed at another engine. The
+  // status to answer with: 204, or 400 if it is none, or comes through a driver that isn't online;
+  // what stands before such an event has been taken then.
+  [[nodiscard]] int ProcessHttpServiceProducer(ZRHttpRequest& request, const unsigned char* body);
+  // From now on users' clients register here and no other engines, or the other way round, as in
+  // the beginning. While nobody registers.
+  void AcceptUserListeners(bool isAccepted) { acceptsUserListeners = isAccepted; }
   // How many events the caller would see in the first two. The second counts events, not
   // occurrences.
   [[nodiscard]] int ActiveEventsCount(ZRHttpRequest& request, ZRHttpResponse& response);
@@ -104,6 +121,21 @@ class ZREVENTS_API ZREventServer {
   void DropGroups();
   void PublishNumberOfEvents();
   void Work();  // the listener thread
+  void NotifyListeners(ZRListenerRound& round);
+  void SendChanges(ZRListenerRound& round, int localCount, int remoteCount)
+      ZR_REQUIRES(listenersMutex);
+  void SendAll(ZRListenerRound& round) ZR_REQUIRES(listenersMutex);
+  void AddAllEvents(XmlDocument& document, const ZREventListener& listener);
+  void DropFailedListeners(ZRListenerRound& round) ZR_REQUIRES(listenersMutex);
+  void RefreshAllListeners() ZR_REQUIRES(listenersMutex);
+  [[nodiscard]] ZREventListener* FindListener(const ZRWString& driverId)
+      ZR_REQUIRES(listenersMutex);
+  [[nodiscard]] int RegisterEngine(const XmlDocument::XmlNode& wish, ZRHttpRequest& request)
+      ZR_REQUIRES(listenersMutex);
+  [[nodiscard]] int RegisterUser(const XmlDocument::XmlNode& wish, ZRHttpRequest& request)
+      ZR_REQUIRES(listenersMutex);
+  void AddListener(std::unique_ptr<ZREventListener> listener) ZR_REQUIRES(listenersMutex);
+  [[nodiscard]] bool MergeReceived(const XmlDocument::XmlNode& section, bool isActive);
   void AcknowledgeRemote(const ZRWString& id, std::size_t point, ZRHttpRequest& request,
                          const char* digest);
   void AcknowledgeLocal(const uuid& id, ZRHttpRequest& request, const char* digest);
@@ -123,7 +155,12 @@ class ZREVENTS_API ZREventServer {
   // Start that fails takes the groups away while the gate is open.
   mutable ZRSharedMutex groupsMutex;
   std::vector<std::unique_ptr<ZREventServerGroup>> groups ZR_GUARDED_BY(groupsMutex);
-  std::list<ZRWString> listenerDriverIds ZR_GUARDED_BY(listenerDriverIdsMutex);
+  bool acceptsUserListeners = false;  // constant while services are called
+  // Held through a whole round of documents, with its waits, and through a registration.
+  ZRMutex listenersMutex;
+  std::vector<std::unique_ptr<ZREventListener>> listeners ZR_GUARDED_BY(listenersMutex);
   ZRMutex listenerDriverIdsMutex;
+  // One for each registration of a new listener.
+  std::list<ZRWString> listenerDriverIds ZR_GUARDED_BY(listenerDriverIdsMutex);
   ZREventList eventList;
 };

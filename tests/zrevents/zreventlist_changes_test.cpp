@@ -1,4 +1,5 @@
 #include "support/enginetest.h"
+#include "support/fakewire.h"
 #include "support/golden.h"
 #include "support/listtest.h"
 
@@ -13,13 +14,17 @@ class ListenerChanges : public EngineTest {
  protected:
   ListenerChanges() {
     EXPECT_TRUE(ZRDateTime::SetLocalZone("Europe/Madrid"));
-    time.SetUtc(1'772'351'910'500);  // 2026-03-01T07:58:30.500Z
+    time.SetUtc(1'772'351'909'500);  // 2026-03-01T07:58:29.500Z
     listener.driverName = L"Lobby";
     listener.user = L"Ann";
     listener.actived = true;
     listener.notified = true;
   }
-  ~ListenerChanges() override { EXPECT_TRUE(ZRDateTime::SetLocalZone("")); }
+  ~ListenerChanges() override {
+    AnswerAtLast();
+    StopServer();
+    EXPECT_TRUE(ZRDateTime::SetLocalZone(""));
+  }
 
   ZREventList& List() { return server->EventList(); }
 
@@ -35,7 +40,8 @@ class ListenerChanges : public EngineTest {
   }
   static EventXml Fan() { return EventXml("Fan", 2).Condition("[P.RUN] = 1"); }
 
-  // The events are loaded, and somebody listens.
+  // The events are loaded, and somebody listens who doesn't answer his first document: the changes
+  // stay.
   void Serve(const std::vector<EventXml>& events) {
     std::string all;
     for (const EventXml& event : events)
@@ -43,7 +49,17 @@ class ListenerChanges : public EngineTest {
     LoadXeve(all, GroupXml(kNorth, "North") + GroupXml(kSouth, "South"));
     Set("RUN", 0);
     StartServer();
-    List().listenerCount = 1;
+    FakeRequest request;
+    const std::string wish = "<listener><driverId>X</driverId><ip>x</ip><port>80</port></listener>";
+    ASSERT_EQ(server->ProcessHttpServiceRegisterListener(
+                  request, reinterpret_cast<const unsigned char*>(wish.c_str())),
+              204);
+    wire.decide = [this](const FakeWire::tagRequest&) {
+      (void)hold.Acquire(ZRPlatform::kInfinite);
+      return 204;
+    };
+    ASSERT_TRUE(hold.Acquire(0));
+    Passes();
   }
   // The pump starts, is acknowledged and stops.
   void RunAndAcknowledge() {
@@ -77,6 +93,8 @@ class ListenerChanges : public EngineTest {
     QueueRemote(element, false);
   }
 
+  void AnswerAtLast() { hold.Release(); }
+
   // The document of a pass, as the listener thread makes it.
   std::string Document() {
     return Document(List().PendingChangesSize(), List().PendingRemoteChangesSize());
@@ -103,6 +121,10 @@ class ListenerChanges : public EngineTest {
   }
 
   ZREventListener listener{L"L", "", 0};
+
+ private:
+  FakeWire wire;
+  ZRSemaphore hold{1};  // given when it may answer
 };
 
 // --- byte for byte ---
@@ -261,6 +283,7 @@ TEST_F(ListenerChanges, ThatWaitAreDroppedWhenTheEngineStops) {
   Serve({Pump()});
   RunAndAcknowledge();
   QueueRemoteStep("R.1", "ACTIVATION");
+  AnswerAtLast();
   StopServer();
   EXPECT_EQ(List().PendingChangesSize(), 0);
   EXPECT_EQ(List().PendingRemoteChangesSize(), 2);
