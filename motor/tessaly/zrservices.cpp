@@ -16,9 +16,10 @@ constexpr const char* kActionsPath = "/services/events/actions.xml";
 constexpr const char* kCountsPath = "/services/events/counts.xml";
 constexpr const char* kLoggerPath = "/services/events/logger.xml";
 
+constexpr const char* kHealthPath = "/healthz";
+constexpr const char* kReadyPath = "/readyz";
 constexpr const char* kAckPath = "/services/events/ack.xml";
 
-constexpr std::size_t kMostAckBytes = std::size_t{64} * 1024;
 constexpr const wchar_t* kAckRoot = L"eventsAck";
 
 constexpr int kOk = 200;
@@ -38,6 +39,13 @@ void AnswerCounts(ZREventServer& engine, ZRHttpRequest& request, ZRHttpResponse&
   (void)response.End();
 }
 
+void AnswerWord(ZRHttpResponse& response, int status, const char* word) {
+  response.Begin(status, kContentText);
+  response.Write(word, -1);
+  response.Write("\n", -1);
+  (void)response.End();
+}
+
 void AnswerLogger(ZREventServer& engine, ZRHttpRequest& request, ZRHttpResponse& response) {
   const ZRString from = request.Parameter("from");
   const ZRString to = request.Parameter("to");
@@ -47,20 +55,11 @@ void AnswerLogger(ZREventServer& engine, ZRHttpRequest& request, ZRHttpResponse&
     (void)engine.ProcessHttpServiceEventsLogger(request, response, period->from, period->to);
     return;
   }
-  response.Begin(kBadRequest, kContentText);
-  response.Write(reason, -1);
-  response.Write("\n", -1);
-  (void)response.End();
+  AnswerWord(response, kBadRequest, reason);
 }
 
 void AnswerWithoutBody(ZRHttpResponse& response, int status) {
   response.Begin(status, kContentNone);
-  (void)response.End();
-}
-
-void AnswerBadRequest(ZRHttpResponse& response, const std::string& reason) {
-  response.Begin(kBadRequest, kContentText);
-  response.Write((reason + "\n").c_str(), -1);
   (void)response.End();
 }
 
@@ -88,7 +87,7 @@ void AnswerAck(ZREventServer& engine, ZRHttpRequest& request, const std::string&
                ZRHttpResponse& response) {
   if (IsStranger(request)) return AnswerWithoutBody(response, kUnauthorized);
   const std::string wrong = WrongWithAck(body);
-  if (!wrong.empty()) return AnswerBadRequest(response, wrong);
+  if (!wrong.empty()) return AnswerWord(response, kBadRequest, wrong.c_str());
   const auto* const text = reinterpret_cast<const unsigned char*>(body.c_str());
   const bool isDone = engine.ProcessHttpServiceAck(request, text);
   AnswerWithoutBody(response, isDone ? kNoContent : kServiceUnavailable);
@@ -119,4 +118,18 @@ void BindServices(ZRWebServer& web, ZREventServer& engine) {
   web.OnFault([](std::string_view path, std::string_view what) {
     logger(kLogInvariant, L"%s failed: %s", std::string(path).c_str(), std::string(what).c_str());
   });
+}
+
+void BindHealth(ZRWebServer& web, const ZRReadiness& readiness) {
+  constexpr auto kEverybody = ZRWebServer::tagFor::kEverybody;
+  web.Get(
+      kHealthPath,
+      [](ZRHttpRequest&, ZRHttpResponse& response) { AnswerWord(response, kOk, "ok"); },
+      kEverybody);
+  web.Get(
+      kReadyPath,
+      [&readiness](ZRHttpRequest&, ZRHttpResponse& response) {
+        AnswerWord(response, readiness.IsReady() ? kOk : kServiceUnavailable, readiness.Word());
+      },
+      kEverybody);
 }

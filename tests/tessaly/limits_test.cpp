@@ -1,0 +1,68 @@
+// The page of limits tells the truth.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <string>
+
+#include "tessaly/zrservices.h"
+
+namespace {
+
+// The second cell of each row of the page's tables, by the first.
+std::map<std::string, std::string> Rows() {
+  std::ifstream file(std::string(ZR_SOURCE_DIR) + "/docs/wire/limits.md");
+  std::map<std::string, std::string> rows;
+  for (std::string line; std::getline(file, line);) {
+    if (!line.starts_with("| ")) continue;
+    std::istringstream cells(line.substr(2));
+    std::string name;
+    std::string number;
+    std::getline(cells, name, '|');
+    std::getline(cells, number, '|');
+    rows[name.substr(0, name.size() - 1)] = number;
+  }
+  return rows;
+}
+
+class Limits : public testing::Test {
+ protected:
+  // Each row is asked for once.
+  std::uint64_t Number(const std::string& name) {
+    const auto found = rows.find(name);
+    if (found == rows.end()) return 0;
+    const std::uint64_t number = std::stoull(found->second);
+    rows.erase(found);
+    return number;
+  }
+
+  std::map<std::string, std::string> rows = Rows();
+  const ZRWebServerSettings inForce;
+};
+
+TEST_F(Limits, AreThoseOfTheirPage) {
+  EXPECT_EQ(inForce.connections, Number("Connections at once"));
+  EXPECT_EQ(inForce.connectionsPerAddress, Number("Connections at once of one client address"));
+  EXPECT_EQ(inForce.threads, Number("Threads that serve them"));
+  EXPECT_EQ(inForce.idleSeconds, Number("Silence of a connection between two requests, s"));
+  EXPECT_EQ(inForce.pace.headMilliseconds,
+            1000 * Number("Head of a request, from the accept or its first byte to its end, s"));
+  EXPECT_EQ(
+      inForce.pace.graceMilliseconds,
+      1000 * Number("Time that a body, or the taking of an answer, may fall behind its speed, s"));
+  EXPECT_EQ(inForce.pace.bytesPerSecond, Number("That speed, bytes in a second"));
+  EXPECT_EQ(inForce.stopMilliseconds,
+            Number("Patience of a stop with clients that still take answers, ms"));
+  EXPECT_EQ(inForce.headerBytes, Number("Head of a request"));
+  EXPECT_EQ(inForce.bodyBytes, Number("Bodies that are coming, of all clients together"));
+  EXPECT_EQ(inForce.memoryBytes, Number("Answer that is kept in memory"));
+  EXPECT_EQ(inForce.answerBytes, Number("Answer"));
+  EXPECT_EQ(kMostAckBytes, Number("`/services/events/ack.xml`"));
+  for (const char* head : {"Limit", "Path", "---"})
+    rows.erase(head);
+  for (const auto& [name, number] : rows)
+    ADD_FAILURE() << "nobody asks for " << name;
+}
+
+}  // namespace
