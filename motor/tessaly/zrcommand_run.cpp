@@ -13,6 +13,7 @@
 #include "tessaly/zrsharefolder.h"
 #include "tessaly/zrsite.h"
 #include "tessaly/zrsitelock.h"
+#include "tessaly/zrsitelogins.h"
 #include "tessaly/zrsystemeventsfile.h"
 #include "tessaly/zrtransitionline.h"
 
@@ -22,6 +23,12 @@ constexpr std::uint32_t kLook = 1000;  // ms between two looks at the engine's c
 
 void LogTransition(const ZREventDriver& event, bool active, double seconds) {
   logger(kLogNotice, L"%ls", TransitionLine(event, active, seconds).Text());
+}
+
+// An address as a client on this machine writes it.
+std::string UrlHost(const std::string& address) {
+  if (address == "0.0.0.0" || address == "::") return "127.0.0.1";
+  return address.find(':') == std::string::npos ? address : "[" + address + "]";
 }
 
 // One run of a site: what is begun is ended with the object, the web server first.
@@ -45,12 +52,15 @@ class CRun {
   [[nodiscard]] bool StartEngine();
   [[nodiscard]] bool Reload();
   void TakeSettings(const ZRFindings& findings);
+  void TakeLogins();
   void End();
 
   const ZRCommand& command;
   ZRSiteLock lock;
+  ZRSiteLogins logins;
   ZRSite site;
   ZRWebServer web;
+  std::string address;   // on which the web server listens
   int settingsPort = 0;  // as the settings said when the web server started
   bool works = false;    // Begin has succeeded
 };
@@ -61,8 +71,8 @@ int CRun::Begin() {
   // The port is taken before any event can begin; until the engine works, its lists are empty.
   if (!StartWeb()) return kExitImpossible;
   if (!StartEngine()) return kExitFaulty;
-  logger(kLogNotice, L"http://127.0.0.1:%d/services/events/actived.xml shows what is active",
-         static_cast<int>(web.Port()));
+  logger(kLogNotice, L"http://%s:%d/services/events/actived.xml shows what is active",
+         UrlHost(address).c_str(), static_cast<int>(web.Port()));
   works = true;
   return kExitDone;
 }
@@ -83,8 +93,9 @@ bool CRun::LoadSite() {
     logger(kLogDelivery, L"%s can't be made, so a second run wouldn't be noticed: %s",
            ZRSiteLock::kFileName, lock.Reason().c_str());
   }
-  const bool usable = site.TryDocuments(findings);
+  const bool usable = site.TryDocuments(findings) && logins.Load(ZRTessalySetup::Get(), findings);
   LogFindings(findings);
+  if (usable) logins.SayWhoMayLogIn();
   return usable;
 }
 
@@ -112,7 +123,9 @@ void CRun::LoadWork() {
 bool CRun::StartWeb() {
   BindServices(web, site.Engine());
   settingsPort = ZRTessalySetup::Get().HttpServerPort();
+  address = AddressToListenOn(ZRTessalySetup::Get(), logins.HasUsers());
   ZRWebServerSettings settings;
+  settings.address = address;
   settings.port = static_cast<std::uint16_t>(command.port >= 0 ? command.port : settingsPort);
   ZRString reason;
   if (web.Start(settings, reason)) return true;
@@ -152,12 +165,23 @@ void CRun::TakeSettings(const ZRFindings& findings) {
   std::string reason;
   if (!site.OpenLog(reason)) logger(kLogConfiguration, L"the log stays: %s", reason.c_str());
   LogFindings(findings);
+  TakeLogins();
   if (command.port < 0 && ZRTessalySetup::Get().HttpServerPort() != settingsPort) {
     logger(kLogConfiguration,
            L"http.port is changed: the web server stays at port %d until the "
            L"next start",
            static_cast<int>(web.Port()));
   }
+}
+
+void CRun::TakeLogins() {
+  ZRFindings findings;
+  if (!logins.Load(ZRTessalySetup::Get(), findings)) LogFindings(findings);
+  logins.SayWhoMayLogIn();
+  if (AddressToListenOn(ZRTessalySetup::Get(), logins.HasUsers()) == address) return;
+  logger(kLogConfiguration,
+         L"http.address is another one now: the web server stays at %s until the next start",
+         address.c_str());
 }
 
 int CRun::WaitForTheEnd() {
@@ -171,6 +195,7 @@ int CRun::WaitForTheEnd() {
       case ZRSignal::kNone:
         site.ShowCycle();
         site.WatchHistory();
+        logins.Look();
         break;
     }
   }

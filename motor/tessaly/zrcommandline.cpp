@@ -3,6 +3,9 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <map>
+#include <tuple>
+
+#include "host/user/zrrights.h"
 
 namespace {
 
@@ -89,6 +92,69 @@ void AddRename(CLI::App& app, ZRCommand& command) {
   rename->add_flag("--dry-run", command.dryRun, "only say what would be done");
 }
 
+using Deed = ZRUserWords::tagDeed;
+
+CLI::App* AddDeed(CLI::App& user, const char* name, const char* help, ZRCommand& command,
+                  Deed deed) {
+  CLI::App* const sub = AddVerbOfSite(user, name, help, command, Verb::kUser);
+  sub->callback([&command, deed] {
+    command.verb = Verb::kUser;
+    command.user.deed = deed;
+  });
+  return sub;
+}
+
+void AddRight(CLI::App& user, const char* name, const char* help, ZRCommand& command, Deed deed) {
+  CLI::App* const sub = AddVerbOfSite(user, name, help, command, Verb::kUser);
+  ZRUserWords& words = command.user;
+  std::vector<std::string> rights{ZRUserWords::kAdministrator};
+  for (const ZRResourceKind& kind : kResourceKinds)
+    rights.emplace_back(kind.word);
+  sub->add_option("NAME", words.name, "the user")->required();
+  sub->add_option("RIGHT", words.right, "what may be done; administrator is everything")
+      ->required()
+      ->check(CLI::IsMember(rights));
+  sub->add_option("ON", words.resource,
+                  "id or name of the group, or of the driver of a remote right; '*' is all");
+  sub->add_flag("--role", words.isRole, "NAME is a role");
+  sub->callback([&command, deed] {
+    command.verb = Verb::kUser;
+    command.user.deed = deed;
+    const bool isOnAll = command.user.right == ZRUserWords::kAdministrator;
+    if (isOnAll && !command.user.resource.empty())
+      throw CLI::ExtrasError({"an administrator's right is on everything"});
+    if (!isOnAll && command.user.resource.empty()) throw CLI::RequiredError("ON");
+  });
+}
+
+void AddUser(CLI::App& app, ZRCommand& command) {
+  CLI::App* const user =
+      app.add_subcommand("user", "Say who may log in at a site, and what he may do.");
+  user->require_subcommand(1);
+  ZRUserWords& words = command.user;
+  CLI::App* const add =
+      AddDeed(*user, "add", "Add a user; the password is asked for.", command, Deed::kAdd);
+  add->add_option("NAME", words.name, "how he logs in")->required();
+  add->add_flag("--administrator", words.administrator, "he may do everything");
+  AddDeed(*user, "passwd", "Give a user another password.", command, Deed::kPassword)
+      ->add_option("NAME", words.name, "the user")
+      ->required();
+  CLI::App* const remove =
+      AddDeed(*user, "remove", "Remove a user, or a role from all.", command, Deed::kRemove);
+  remove->add_option("NAME", words.name, "the user")->required();
+  remove->add_flag("--role", words.isRole, "NAME is a role");
+  (void)AddDeed(*user, "list", "Show users, roles and rights.", command, Deed::kList);
+  AddRight(*user, "grant", "Give a user or a role a right.", command, Deed::kGrant);
+  AddRight(*user, "revoke", "Take a right away again.", command, Deed::kRevoke);
+  for (const auto& [name, help, deed] :
+       {std::tuple{"join", "Give a user a role.", Deed::kJoin},
+        std::tuple{"leave", "Take a role away from a user.", Deed::kLeave}}) {
+    CLI::App* const sub = AddDeed(*user, name, help, command, deed);
+    sub->add_option("NAME", words.name, "the user")->required();
+    sub->add_option("ROLE", words.role, "the role")->required();
+  }
+}
+
 }  // namespace
 
 ZRCommand ParseCommandLine(int count, const char* const* words) {
@@ -116,6 +182,7 @@ ZRCommand ParseCommandLine(int count, const char* const* words) {
   AddRename(app, command);
   AddVerbOfSite(app, "sysevents", "Show what has happened to the system itself.", command,
                 Verb::kSystemEvents);
+  AddUser(app, command);
 
   try {
     app.parse(count, words);

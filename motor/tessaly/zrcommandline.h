@@ -23,6 +23,21 @@ struct ZRHistoryWords {
   ZRHistoryFormat format = ZRHistoryFormat::kTable;
 };
 
+// What is done to the users who log in.
+struct ZRUserWords {
+  enum class tagDeed { kAdd, kPassword, kRemove, kList, kGrant, kRevoke, kJoin, kLeave };
+
+  tagDeed deed = tagDeed::kList;
+  std::string name;            // of the user or role
+  bool isRole = false;         // for kRemove, kGrant, kRevoke: `name` is a role's
+  std::string right;           // for kGrant, kRevoke: a word of ZRResourceKind, or kAdministrator
+  std::string resource;        // its group or driver, by id or name, or "*"
+  std::string role;            // for kJoin, kLeave
+  bool administrator = false;  // for kAdd
+
+  static constexpr const char* kAdministrator = "administrator";
+};
+
 struct ZRCommand {
   enum class tagVerb {
     kNone,
@@ -34,7 +49,8 @@ struct ZRCommand {
     kVerifyHistory,
     kDumpHistory,
     kRename,
-    kSystemEvents
+    kSystemEvents,
+    kUser
   };
 
   tagVerb verb = tagVerb::kNone;
@@ -45,6 +61,7 @@ struct ZRCommand {
   ZRHistoryWords history;  // for kHistory
   std::string file;        // for kDumpHistory: the data file; for kRename: the old document
   bool dryRun = false;     // for kRename
+  ZRUserWords user;        // for kUser
 };
 
 // Reads the command line; help, the version and complaints are printed at once.

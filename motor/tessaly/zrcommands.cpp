@@ -24,6 +24,8 @@ int CarryOut(const ZRCommand& command) {
       return RenameHistory(command);
     case ZRCommand::tagVerb::kSystemEvents:
       return ShowSystemEvents(command);
+    case ZRCommand::tagVerb::kUser:
+      return ManageUsers(command);
     case ZRCommand::tagVerb::kNone:
       break;
   }

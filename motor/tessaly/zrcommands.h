@@ -15,3 +15,4 @@
 [[nodiscard]] int DumpHistory(const ZRCommand& command);
 [[nodiscard]] int RenameHistory(const ZRCommand& command);
 [[nodiscard]] int ShowSystemEvents(const ZRCommand& command);
+[[nodiscard]] int ManageUsers(const ZRCommand& command);

@@ -5,6 +5,7 @@
 #include "host/tools/zrfiles.h"
 #include "host/tools/zrtext.h"
 #include "tessaly/zrelementcheck.h"
+#include "tessaly/zrlogincheck.h"
 #include "tessaly/zrusers.h"
 
 namespace {
@@ -73,4 +74,5 @@ void CheckDocuments(const ZRTessalySetup& setup, ZRFindings& findings) {
     CheckDocument(setup, name, findings);
   ZRSystemUsersSupport users;
   LoadUsers(setup, users, findings);
+  CheckLogins(setup, findings);
 }
