@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "host/tools/zrtext.h"
+#include "tessaly/zrfieldtext.h"
 #include "tessaly/zrshowntext.h"
 #include "tessaly/zrtexttable.h"
 #include "tessaly/zrtransitionline.h"
@@ -90,30 +91,11 @@ void WriteTable(ZRTextTable& table, const Rows& rows, const ZREventNames& names,
 
 // --- the same fields as CSV and JSON ---
 
-struct tagField {
-  const char* name;
-  std::string text;
-  enum class tagKind { kText, kBare, kMissing } kind;  // kBare: a number, true, false
-};
-using tagFields = std::vector<tagField>;
-
-tagField TextField(const char* name, std::string text) {
-  return {name, std::move(text), tagField::tagKind::kText};
-}
-tagField BareField(const char* name, std::string text) {
-  return {name, std::move(text), tagField::tagKind::kBare};
-}
-// Missing if it is empty.
-tagField TimeField(const char* name, std::string text) {
-  const auto kind = text.empty() ? tagField::tagKind::kMissing : tagField::tagKind::kText;
-  return {name, std::move(text), kind};
-}
-tagField SecondsField(const char* name, std::uint32_t offset) {
-  if (offset == kNoOffset) return {name, "", tagField::tagKind::kMissing};
-  return BareField(name, std::to_string(offset));
+ZRField SecondsField(const char* name, std::uint32_t offset) {
+  return offset == kNoOffset ? MissingField(name) : BareField(name, std::to_string(offset));
 }
 
-tagFields FieldsOf(const tagRecord& record, const ZREventNames& names) {
+ZRFields FieldsOf(const tagRecord& record, const ZREventNames& names) {
   return {TextField("event", NameOf(record.EventId(), names)),
           TimeField("began", IsoTime(record.Time())),
           TimeField("ended", IsoTime(record.Time(), record.DisableOffset())),
@@ -128,87 +110,23 @@ tagFields FieldsOf(const tagRecord& record, const ZREventNames& names) {
           TextField("occurrence_id", IdText(record.RecordId()))};
 }
 
-tagFields FieldsOf(const tagTotal& total, const ZREventNames& names) {
+ZRFields FieldsOf(const tagTotal& total, const ZREventNames& names) {
   return {TextField("event", NameOf(total.EventId(), names)),
           BareField("occurrences", std::to_string(total.EnableCount())),
           BareField("ended", std::to_string(total.DisableCount())),
           total.Notify() ? BareField("acknowledged", std::to_string(total.AckCount()))
-                         : tagField{"acknowledged", "", tagField::tagKind::kMissing},
+                         : MissingField("acknowledged"),
           BareField("seconds", std::to_string(total.Duration())),
           TextField("event_id", IdText(total.EventId()))};
-}
-
-// --- CSV ---
-
-void AppendCsv(std::string& line, const std::string& text) {
-  const std::string shown = ShownText(text);
-  if (shown.find_first_of(",\"") == shown.npos) {
-    line += shown;
-    return;
-  }
-  line += '"';
-  for (const char c : shown) {
-    if (c == '"') line += '"';
-    line += c;
-  }
-  line += '"';
-}
-
-enum class tagCsvLine { kTitles, kValues };
-std::string CsvLine(const tagFields& fields, tagCsvLine which) {
-  std::string line;
-  for (const tagField& field : fields) {
-    if (&field != &fields.front()) line += ',';
-    AppendCsv(line, which == tagCsvLine::kTitles ? field.name : field.text);
-  }
-  return line + "\r\n";
 }
 
 // `example` is any row.
 template <typename Row>
 void WriteCsv(const std::vector<const Row*>& rows, const Row& example, const ZREventNames& names,
               const ZRTextSink& sink) {
-  sink(CsvLine(FieldsOf(example, names), tagCsvLine::kTitles));
+  sink(CsvTitles(FieldsOf(example, names)));
   for (const Row* row : rows)
-    sink(CsvLine(FieldsOf(*row, names), tagCsvLine::kValues));
-}
-
-// --- JSON ---
-
-// Those of ASCII and of Latin-1, which some terminals obey too.
-bool IsControl(wchar_t unit) {
-  constexpr wchar_t kDelete = 0x7F;
-  constexpr wchar_t kLastControl = 0x9F;
-  return unit < L' ' || (unit >= kDelete && unit <= kLastControl);
-}
-
-void AppendJson(std::string& line, std::string_view text) {
-  const ZRWString wide = Utf8ToUtf16(text);
-  ZRWString quoted(L"\"");
-  for (const wchar_t unit : wide.View()) {
-    if (IsControl(unit)) {
-      quoted += FormatWide(L"\\u%04x", static_cast<unsigned>(unit));
-    } else {
-      if (unit == L'"' || unit == L'\\') quoted.Append(L'\\');
-      quoted.Append(unit);
-    }
-  }
-  line += Utf8(quoted.View()) + '"';
-}
-
-std::string JsonObject(const tagFields& fields) {
-  std::string line = "{";
-  for (const tagField& field : fields) {
-    if (line.size() > 1) line += ", ";
-    AppendJson(line, field.name);
-    line += ": ";
-    if (field.kind == tagField::tagKind::kText) {
-      AppendJson(line, field.text);
-    } else {
-      line += field.kind == tagField::tagKind::kMissing ? "null" : field.text;
-    }
-  }
-  return line + "}";
+    sink(CsvValues(FieldsOf(*row, names)));
 }
 
 template <typename Row>
