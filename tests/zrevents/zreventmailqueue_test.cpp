@@ -219,7 +219,7 @@ TEST_F(MailQueue, SettingsOfTheThreadStayForItsLife) {
   Settings("port = 2525\n");
   failing = {"a"};
   Add({"a"});
-  tool.Advance(100);
+  tool.Advance(5);  // behind the first turn
   Settings("port = 2526\n");
   tool.Advance(kPause);
   ASSERT_EQ(2u, tool.runs.size());
