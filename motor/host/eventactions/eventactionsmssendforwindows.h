@@ -30,7 +30,6 @@ class EventActionSmsSendForWindows final : public EventActionSmsSender {
   [[nodiscard]] bool sendSingleSms(const char* phone, const char* text) override;
 
  private:
-  [[nodiscard]] bool Send(const char* phone, const ZRString& text);
   [[nodiscard]] bool EnterPin();
   // Its exit code; kTimeOut after 15 s, and kNotStarted.
   [[nodiscard]] int Run(const std::vector<std::string>& command) const;
