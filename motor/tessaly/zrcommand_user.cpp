@@ -39,31 +39,51 @@ std::string WhyNoLine(ZRTerminal::tagAnswer answer) {
 // One deed on the logins of a site.
 class CUserCommand {
  public:
-  explicit CUserCommand(const ZRCommand& toCarryOut)
-      : words(toCarryOut.user), setup(ZRTessalySetup::Get()), file(setup.CfgPath()) {}
+  // The settings of the site have been loaded.
+  CUserCommand(const ZRCommand& toCarryOut, ZRSite& toWorkOn)
+      : words(toCarryOut.user),
+        site(toWorkOn),
+        setup(ZRTessalySetup::Get()),
+        file(setup.CfgPath()) {}
 
-  [[nodiscard]] int List() const;
+  [[nodiscard]] int List();
   [[nodiscard]] int Change();
 
  private:
+  [[nodiscard]] bool LoadNames();
   [[nodiscard]] bool FindResource();
   [[nodiscard]] int AskPassword();
   [[nodiscard]] int Write();
   [[nodiscard]] int Say(const ZRLoginAnswer& answer) const;
 
   ZRUserWords words;
+  ZRSite& site;
   const ZRTessalySetup& setup;
   const ZRLoginsFile file;
   std::string password;
 };
 
-int CUserCommand::List() const {
+// Fills the store, as it knows all groups and drivers. False, with a word to the user, if that
+// can't be done.
+bool CUserCommand::LoadNames() {
+  ZRFindings findings;
+  if (!site.TryDocuments(findings)) {
+    LogFindings(findings);
+    return false;
+  }
+  SetLogLevel(kLogInvariant);  // what isn't in force is told by check
+  site.MakeDrivers(findings);
+  site.LoadEvents({});
+  return true;
+}
+
+int CUserCommand::List() {
   ZRFindings findings;
   ZRLogins logins;
   const bool isLoaded = LoadLogins(setup, logins, findings);
   LogFindings(findings);
-  if (!isLoaded) return kExitImpossible;
-  const std::string table = LoginTable(logins, ZRResourceNames(setup));
+  if (!isLoaded || !LoadNames()) return kExitImpossible;
+  const std::string table = LoginTable(logins, ZRResourceNames(ZREventSystem::Get()));
   std::fputs(table.empty() ? "no user is defined: nobody needs to log in\n" : table.c_str(),
              stdout);
   return kExitDone;
@@ -91,9 +111,10 @@ int CUserCommand::Change() {
 // Puts the id in the place of a name. False, with a word to the user, if there is none.
 bool CUserCommand::FindResource() {
   const ZRResourceKind* const kind = ResourceKind(words.right);
-  if (kind == nullptr) return true;
+  if (kind == nullptr || words.resource == ZRGrants::kAll) return true;
+  if (!LoadNames()) return false;
   const std::string text = words.resource;
-  switch (ZRResourceNames(setup).Find(*kind, text, words.resource)) {
+  switch (ZRResourceNames(ZREventSystem::Get()).Find(*kind, text, words.resource)) {
     case ZRResourceNames::tagAnswer::kFound:
       if (IsResourceId(words.resource)) return true;
       (void)Fail(kExitImpossible, "the id of " + text + " can't be used for rights");
@@ -157,6 +178,6 @@ int ManageUsers(const ZRCommand& command) {
     LogFindings(findings);
     return kExitImpossible;
   }
-  CUserCommand user(command);
+  CUserCommand user(command, site);
   return command.user.deed == Deed::kList ? user.List() : user.Change();
 }

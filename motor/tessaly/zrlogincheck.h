@@ -3,8 +3,12 @@
 
 #include "host/support/zrtessalysetup.h"
 #include "tessaly/zrfinding.h"
+#include "zrevents/zreventsystem.h"
 
 // kBroken for a file that can't be used. kHint for a user who can't log in, for a role that isn't
-// there, for a right on a group or driver that isn't there, and for an address that isn't used.
-// No digest is told.
+// there, and for an address that isn't used. No digest is told.
 void CheckLogins(const ZRTessalySetup& setup, ZRFindings& findings);
+
+// kHint for a right on a group that isn't in the store, or on a driver that isn't registered. After
+// loading. Says nothing of a file that can't be used.
+void CheckRights(const ZRTessalySetup& setup, const ZREventSystem& system, ZRFindings& findings);

@@ -1,30 +1,23 @@
 #include "tessaly/zrresourcenames.h"
 
-#include "host/tools/xmldocument.h"
+#include "host/driversupport/zrdriver.h"
 #include "host/tools/zrtext.h"
 #include "tessaly/zrelementcheck.h"
-#include "tessaly/zrsitecheck.h"
+#include "zrevents/zreventdrivergroup.h"
 
 namespace {
 
-using Node = XmlDocument::XmlNode;
-
-std::pair<std::string, std::string> IdAndName(const Node& element) {
-  return {std::string(element.ValueUtf8("id")), std::string(element.ValueUtf8("name"))};
+std::string Narrow(const ZRWString& text) {
+  return std::string(Utf16ToUtf8(text.View()).View());
 }
 
 }  // namespace
 
-ZRResourceNames::ZRResourceNames(const ZRTessalySetup& setup) {
-  for (const Node* const driver : setup.Drivers())
-    drivers.push_back(IdAndName(*driver));
-  XmlDocument document;
-  const ZRWString path = setup.CfgPath() + Utf8ToUtf16(kEventsFile);
-  if (!document.Load(path.Text(), nullptr)) return;
-  const Node* const list = std::as_const(document).Root()->Child("eventsGroups");
-  if (list == nullptr) return;
-  for (auto group = list->ChildsBegin(); group != list->ChildsEnd(); ++group)
-    groups.push_back(IdAndName(**group));
+ZRResourceNames::ZRResourceNames(const ZREventSystem& system) {
+  for (auto group = system.EventsGroupsBegin(); group != system.EventsGroupsEnd(); ++group)
+    groups.emplace_back(Narrow((*group)->IdStr()), Narrow((*group)->Name()));
+  for (auto driver = ZRDriver::DriversBegin(); driver != ZRDriver::DriversEnd(); ++driver)
+    drivers.emplace_back(Narrow((*driver)->Id()), Narrow((*driver)->Name()));
 }
 
 ZRResourceNames::tagAnswer ZRResourceNames::Find(const ZRResourceKind& kind,

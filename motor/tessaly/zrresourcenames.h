@@ -6,18 +6,19 @@
 #include <utility>
 #include <vector>
 
-#include "host/support/zrtessalysetup.h"
 #include "host/user/zrrights.h"
+#include "zrevents/zreventsystem.h"
 
-// What the documents and settings of a site call them.
+// Their ids, which the engine asks with, and their names.
 //
 // Threads   one.
 class ZRResourceNames {
  public:
   enum class tagAnswer { kFound, kUnknown, kSeveral };
 
-  // Reads the events document. One that can't be read has no groups.
-  explicit ZRResourceNames(const ZRTessalySetup& setup);
+  // Of all groups in the store, those that are always there included, and of all drivers that are
+  // registered. After loading.
+  explicit ZRResourceNames(const ZREventSystem& system);
 
   // The id of what has `text` as its id or, if nothing has, as its name; kAll for kAll. kSeveral
   // for a name that more than one has.

@@ -11,6 +11,7 @@
 #include "host/tools/zrdatetime.h"
 #include "host/tools/zrstringtable.h"
 #include "host/tools/zrtext.h"
+#include "tessaly/zrlogincheck.h"
 #include "tessaly/zrsharefolder.h"
 #include "tessaly/zrsitecheck.h"
 #include "tessaly/zrusers.h"
@@ -152,6 +153,7 @@ void ZRSite::CheckLoaded(ZRFindings& findings) {
   CheckTimeTables(*engine.TimeTableCfg(), store, ShownFile(setup, kTimeTablesFile), findings);
   CheckMail(*engine.Cfg(), setup, findings);
   CheckSms(*engine.Cfg(), setup, findings);
+  CheckRights(setup, store, findings);
 }
 
 void ZRSite::RecordForNothing(const ZRWString& dataFolder) {

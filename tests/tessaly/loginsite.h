@@ -25,8 +25,9 @@ class LoginSite {
   void Settings(const std::string& more) {
     std::vector<ZRSettingProblem> problems;
     std::vector<ZRSettingProblem> warnings;
-    const std::string toml =
-        more + "\n[[driver]]\ntype = \"simulator\"\nname = \"Plant B\"\nid = \"b\"\n";
+    const std::string toml = more +
+                             "\n[[driver]]\ntype = \"simulator\"\nname = \"Plant B\"\nid = \"b\"\n"
+                             "[[driver.variable]]\nname = \"V\"\nform = \"constant\"\nvalue = 1\n";
     folder.Write("tessaly.toml", toml);
     isGood = setup.LoadText(toml, folder.WidePath(), problems, warnings);
   }

@@ -5,7 +5,9 @@
 #include "support/findinglines.h"
 #include "tessaly/loginsite.h"
 #include "tessaly/zrlogintable.h"
+#include "tessaly/zrsite.h"
 #include "tessaly/zrsitecheck.h"
+#include "zrevents/zreventdrivergroup.h"
 
 namespace {
 
@@ -15,6 +17,19 @@ const std::string kMd5(32, 'e');
 class LoginCheck : public ::testing::Test {
  protected:
   ~LoginCheck() override { EXPECT_TRUE(site.isGood); }
+
+  // Fills the store.
+  void Load() {
+    ZRFindings findings;
+    ASSERT_TRUE(loaded.LoadSettings(findings));
+    loaded.MakeDrivers(findings);
+    loaded.LoadEvents({});
+  }
+  Lines CheckOfRights(const ZRLogins& toWrite) {
+    site.Write(toWrite);
+    return Found(
+        [this](ZRFindings& findings) { CheckRights(site.setup, ZREventSystem::Get(), findings); });
+  }
 
   Lines Check() {
     return Found([this](ZRFindings& findings) { CheckLogins(site.setup, findings); });
@@ -30,6 +45,7 @@ class LoginCheck : public ::testing::Test {
   }
 
   LoginSite site;
+  ZRSite loaded{site.folder.path.string()};
   ZRLogins logins;
 };
 
@@ -42,6 +58,8 @@ TEST_F(LoginCheck, SaysNothingOfAGoodFile) {
     logins.users["leo"].grants.Grant(kind.type, kind.isOfDrivers ? "b" : LoginSite::kNorth);
   }
   EXPECT_EQ(Check(logins), Lines{});
+  Load();
+  EXPECT_EQ(CheckOfRights(logins), Lines{});
 }
 
 TEST_F(LoginCheck, SaysWhyTheFileCannotBeUsed) {
@@ -79,19 +97,39 @@ TEST_F(LoginCheck, NamesWhoCannotLogIn) {
                         "log in")}));
 }
 
-TEST_F(LoginCheck, NamesRightsOnWhatIsNotThere) {
+TEST_F(LoginCheck, NamesRolesThatAreNotThere) {
   Good("ana").roles = {"guard", "cook"};
-  logins.users["ana"].grants.Grant(7, "North");  // a name is no id
+  logins.roles["guard"];
+  EXPECT_EQ(Check(logins), Lines{Hint("user 'ana': there is no role 'cook'")});
+}
+
+TEST_F(LoginCheck, NamesRightsOnWhatIsNotThere) {
+  Good("ana").grants.Grant(7, "North");  // a name is no id
   logins.users["ana"].grants.Grant(17, "Plant B");
   logins.roles["guard"].Grant(6, LoginSite::kSouth);
   logins.roles["guard"].Grant(6, "bbbbbbbb-0000-4000-8000-000000000002");  // the case counts
+  Load();
   EXPECT_EQ(
-      Check(logins),
+      CheckOfRights(logins),
       (Lines{Hint("role 'guard' has the right 'acknowledge', but there is no group "
                   "'bbbbbbbb-0000-4000-8000-000000000002'"),
-             Hint("user 'ana': there is no role 'cook'"),
              Hint("user 'ana' has the right 'active', but there is no group 'North'"),
              Hint("user 'ana' has the right 'remote-active', but there is no driver 'Plant B'")}));
+  site.Write("", false);
+  EXPECT_EQ(Found([this](ZRFindings& findings) {
+              CheckRights(site.setup, ZREventSystem::Get(), findings);
+            }),
+            Lines{});
+}
+
+// Every group that the engine may ask with, also one that no document names.
+TEST_F(LoginCheck, KnowsTheGroupsThatAreAlwaysThere) {
+  Load();
+  const ZREventSystem& store = ZREventSystem::Get();
+  ASSERT_GT(store.EventsGroupsSize(), 2);
+  for (auto group = store.EventsGroupsBegin(); group != store.EventsGroupsEnd(); ++group)
+    logins.roles["guard"].Grant(7, Narrow((*group)->IdStr()));
+  EXPECT_EQ(CheckOfRights(logins), Lines{});
 }
 
 TEST_F(LoginCheck, SaysThatAnAddressIsNotUsed) {
@@ -103,9 +141,10 @@ TEST_F(LoginCheck, SaysThatAnAddressIsNotUsed) {
 }
 
 TEST_F(LoginCheck, FindsGroupsAndDriversByIdOrName) {
-  const auto find = [this](const char* word, const std::string& text) {
+  Load();
+  const auto find = [](const char* word, const std::string& text) {
     std::string id;
-    switch (ZRResourceNames(site.setup).Find(*ResourceKind(word), text, id)) {
+    switch (ZRResourceNames(ZREventSystem::Get()).Find(*ResourceKind(word), text, id)) {
       case ZRResourceNames::tagAnswer::kFound:
         return id;
       case ZRResourceNames::tagAnswer::kSeveral:
@@ -124,13 +163,20 @@ TEST_F(LoginCheck, FindsGroupsAndDriversByIdOrName) {
   EXPECT_EQ(find("remote-active", "b"), "b");
   EXPECT_EQ(find("remote-active", "North"), "unknown");
   EXPECT_EQ(find("active", ""), "unknown");
+}
+
+TEST_F(LoginCheck, FindsNothingByANameOfSeveral) {
   site.folder.Write("config/default.xeve",
-                    "<main><eventsGroups><g><id>1</id><name>A</name></g><g><id>2</id><name>A</name>"
-                    "</g><g><name>B</name></g></eventsGroups></main>");
-  EXPECT_EQ(find("active", "A"), "several");
-  EXPECT_EQ(find("active", "B"), "unknown");
-  site.folder.Write("config/default.xeve", "<main>");
-  EXPECT_EQ(find("active", "A"), "unknown");
+                    "<main><eventsGroups><g><id>" + std::string(LoginSite::kNorth) +
+                        "</id><name>A</name></g><g><id>" + LoginSite::kSouth +
+                        "</id><name>A</name></g></eventsGroups></main>");
+  Load();
+  const ZRResourceNames names(ZREventSystem::Get());
+  std::string id;
+  EXPECT_EQ(names.Find(*ResourceKind("active"), "A", id), ZRResourceNames::tagAnswer::kSeveral);
+  EXPECT_EQ(names.Find(*ResourceKind("active"), LoginSite::kSouth, id),
+            ZRResourceNames::tagAnswer::kFound);
+  EXPECT_EQ(id, LoginSite::kSouth);
 }
 
 TEST_F(LoginCheck, ShowsAllButTheDigests) {
@@ -141,7 +187,8 @@ TEST_F(LoginCheck, ShowsAllButTheDigests) {
   logins.users["l\xC2\x9Bo"].grants.administrator = true;
   logins.roles["guard"].Grant(18, "b");
   logins.roles["guard"].Grant(18, "c");
-  EXPECT_EQ(LoginTable(logins, ZRResourceNames(site.setup)),
+  Load();
+  EXPECT_EQ(LoginTable(logins, ZRResourceNames(ZREventSystem::Get())),
             "user ana\n  role cook (isn't there)\n  role guard\n  active: all\n  active: North "
             "(bbbbbbbb-0000-4000-8000-000000000001)\n"
             "user l\\u009bo (no password)\n  administrator\n"
