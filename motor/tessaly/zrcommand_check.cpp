@@ -6,12 +6,17 @@
 #include "tessaly/zrcommands.h"
 #include "tessaly/zrdatafolder.h"
 #include "tessaly/zrsite.h"
+#include "tessaly/zrsiteweb.h"
 
 int CheckSite(const ZRCommand& command) {
   SetLogLevel(kLogConfiguration);
   ZRFindings findings;
   ZRSite site(command.site);
-  if (!site.LoadSettings(findings) || !site.TryDocuments(findings)) {
+  if (site.LoadSettings(findings)) {
+    CheckWeb(ZRTessalySetup::Get(), findings);
+    (void)site.TryDocuments(findings);
+  }
+  if (HasKind(findings, ZRFinding::tagKind::kBroken)) {
     PrintFindings(findings);
     return kExitImpossible;
   }

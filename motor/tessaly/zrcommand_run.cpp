@@ -5,15 +5,14 @@
 
 #include "host/base/zrlogger.h"
 #include "host/platform/zrsignals.h"
-#include "host/remote/zrwebserver.h"
 #include "host/tools/zrtext.h"
 #include "tessaly/zrcommands.h"
 #include "tessaly/zrdatafolder.h"
-#include "tessaly/zrservices.h"
 #include "tessaly/zrsharefolder.h"
 #include "tessaly/zrsite.h"
 #include "tessaly/zrsitelock.h"
 #include "tessaly/zrsitelogins.h"
+#include "tessaly/zrsiteweb.h"
 #include "tessaly/zrsystemeventsfile.h"
 #include "tessaly/zrtransitionline.h"
 
@@ -23,12 +22,6 @@ constexpr std::uint32_t kLook = 1000;  // ms between two looks at the engine's c
 
 void LogTransition(const ZREventDriver& event, bool active, double seconds) {
   logger(kLogNotice, L"%ls", TransitionLine(event, active, seconds).Text());
-}
-
-// An address as a client on this machine writes it.
-std::string UrlHost(const std::string& address) {
-  if (address == "0.0.0.0" || address == "::") return "127.0.0.1";
-  return address.find(':') == std::string::npos ? address : "[" + address + "]";
 }
 
 // One run of a site: what is begun is ended with the object, the web server first.
@@ -48,6 +41,7 @@ class CRun {
   [[nodiscard]] bool LoadSite();
   [[nodiscard]] bool TakeLock();
   void LoadWork();
+  [[nodiscard]] std::string Address() const;  // for the web server
   [[nodiscard]] bool StartWeb();
   [[nodiscard]] bool StartEngine();
   [[nodiscard]] bool Reload();
@@ -59,10 +53,8 @@ class CRun {
   ZRSiteLock lock;
   ZRSiteLogins logins;
   ZRSite site;
-  ZRWebServer web;
-  std::string address;   // on which the web server listens
-  int settingsPort = 0;  // as the settings said when the web server started
-  bool works = false;    // Begin has succeeded
+  ZRSiteWeb web{site.Engine(), logins.Passwords()};
+  bool works = false;  // Begin has succeeded
 };
 
 int CRun::Begin() {
@@ -71,8 +63,7 @@ int CRun::Begin() {
   // The port is taken before any event can begin; until the engine works, its lists are empty.
   if (!StartWeb()) return kExitImpossible;
   if (!StartEngine()) return kExitFaulty;
-  logger(kLogNotice, L"http://%s:%d/services/events/actived.xml shows what is active",
-         UrlHost(address).c_str(), static_cast<int>(web.Port()));
+  logger(kLogNotice, L"%s/services/events/actived.xml shows what is active", web.Url().c_str());
   works = true;
   return kExitDone;
 }
@@ -120,16 +111,14 @@ void CRun::LoadWork() {
   LogFindings(findings);
 }
 
+std::string CRun::Address() const {
+  return AddressToListenOn(ZRTessalySetup::Get(), logins.HasUsers());
+}
+
 bool CRun::StartWeb() {
-  BindServices(web, site.Engine());
-  settingsPort = ZRTessalySetup::Get().HttpServerPort();
-  address = AddressToListenOn(ZRTessalySetup::Get(), logins.HasUsers());
-  ZRWebServerSettings settings;
-  settings.address = address;
-  settings.port = static_cast<std::uint16_t>(command.port >= 0 ? command.port : settingsPort);
-  ZRString reason;
-  if (web.Start(settings, reason)) return true;
-  logger(kLogInvariant, L"the web server can't start: %s", reason.Text());
+  std::string reason;
+  if (web.Start(ZRTessalySetup::Get(), Address(), command.port, reason)) return true;
+  logger(kLogInvariant, L"the web server can't start: %s", reason.c_str());
   return false;
 }
 
@@ -140,10 +129,12 @@ bool CRun::StartEngine() {
   }
   logger(kLogNotice, L"%d events of %s are watched", ZREventSystem::Get().EventsSize(),
          site.Folder().c_str());
+  web.Readiness().Set(ZRReadiness::tagState::kRunning);
   return true;
 }
 
-// Takes over what the disk holds now, unless it is broken. False if the engine couldn't go on.
+// Takes over what the disk holds now, unless it is broken. False if the engine or the web server
+// couldn't go on.
 bool CRun::Reload() {
   ZRFindings findings;
   if (!site.TrySite(findings)) {
@@ -152,8 +143,10 @@ bool CRun::Reload() {
     return true;
   }
   logger(kLogNotice, L"reloading");
+  web.Readiness().Set(ZRReadiness::tagState::kLoading);
   site.Stop();
   TakeSettings(findings);
+  if (!web.Renew(ZRTessalySetup::Get(), Address(), command.port)) return false;
   LoadWork();
   return StartEngine();
 }
@@ -166,22 +159,12 @@ void CRun::TakeSettings(const ZRFindings& findings) {
   if (!site.OpenLog(reason)) logger(kLogConfiguration, L"the log stays: %s", reason.c_str());
   LogFindings(findings);
   TakeLogins();
-  if (command.port < 0 && ZRTessalySetup::Get().HttpServerPort() != settingsPort) {
-    logger(kLogConfiguration,
-           L"http.port is changed: the web server stays at port %d until the "
-           L"next start",
-           static_cast<int>(web.Port()));
-  }
 }
 
 void CRun::TakeLogins() {
   ZRFindings findings;
   if (!logins.Load(ZRTessalySetup::Get(), findings)) LogFindings(findings);
   logins.SayWhoMayLogIn();
-  if (AddressToListenOn(ZRTessalySetup::Get(), logins.HasUsers()) == address) return;
-  logger(kLogConfiguration,
-         L"http.address is another one now: the web server stays at %s until the next start",
-         address.c_str());
 }
 
 int CRun::WaitForTheEnd() {

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "host/base/zrlogger.h"
+#include "host/remote/zrdigestauthenticator.h"
 #include "host/tools/zrtext.h"
 #include "tessaly/zropenfiles.h"
 #include "tessaly/zrservices.h"
@@ -44,10 +45,17 @@ bool MakeWebSettings(const ZRTessalySetup& setup, const std::string& address, in
                          reason);
 }
 
-ZRSiteWeb::ZRSiteWeb(ZREventServer& engine, ZRAuthenticator& authenticator) {
+void CheckWeb(const ZRTessalySetup& setup, ZRFindings& findings) {
+  ZRWebServerSettings settings;
+  std::string reason;
+  if (MakeWebSettings(setup, std::string(setup.HttpAddress().View()), -1, settings, reason)) return;
+  findings.push_back({ZRFinding::tagKind::kBroken, ZRTessalySetup::kFileName, 0, 0, reason});
+}
+
+ZRSiteWeb::ZRSiteWeb(ZREventServer& engine, const ZRPasswords& usersPasswords)
+    : passwords(usersPasswords) {
   BindServices(web, engine);
   BindHealth(web, readiness);
-  web.Authenticate(&authenticator);
   web.OnLoginNote(
       [](std::string_view note) { logger(kLogNotice, L"login: %s", std::string(note).c_str()); });
 }
@@ -57,12 +65,17 @@ bool ZRSiteWeb::Start(const ZRTessalySetup& setup, const std::string& address, i
   ZRWebServerSettings wanted;
   if (!MakeWebSettings(setup, address, port, wanted, reason)) return false;
   MakeRoomForConnections(wanted.connections);
-  if (!Listen(wanted, reason)) return false;
+  if (!Listen(wanted, setup.HttpMd5(), reason)) return false;
   settings = std::move(wanted);
   return true;
 }
 
-bool ZRSiteWeb::Listen(const ZRWebServerSettings& wanted, std::string& reason) {
+// While the web server doesn't run.
+bool ZRSiteWeb::Listen(const ZRWebServerSettings& wanted, bool withMd5, std::string& reason) {
+  ZRDigestSettings digest;
+  digest.offersMd5 = offersMd5 = withMd5;
+  authenticator = std::make_unique<ZRDigestAuthenticator>(passwords, digest);
+  web.Authenticate(authenticator.get());
   ZRString why;
   if (web.Start(wanted, why)) return true;
   reason = why.View();
@@ -76,19 +89,20 @@ bool ZRSiteWeb::Renew(const ZRTessalySetup& setup, const std::string& address, i
     logger(kLogConfiguration, L"the web server stays as it is: %s", reason.c_str());
     return true;
   }
-  if (wanted == settings) return true;
+  if (wanted == settings && setup.HttpMd5() == offersMd5) return true;
   ZRWebServerSettings before = std::exchange(settings, wanted);
+  const bool offeredMd5 = offersMd5;
   // Whoever knows a port that the system chose goes on with it.
   if (before.port == 0) before.port = web.Port();
   if (wanted.port == 0) wanted.port = before.port;
   web.Stop();
-  if (Listen(wanted, reason)) {
+  if (Listen(wanted, setup.HttpMd5(), reason)) {
     logger(kLogNotice, L"the web server has new settings: %s", Url().c_str());
     return true;
   }
   logger(kLogConfiguration, L"the web server stays as it was: %s", reason.c_str());
   settings = before;
-  if (Listen(before, reason)) return true;
+  if (Listen(before, offeredMd5, reason)) return true;
   logger(kLogInvariant, L"the web server can't start again: %s", reason.c_str());
   return false;
 }

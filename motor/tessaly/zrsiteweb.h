@@ -1,11 +1,13 @@
 // The web server of a site: its settings, its paths, and what it tells of the site's state.
 #pragma once
 
+#include <memory>
 #include <string>
 
-#include "host/remote/zrauthenticator.h"
+#include "host/remote/zrpasswords.h"
 #include "host/remote/zrwebserver.h"
 #include "host/support/zrtessalysetup.h"
+#include "tessaly/zrfinding.h"
 #include "tessaly/zrreadiness.h"
 
 class ZREventServer;
@@ -15,12 +17,15 @@ class ZREventServer;
 [[nodiscard]] bool MakeWebSettings(const ZRTessalySetup& setup, const std::string& address,
                                    int port, ZRWebServerSettings& settings, std::string& reason);
 
+// Says, as kBroken, what would keep a web server of these settings from its start.
+void CheckWeb(const ZRTessalySetup& setup, ZRFindings& findings);
+
 // Threads   the host's.
-// Owns      the web server. It is stopped with the object.
+// Owns      the web server and what asks its users who they are. It is stopped with the object.
 class ZRSiteWeb {
  public:
   // Both outlive it.
-  ZRSiteWeb(ZREventServer& engine, ZRAuthenticator& authenticator);
+  ZRSiteWeb(ZREventServer& engine, const ZRPasswords& usersPasswords);
 
   // False with a reason if it can't listen. `address` and `port` as above.
   [[nodiscard]] bool Start(const ZRTessalySetup& setup, const std::string& address, int port,
@@ -37,9 +42,12 @@ class ZRSiteWeb {
   [[nodiscard]] std::string Url() const;
 
  private:
-  [[nodiscard]] bool Listen(const ZRWebServerSettings& wanted, std::string& reason);
+  [[nodiscard]] bool Listen(const ZRWebServerSettings& wanted, bool withMd5, std::string& reason);
 
+  const ZRPasswords& passwords;
   ZRReadiness readiness;
+  std::unique_ptr<ZRAuthenticator> authenticator;  // of the server at work
   ZRWebServer web;
   ZRWebServerSettings settings;  // in force
+  bool offersMd5 = false;        // the same
 };

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "host/remote/fakepasswords.h"
 #include "host/remote/zrlistensocket.h"
-#include "support/fakeauthenticator.h"
 #include "support/httpclient.h"
 #include "zrevents/zreventserver.h"
 
@@ -11,6 +11,8 @@ namespace {
 
 class SiteWeb : public ::testing::Test {
  protected:
+  SiteWeb() { passwords.Add("ana", "secret"); }
+
   static ZRTessalySetup Setup(const std::string& toml) {
     ZRTessalySetup setup;
     std::vector<ZRSettingProblem> problems;
@@ -34,8 +36,8 @@ class SiteWeb : public ::testing::Test {
   }
 
   ZREventServer engine;
-  FakeAuthenticator authenticator;
-  ZRSiteWeb web{engine, authenticator};
+  FakePasswords passwords;
+  ZRSiteWeb web{engine, passwords};
   std::string reason;
 };
 
@@ -45,7 +47,6 @@ TEST_F(SiteWeb, TellsEverybodyThatItLives) {
   EXPECT_EQ(200, reply.status);
   EXPECT_EQ("ok\n", reply.body);
   EXPECT_EQ("text/plain; charset=utf-8", reply.Header("Content-Type"));
-  EXPECT_TRUE(authenticator.Claims().empty());
 }
 
 TEST_F(SiteWeb, TellsEverybodyWhetherTheSiteWorks) {
@@ -62,15 +63,27 @@ TEST_F(SiteWeb, TellsEverybodyWhetherTheSiteWorks) {
 
 TEST_F(SiteWeb, HasEachServiceForUsersOnly) {
   ASSERT_TRUE(Start("http.port = 0"));
-  for (const char* path : {"actived", "notified", "actions", "counts", "logger"}) {
-    const std::string whole = std::string("/services/events/") + path + ".xml";
-    EXPECT_EQ(401, Get(whole).status) << path;
-    EXPECT_NE(401, Get(whole, "Authorization: ana\r\n").status) << path;
+  for (const char* name : {"actived", "notified", "actions", "counts", "logger"}) {
+    const std::string path = std::string("/services/events/") + name + ".xml";
+    const HttpReply refused = Get(path);
+    EXPECT_EQ(401, refused.status) << path;
+    DigestClient ana;
+    ana.uri = path;
+    ana.nonce = ChallengeValue(refused.Header("WWW-Authenticate"), "nonce");
+    EXPECT_NE(401, Get(path, "Authorization: " + ana.Header() + "\r\n").status) << path;
   }
   HttpClient client(Port());
   (void)client.Send(
       "PUT /services/events/ack.xml HTTP/1.1\r\nHost: localhost\r\nContent-Length: 5\r\n\r\n");
   EXPECT_EQ(401, client.ReceiveReply().status);
+}
+
+TEST_F(SiteWeb, OffersMd5AsItsSettingsSay) {
+  ASSERT_TRUE(Start("http.port = 0"));
+  const std::string path = "/services/events/counts.xml";
+  EXPECT_EQ(std::string::npos, Get(path).head.find("algorithm=MD5"));
+  EXPECT_TRUE(Renew("[http]\nport = 0\nmd5 = true"));
+  EXPECT_NE(std::string::npos, Get(path).head.find("algorithm=MD5"));
 }
 
 TEST_F(SiteWeb, TakesOverNewSettings) {
@@ -122,6 +135,16 @@ TEST_F(SiteWeb, SaysWhereItCanBeReached) {
   web.Stop();
   EXPECT_EQ("", web.Url());
   EXPECT_FALSE(web.Readiness().IsReady());
+}
+
+TEST_F(SiteWeb, IsLookedAtBeforeItStarts) {
+  ZRFindings findings;
+  CheckWeb(Setup(""), findings);
+  EXPECT_TRUE(findings.empty());
+  CheckWeb(Setup("[http]\ncertificate = \"missing.pem\"\nkey = \"missing.key\""), findings);
+  ASSERT_EQ(1u, findings.size());
+  EXPECT_EQ(ZRFinding::tagKind::kBroken, findings[0].kind);
+  EXPECT_EQ("/site/missing.pem can't be opened: No such file or directory", findings[0].text);
 }
 
 }  // namespace

@@ -62,17 +62,44 @@ TEST_F(Program, ReloadsWhatHasChangedAndKeepsWhatIsBetterThanABrokenFile) {
   EXPECT_EQ(Stop(), kDone);
 }
 
-TEST_F(Program, SaysThatAnotherPortTakesEffectAtTheNextStartAndStopsOnAnInterruptToo) {
+TEST_F(Program, TakesOverTheWebServersSettingsAndStopsOnAnInterruptToo) {
   Settings("http.port = 0\n");
   const std::uint16_t port = Start({});
   ASSERT_NE(port, 0) << program->Error();
-  Settings("http.port = 1\n");
+  const std::string url = "http://127.0.0.1:" + std::to_string(port);
+  const auto ask = [&] {
+    HttpClient client(port);
+    (void)client.Send("GET /readyz HTTP/1.1\r\nHost: hall.example\r\n\r\n");
+    return client.ReceiveReply();
+  };
+  EXPECT_EQ(ask().status, 403);
+  Settings("[http]\nport = 0\nnames = [\"hall.example\"]\n");
   program->Signal(SIGHUP);
-  EXPECT_TRUE(program->WaitFor("http.port is changed: the web server stays at port " +
-                               std::to_string(port) + " until the next start\n"));
+  EXPECT_TRUE(program->WaitFor("the web server has new settings: " + url + "\n"));
   EXPECT_TRUE(program->WaitFor("1 events of "));
-  EXPECT_TRUE(HttpClient(port).IsConnected());
+  EXPECT_EQ(ask().body, "ok\n");
   EXPECT_EQ(Stop(SIGINT), kDone);
+}
+
+TEST_F(Program, KeepsItsWebServerWhereItCannotHaveAnother) {
+  const SiteFolder other;
+  Settings("http.port = 0\n");
+  const std::uint16_t taken = Start({});
+  ASSERT_NE(taken, 0) << program->Error();
+  const std::unique_ptr<RunningProgram> first = std::move(program);
+  std::filesystem::copy(site.path / "config", other.path / "config",
+                        std::filesystem::copy_options::recursive);
+  other.Write("tessaly.toml", "http.port = 0\n");
+  program = std::make_unique<RunningProgram>(Words({"run", other.path.string()}));
+  ASSERT_TRUE(program->WaitFor(" shows what is active\n")) << program->Error();
+  other.Write("tessaly.toml", "http.port = " + std::to_string(taken) + "\n");
+  program->Signal(SIGHUP);
+  EXPECT_TRUE(program->WaitFor("the web server stays as it was: port " + std::to_string(taken) +
+                               " of 127.0.0.1 is in use\n"));
+  EXPECT_TRUE(program->WaitFor("1 events of "));
+  EXPECT_EQ(Stop(), kDone);
+  first->Signal(SIGTERM);
+  EXPECT_EQ(first->Wait(), kDone);
 }
 
 TEST_F(Program, SaysThatItsPortIsInUse) {
