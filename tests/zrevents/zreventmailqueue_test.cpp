@@ -221,7 +221,7 @@ TEST_F(MailQueue, SettingsOfTheThreadStayForItsLife) {
   Add({"a"});
   tool.Advance(5);  // behind the first turn
   Settings("port = 2526\n");
-  tool.Advance(kPause);
+  tool.Advance(kPause + 100);
   ASSERT_EQ(2u, tool.runs.size());
   EXPECT_NE(std::string::npos, tool.runs[1].account.find("port 2525\r\n"));
 }
