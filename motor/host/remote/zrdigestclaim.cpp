@@ -2,26 +2,21 @@
 
 #include <algorithm>
 #include <charconv>
-#include <vector>
 
 #include "host/remote/zrasciitext.h"
+#include "host/remote/zrauthenticationparameters.h"
 #include "host/remote/zrdigestresponse.h"
 #include "host/tools/zrtext.h"
 
 namespace {
 
-constexpr std::size_t kMostParameters = 32;
 constexpr std::size_t kMostRealmBytes = 256;
 constexpr std::size_t kMostNonceBytes = 256;
 constexpr std::size_t kCountDigits = 8;
 constexpr char kDelete = 0x7F;
 
-struct tagParameter {
-  std::string name;  // in lower case
-  std::string value;
-  bool isQuoted = false;
-};
-using tagParameters = std::vector<tagParameter>;
+using tagParameter = ZRAuthenticationParameter;
+using tagParameters = ZRAuthenticationParameters;
 
 bool IsBlank(char letter) {
   return letter == ' ' || letter == '\t';
@@ -29,17 +24,6 @@ bool IsBlank(char letter) {
 
 bool IsControl(char letter) {
   return static_cast<unsigned char>(letter) < 0x20 || letter == kDelete;
-}
-
-bool IsLetterOrDigit(char letter) {
-  return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z') ||
-         (letter >= '0' && letter <= '9');
-}
-
-// A character of a token of RFC 9110.
-bool IsOfToken(char letter) {
-  constexpr std::string_view kOthers = "!#$%&'*+-.^_`|~";
-  return IsLetterOrDigit(letter) || kOthers.find(letter) != std::string_view::npos;
 }
 
 // The value of a hexadecimal digit; -1 for anything else.
@@ -56,13 +40,6 @@ bool IsLowerHexadecimal(std::string_view text) {
   });
 }
 
-std::string LowerCase(std::string_view text) {
-  std::string lower(text);
-  for (char& letter : lower)
-    if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
-  return lower;
-}
-
 // Names are kept and shown as text: UTF-8 without controls.
 bool IsUserName(std::string_view name) {
   return !name.empty() && name.size() <= kMostUserNameBytes &&
@@ -70,90 +47,10 @@ bool IsUserName(std::string_view name) {
          Utf16ToUtf8(Utf8ToUtf16(name).View()).View() == name;
 }
 
-// Reads the parameters of a scheme, one after the other.
-class CParameterReader {
- public:
-  explicit CParameterReader(std::string_view toRead) : text(toRead) {}
-
-  // False if the text isn't a list of parameters, or has one of them twice.
-  [[nodiscard]] bool ReadAll(tagParameters& parameters) {
-    while (SkipToParameter()) {
-      tagParameter next;
-      if (parameters.size() == kMostParameters || !ReadOne(next)) return false;
-      const auto isSame = [&next](const tagParameter& other) { return other.name == next.name; };
-      if (std::any_of(parameters.begin(), parameters.end(), isSame)) return false;
-      parameters.push_back(std::move(next));
-    }
-    return true;
-  }
-
- private:
-  void SkipBlanks() {
-    while (at < text.size() && IsBlank(text[at]))
-      ++at;
-  }
-  // A list may have empty places. False at the end.
-  bool SkipToParameter() {
-    while (at < text.size() && (IsBlank(text[at]) || text[at] == ','))
-      ++at;
-    return at < text.size();
-  }
-  bool Take(char letter) {
-    if (at == text.size() || text[at] != letter) return false;
-    ++at;
-    return true;
-  }
-  std::string_view ReadToken() {
-    const std::size_t start = at;
-    while (at < text.size() && IsOfToken(text[at]))
-      ++at;
-    return text.substr(start, at - start);
-  }
-
-  bool ReadOne(tagParameter& parameter) {
-    parameter.name = LowerCase(ReadToken());
-    SkipBlanks();
-    if (parameter.name.empty() || !Take('=')) return false;
-    SkipBlanks();
-    parameter.isQuoted = Take('"');
-    if (parameter.isQuoted) {
-      if (!ReadQuoted(parameter.value)) return false;
-    } else {
-      parameter.value = ReadToken();
-      if (parameter.value.empty()) return false;
-    }
-    SkipBlanks();
-    return at == text.size() || text[at] == ',';
-  }
-  // What stands up to the closing quote, with its escapes undone.
-  bool ReadQuoted(std::string& value) {
-    while (at < text.size()) {
-      char letter = text[at++];
-      if (letter == '"') return true;
-      if (letter == '\\') {
-        if (at == text.size()) return false;
-        letter = text[at++];
-      }
-      if (IsControl(letter) && letter != '\t') return false;
-      value += letter;
-    }
-    return false;
-  }
-
-  const std::string_view text;
-  std::size_t at = 0;
-};
-
-const tagParameter* Find(const tagParameters& parameters, std::string_view name) {
-  for (const tagParameter& parameter : parameters)
-    if (parameter.name == name) return &parameter;
-  return nullptr;
-}
-
 // A text that has to be there, in quotes.
 bool ReadText(const tagParameters& parameters, std::string_view name, std::size_t mostBytes,
               std::string& text) {
-  const tagParameter* const found = Find(parameters, name);
+  const tagParameter* const found = FindParameter(parameters, name);
   if (found == nullptr || !found->isQuoted || found->value.empty() ||
       found->value.size() > mostBytes)
     return false;
@@ -185,17 +82,17 @@ bool ReadExtendedText(std::string_view coded, std::string& text) {
 }
 
 bool ReadUser(const tagParameters& parameters, std::string& user) {
-  const tagParameter* const hashed = Find(parameters, "userhash");
+  const tagParameter* const hashed = FindParameter(parameters, "userhash");
   if (hashed != nullptr && !EqualIgnoringCase(hashed->value, "false")) return false;
-  const tagParameter* const extended = Find(parameters, "username*");
+  const tagParameter* const extended = FindParameter(parameters, "username*");
   if (extended == nullptr)
     return ReadText(parameters, "username", kMostUserNameBytes, user) && IsUserName(user);
-  return Find(parameters, "username") == nullptr && !extended->isQuoted &&
+  return FindParameter(parameters, "username") == nullptr && !extended->isQuoted &&
          ReadExtendedText(extended->value, user) && IsUserName(user);
 }
 
 bool ReadAlgorithm(const tagParameters& parameters, ZRPasswordDigest& algorithm) {
-  const tagParameter* const found = Find(parameters, "algorithm");
+  const tagParameter* const found = FindParameter(parameters, "algorithm");
   algorithm = ZRPasswordDigest::kMd5;
   if (found == nullptr || EqualIgnoringCase(found->value, "md5")) return true;
   algorithm = ZRPasswordDigest::kSha256;
@@ -203,14 +100,14 @@ bool ReadAlgorithm(const tagParameters& parameters, ZRPasswordDigest& algorithm)
 }
 
 bool ReadQuality(const tagParameters& parameters, bool& signsBody) {
-  const tagParameter* const found = Find(parameters, "qop");
+  const tagParameter* const found = FindParameter(parameters, "qop");
   if (found == nullptr) return false;
   signsBody = EqualIgnoringCase(found->value, "auth-int");
   return signsBody || EqualIgnoringCase(found->value, "auth");
 }
 
 bool ReadCount(const tagParameters& parameters, ZRDigestClaim& claim) {
-  const tagParameter* const found = Find(parameters, "nc");
+  const tagParameter* const found = FindParameter(parameters, "nc");
   if (found == nullptr || found->value.size() != kCountDigits || !IsLowerHexadecimal(found->value))
     return false;
   claim.countText = found->value;
@@ -269,9 +166,8 @@ ZRLoginScheme LoginScheme(std::string_view authorization, std::string_view& cred
 bool ParseDigestClaim(std::string_view credentials, ZRDigestClaim& claim) {
   claim = ZRDigestClaim();
   tagParameters parameters;
-  return CParameterReader(credentials).ReadAll(parameters) &&
-         ReadAlgorithm(parameters, claim.algorithm) && ReadQuality(parameters, claim.signsBody) &&
-         ReadUser(parameters, claim.user) &&
+  return ReadParameters(credentials, parameters) && ReadAlgorithm(parameters, claim.algorithm) &&
+         ReadQuality(parameters, claim.signsBody) && ReadUser(parameters, claim.user) &&
          ReadText(parameters, "realm", kMostRealmBytes, claim.realm) &&
          ReadText(parameters, "uri", kMostAuthorizationBytes, claim.uri) &&
          ReadText(parameters, "nonce", kMostNonceBytes, claim.nonce) &&

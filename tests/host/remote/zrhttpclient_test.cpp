@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "host/remote/fakepasswords.h"
+#include "host/remote/zrdigestauthenticator.h"
 #include "host/remote/zrnetworkwire.h"
 #include "host/remote/zrwebserver.h"
 #include "support/fakewire.h"
@@ -162,6 +164,56 @@ TEST_F(OverTheNetwork, ServerOutsideTheAllowedNetworksIsNotAsked) {
   got = "nothing";
   EXPECT_EQ(Put("x"), 0);
   EXPECT_EQ(got, "nothing");
+}
+
+// --- a server with users ---
+
+class OverTheNetworkWithALogin : public ::testing::Test {
+ protected:
+  OverTheNetworkWithALogin() {
+    passwords.Add("ana", "secret");
+    server.Authenticate(&authenticator);
+    server.Put("/in", std::size_t{1} << 20,
+               [this](ZRHttpRequest& request, const std::string& body, ZRHttpResponse& response) {
+                 got.push_back(std::string(request.Authorization().User().View()) + ":" + body);
+                 response.Begin(204, kContentNone);
+                 (void)response.End();
+               });
+    ZRString reason;
+    EXPECT_TRUE(server.Start(ZRWebServerSettings(), reason)) << reason.Text();
+  }
+  ~OverTheNetworkWithALogin() override { ZRNetworkWire::Get().SetAccounts({}); }
+
+  int Put(const std::string& body, const char* user = nullptr, const char* password = nullptr) {
+    return client.Put("127.0.0.1", server.Port(), "/in", body.data(), static_cast<int>(body.size()),
+                      user, password);
+  }
+
+  FakePasswords passwords;
+  ZRDigestAuthenticator authenticator{passwords};
+  std::vector<std::string> got;  // read behind the answer only
+  ZRWebServer server;
+  ZRHttpClient client{true};
+};
+
+TEST_F(OverTheNetworkWithALogin, RequestIsSigned) {
+  EXPECT_EQ(Put("a", "ana", "secret"), 204);
+  EXPECT_EQ(Put("b", "ana", "secret"), 204);
+  EXPECT_EQ(got, (std::vector<std::string>{"ana:a", "ana:b"}));
+}
+
+TEST_F(OverTheNetworkWithALogin, NobodyAndAWrongPasswordAreRefused) {
+  EXPECT_EQ(Put("a"), 401);
+  EXPECT_EQ(Put("a", "ana", "wrong"), 401);
+  EXPECT_EQ(Put("a", "bob", "secret"), 401);
+  EXPECT_TRUE(got.empty());
+}
+
+TEST_F(OverTheNetworkWithALogin, AccountOfTheServerIsUsedWithoutALogin) {
+  ZRNetworkWire::Get().SetAccounts({{"127.0.0.1", server.Port() + 1, "bob", "x"},
+                                    {"127.0.0.1", server.Port(), "ana", "secret"}});
+  EXPECT_EQ(Put("a"), 204);
+  EXPECT_EQ(got, std::vector<std::string>{"ana:a"});
 }
 
 }  // namespace
