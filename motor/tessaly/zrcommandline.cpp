@@ -31,11 +31,18 @@ CLI::App* AddVerbOfSite(CLI::App& app, const char* name, const char* help, ZRCom
   return sub;
 }
 
-void AddHistoryOptions(CLI::App& history, ZRHistoryWords& words) {
+void AddFormat(CLI::App& verb, ZRHistoryFormat& format) {
   static const std::map<std::string, ZRHistoryFormat> kFormats{{"table", ZRHistoryFormat::kTable},
                                                                {"csv", ZRHistoryFormat::kCsv},
                                                                {"json", ZRHistoryFormat::kJson},
                                                                {"xml", ZRHistoryFormat::kXml}};
+  verb.add_option_function<std::string>(
+          "--format", [&format](const std::string& name) { format = kFormats.at(name); },
+          "how it is shown; a table without it")
+      ->check(CLI::IsMember(&kFormats));
+}
+
+void AddHistoryOptions(CLI::App& history, ZRHistoryWords& words) {
   history.add_option("--event", words.events, "only the event of this name; may be repeated")
       ->allow_extra_args(false);
   history.add_option("--from", words.from,
@@ -44,11 +51,7 @@ void AddHistoryOptions(CLI::App& history, ZRHistoryWords& words) {
   CLI::Option* const open = history.add_flag("--open", words.open, "only what hasn't ended");
   history.add_flag("--running", words.running, "also what was active when the period begins");
   history.add_flag("--totals", words.totals, "sums for each event")->excludes(open);
-  history
-      .add_option_function<std::string>(
-          "--format", [&words](const std::string& name) { words.format = kFormats.at(name); },
-          "how it is shown; a table without it")
-      ->check(CLI::IsMember(&kFormats));
+  AddFormat(history, words.format);
 }
 
 // True if an option or a positional of the verb itself was given.
@@ -155,6 +158,32 @@ void AddUser(CLI::App& app, ZRCommand& command) {
   }
 }
 
+// The verbs that ask a running site.
+CLI::App* AddLive(CLI::App& app, const char* name, const char* help, ZRCommand& command,
+                  Verb verb) {
+  CLI::App* const live = AddVerbOfSite(app, name, help, command, verb);
+  live->add_option("--user", command.client.user,
+                   "who asks; the password is in TESSALY_PASSWORD, or asked for");
+  live->add_option("--port", command.port, "where the site listens, in place of the settings' port")
+      ->check(CLI::Range(1, kHighestPort));
+  live->add_option("--ca", command.client.authorities,
+                   "file of the certificates to trust, in place of the site's own");
+  return live;
+}
+
+void AddLiveVerbs(CLI::App& app, ZRCommand& command) {
+  ZRClientWords& words = command.client;
+  AddFormat(*AddLive(app, "active", "Ask a running site which events are active.", command,
+                     Verb::kActive),
+            words.format);
+  AddFormat(*AddLive(app, "notified", "Ask a running site what has to be acknowledged.", command,
+                     Verb::kNotified),
+            words.format);
+  AddLive(app, "ack", "Acknowledge events at a running site.", command, Verb::kAck)
+      ->add_option("ID", words.ids, "as tessaly notified shows them")
+      ->required();
+}
+
 }  // namespace
 
 ZRCommand ParseCommandLine(int count, const char* const* words) {
@@ -183,6 +212,7 @@ ZRCommand ParseCommandLine(int count, const char* const* words) {
   AddVerbOfSite(app, "sysevents", "Show what has happened to the system itself.", command,
                 Verb::kSystemEvents);
   AddUser(app, command);
+  AddLiveVerbs(app, command);
 
   try {
     app.parse(count, words);

@@ -38,6 +38,14 @@ struct ZRUserWords {
   static constexpr const char* kAdministrator = "administrator";
 };
 
+// How a running site is asked.
+struct ZRClientWords {
+  std::string user;              // who asks; empty: nobody in particular
+  std::string authorities;       // file of certificates to trust, in place of the site's own
+  std::vector<std::string> ids;  // of kAck
+  ZRHistoryFormat format = ZRHistoryFormat::kTable;
+};
+
 struct ZRCommand {
   enum class tagVerb {
     kNone,
@@ -50,18 +58,22 @@ struct ZRCommand {
     kDumpHistory,
     kRename,
     kSystemEvents,
-    kUser
+    kUser,
+    kActive,
+    kNotified,
+    kAck
   };
 
   tagVerb verb = tagVerb::kNone;
   int exitCode = kExitDone;  // for kNone: help was shown, or the words make no sense
   std::string site;
   std::string expression;  // for kEval
-  int port = -1;           // for kRun; -1: as the settings say
+  int port = -1;           // for kRun, kActive, kNotified, kAck; -1: as the settings say
   ZRHistoryWords history;  // for kHistory
   std::string file;        // for kDumpHistory: the data file; for kRename: the old document
   bool dryRun = false;     // for kRename
   ZRUserWords user;        // for kUser
+  ZRClientWords client;    // for kActive, kNotified, kAck
 };
 
 // Reads the command line; help, the version and complaints are printed at once.

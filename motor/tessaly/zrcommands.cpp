@@ -26,6 +26,12 @@ int CarryOut(const ZRCommand& command) {
       return ShowSystemEvents(command);
     case ZRCommand::tagVerb::kUser:
       return ManageUsers(command);
+    case ZRCommand::tagVerb::kActive:
+      return ShowActive(command);
+    case ZRCommand::tagVerb::kNotified:
+      return ShowNotified(command);
+    case ZRCommand::tagVerb::kAck:
+      return AcknowledgeEvents(command);
     case ZRCommand::tagVerb::kNone:
       break;
   }

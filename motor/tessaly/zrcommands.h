@@ -16,3 +16,6 @@
 [[nodiscard]] int RenameHistory(const ZRCommand& command);
 [[nodiscard]] int ShowSystemEvents(const ZRCommand& command);
 [[nodiscard]] int ManageUsers(const ZRCommand& command);
+[[nodiscard]] int ShowActive(const ZRCommand& command);
+[[nodiscard]] int ShowNotified(const ZRCommand& command);
+[[nodiscard]] int AcknowledgeEvents(const ZRCommand& command);
