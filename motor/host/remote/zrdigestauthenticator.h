@@ -18,7 +18,7 @@ struct ZRDigestSettings {
   std::uint32_t nonceSeconds = 300;  // then a client has to sign a new one
   std::size_t nonces = 65'536;       // in use at once
   int wrongPasswords = 5;            // tolerated for a user and address in a minute
-  std::size_t guessers = 16 * 1024;  // pairs of user and address that are counted at once
+  std::size_t guessers = 16'384;     // pairs of user and address that are counted at once
 };
 
 // Digest as in RFC 7616, with SHA-256 and perhaps MD5, for the request alone (qop auth) or with

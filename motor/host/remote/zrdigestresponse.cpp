@@ -48,7 +48,6 @@ bool EqualInConstantTime(std::string_view a, std::string_view b) {
   if (a.size() != b.size()) return false;
   unsigned int difference = 0;
   for (std::size_t at = 0; at < a.size(); ++at)
-    difference |= static_cast<unsigned char>(a[at]) ^
-                  static_cast<unsigned int>(static_cast<unsigned char>(b[at]));
+    difference |= static_cast<unsigned int>(a[at] ^ b[at]);
   return difference == 0;
 }
