@@ -54,9 +54,10 @@ void CheckLogins(const ZRTessalySetup& setup, ZRFindings& findings) {
   CHints hints(setup, findings);
   for (const auto& [name, login] : logins.users) {
     CheckPassword(UserText(name), login, setup.HttpMd5(), hints);
-    for (const std::string& role : login.roles)
+    for (const std::string& role : login.roles) {
       if (!logins.roles.contains(role))
         hints.Say(UserText(name) + ": there is no role " + Quoted(role));
+    }
   }
   const std::string address = AddressToListenOn(setup, !logins.users.empty());
   if (setup.HttpAddress() == address.c_str()) return;

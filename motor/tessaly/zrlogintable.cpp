@@ -30,9 +30,10 @@ std::string LoginTable(const ZRLogins& logins, const ZRResourceNames& names) {
   for (const auto& [name, login] : logins.users) {
     const bool hasPassword = !login.sha256.empty() || !login.md5.empty();
     table += "user " + ShownText(name) + (hasPassword ? "\n" : " (no password)\n");
-    for (const std::string& role : login.roles)
-      table +=
-          "  role " + ShownText(role) + (logins.roles.contains(role) ? "\n" : " (isn't there)\n");
+    for (const std::string& role : login.roles) {
+      const bool isThere = logins.roles.contains(role);
+      table += "  role " + ShownText(role) + (isThere ? "\n" : " (isn't there)\n");
+    }
     table += GrantLines(login.grants, names);
   }
   for (const auto& [name, grants] : logins.roles)
