@@ -188,6 +188,23 @@ TEST_F(DigestAuthenticator, TakesASignatureForItsOwnTargetOnly) {
   EXPECT_EQ(tagKind::kAccepted, Judge(header).kind);
 }
 
+// Its `uri` has to be the target too, even if the target itself is what was signed.
+TEST_F(DigestAuthenticator, RefusesASignatureThatNamesAnotherTarget) {
+  std::string header = client.Header();
+  header.replace(header.find("?x=1\""), 4, "?x=2");
+  EXPECT_TRUE(IsRefused(Judge(header)));
+  EXPECT_EQ(tagKind::kAccepted, Sent());
+}
+
+TEST_F(DigestAuthenticator, CountsNoGoodSignatureOfAnotherTargetAsAWrongPassword) {
+  const std::string header = client.Header();
+  target = "/other";
+  for (int again = 0; again < 10; ++again)
+    EXPECT_EQ(tagKind::kRefused, Judge(header).kind);
+  target = client.uri;
+  EXPECT_EQ(tagKind::kAccepted, Judge(header).kind);
+}
+
 TEST_F(DigestAuthenticator, TakesASignatureForItsOwnMethodOnly) {
   const std::string header = client.Header();
   EXPECT_TRUE(IsRefused(authenticator.Judge({"PUT", target, header, kPeer, false})));
@@ -195,6 +212,9 @@ TEST_F(DigestAuthenticator, TakesASignatureForItsOwnMethodOnly) {
 }
 
 TEST_F(DigestAuthenticator, TakesASignatureForItsRealmOnly) {
+  std::string header = client.Header();
+  header.replace(header.find("north"), 5, "south");  // signed with the right one
+  EXPECT_TRUE(IsRefused(Judge(header)));
   client.realm = "south";
   EXPECT_TRUE(IsRefused(Send()));
 }

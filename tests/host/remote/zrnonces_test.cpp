@@ -65,6 +65,16 @@ TEST_F(Nonces, TakeCountsInAnyOrderWithinAWindow) {
   EXPECT_TRUE(Takes(nonce, 999));
 }
 
+// What was taken far behind says nothing of the counts that take its place in the window.
+TEST_F(Nonces, TakeEveryCountBehindALeap) {
+  const std::string nonce = nonces.Issue(now);
+  for (std::uint32_t count = 1; count <= 64; ++count)
+    EXPECT_TRUE(Takes(nonce, count)) << count;
+  EXPECT_TRUE(Takes(nonce, 1000));
+  for (std::uint32_t count = 937; count < 1000; ++count)
+    EXPECT_TRUE(Takes(nonce, count)) << count;
+}
+
 TEST_F(Nonces, TakeCountsUpToTheLast) {
   const std::string nonce = nonces.Issue(now);
   EXPECT_TRUE(Takes(nonce, 0xFFFFFFFF));
