@@ -209,4 +209,31 @@ TEST_F(UserProgram, GivesAStrangerNothing) {
   EXPECT_EQ(Stop(), kDone);
 }
 
+// The event is in the group General, as it names none.
+TEST_F(UserProgram, HasRightsThatDecideWhatHeSees) {
+  for (const char* name : {"leo", "zoe"})
+    ASSERT_EQ(User({"add", name}, "open sesame\n"), kDone) << error;
+  ASSERT_EQ(User({"grant", "leo", "active", "General"}), kDone) << error;
+  ASSERT_EQ(User({"grant", "guard", "--role", "notified", "*"}), kDone) << error;
+  ASSERT_EQ(User({"join", "zoe", "guard"}), kDone) << error;
+  const std::uint16_t port = Start();
+  ASSERT_NE(port, 0) << program->Error();
+  ASSERT_TRUE(Says("] active: Always\n") || program->WaitFor("] active: Always\n"));
+  const auto sees = [port](const std::string& name, const std::string& list) {
+    RunningProgram curl({"curl", "-sS", "--fail", "--max-time", "10", "--digest", "--user",
+                         name + ":open sesame",
+                         "http://127.0.0.1:" + std::to_string(port) + "/services/events/" + list});
+    EXPECT_EQ(curl.Wait(), 0) << name << curl.Error();
+    return curl.Out().find("<event>") != std::string::npos;
+  };
+  EXPECT_TRUE(sees("leo", "actived.xml"));
+  EXPECT_FALSE(sees("leo", "notified.xml"));
+  EXPECT_FALSE(sees("zoe", "actived.xml"));
+  EXPECT_TRUE(sees("zoe", "notified.xml"));
+  ASSERT_EQ(User({"revoke", "leo", "active", "General"}), kDone) << error;
+  EXPECT_TRUE(program->WaitFor("] 2 users may log in\n"));
+  EXPECT_FALSE(sees("leo", "actived.xml"));
+  EXPECT_EQ(Stop(), kDone);
+}
+
 }  // namespace
