@@ -21,6 +21,8 @@ INTRODUCTION = """\
 `scripts/benchmark` builds the optimised benchmarks, runs them, and writes this page. The text stands in
 `scripts/benchmark-table.py`; every figure comes from the run that is named below. All times are processor time.
 
+What slow clients cost the others is measured by `scripts/slow-clients`: [slow clients](slow-clients.md).
+
 ## What is measured
 
 - **An evaluation** is one `ZREvaluator::Evaluate` in a pass over many different expressions in turn, as workers make

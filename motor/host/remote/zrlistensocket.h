@@ -15,10 +15,9 @@ class ZRListenSocket {
   ZRListenSocket(const ZRListenSocket&) = delete;
   ZRListenSocket& operator=(const ZRListenSocket&) = delete;
 
-  // Listens on an address of this machine, in digits; "::" is that of IPv4 too. False with a
+  // Listens on `text`, an address of this machine in digits; "::" is that of IPv4 too. False with a
   // reason. Port 0 takes any free one.
-  [[nodiscard]] bool Open(const std::string& address, std::uint16_t wantedPort,
-                          std::string& reason);
+  [[nodiscard]] bool Open(const std::string& text, std::uint16_t wantedPort, std::string& reason);
   // Turns away everybody from now on; the descriptor stays.
   void Refuse();
   void Close();

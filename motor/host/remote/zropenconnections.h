@@ -22,8 +22,8 @@ class ZROpenConnections {
   // time.
   explicit ZROpenConnections(tagMeter toCount = &BytesOfSocket) : meter(std::move(toCount)) {}
 
-  // Connections may come, at first or after ShutAll, and have to keep to `limits`.
-  void Allow(const ZRPaceLimits& limits) ZR_EXCLUDES(mutex);
+  // Connections may come, at first or after ShutAll, and have to keep to `toKeep`.
+  void Allow(const ZRPaceLimits& toKeep) ZR_EXCLUDES(mutex);
   // `socket` is open, and a head is expected; it is shut at once after ShutAll.
   void Add(int socket) ZR_EXCLUDES(mutex);
   // What the connection is busy with from now on.

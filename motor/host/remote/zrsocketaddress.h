@@ -12,7 +12,7 @@ class ZRSocketAddress {
  public:
   ZRSocketAddress() = default;  // of no family
   // Of IPv4 or IPv6; one of another family has an empty Text.
-  explicit ZRSocketAddress(const sockaddr& name);
+  explicit ZRSocketAddress(const sockaddr& toCopy);
 
   // Reads an address in digits, that of a link with its interface behind a "%". False, with
   // nothing changed, if it is none, or no interface of this machine.

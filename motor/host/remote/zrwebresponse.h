@@ -24,7 +24,7 @@ class ZRWebResponse {
 
  private:
   struct CDestroy {
-    void operator()(MHD_Response* response) const;
+    void operator()(MHD_Response* toDestroy) const;
   };
   using tagResponse = std::unique_ptr<MHD_Response, CDestroy>;
 

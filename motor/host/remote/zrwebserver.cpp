@@ -26,6 +26,8 @@ constexpr std::size_t kReplyHeadBytes = std::size_t{8} * 1024;
 constexpr const char* kAllowedToRead = "GET, HEAD";
 constexpr const char* kAllowedToWrite = "PUT, POST";
 constexpr const char* kTlsVersions = "NORMAL:-VERS-ALL:+VERS-TLS1.3:+VERS-TLS1.2";
+// Of the library, to close what has been shut. It takes moments.
+constexpr std::uint32_t kCloseMilliseconds = 10'000;
 constexpr std::uint32_t kRetrySeconds = 1;  // where there was no room for a body
 
 // Leaves the target of a request as it came.
@@ -257,7 +259,7 @@ void ZRWebServer::CServer::Stop() {
   // The library must have nothing left to read when it stops: an answer of its own to a request
   // that isn't HTTP, begun in that moment, would crash it.
   connections.ShutAll();
-  (void)connections.WaitUntilNone(stopMilliseconds);
+  (void)connections.WaitUntilNone(kCloseMilliseconds);
   MHD_stop_daemon(std::exchange(daemon, nullptr));
   EndWatch();
   listener.Close();

@@ -169,14 +169,16 @@ class ZRTessalySetup::CReader {
     http.Text("address", setup.httpAddress, IsAddress, "must be an address of IPv4 or IPv6");
     http.Texts("names", setup.httpNames);
     if (!std::all_of(setup.httpNames.begin(), setup.httpNames.end(),
-                     [](const ZRString& name) { return IsHostName(name.View()); }))
+                     [](const ZRString& name) { return IsHostName(name.View()); })) {
       http.Problem("names", "must be names of hosts, without ports");
+    }
     http.Flag("md5", setup.httpMd5);
     setup.httpCertificate = ReadFile(http, "certificate");
     setup.httpKey = ReadFile(http, "key");
-    if (setup.httpCertificate.IsEmpty() != setup.httpKey.IsEmpty())
+    if (setup.httpCertificate.IsEmpty() != setup.httpKey.IsEmpty()) {
       http.Problem(setup.httpKey.IsEmpty() ? "key" : "certificate",
                    "must be given too: a certificate and its key belong together");
+    }
     http.WarnOfUnknownKeys();
   }
 

@@ -138,6 +138,15 @@ TEST_F(WebServerLimits, HoldForAllBodiesTogether) {
     ZRPlatform::Get().Sleep(1);
 }
 
+TEST_F(WebServerLimits, HoldForEachHeadToTheByte) {
+  Start();
+  const std::string start = "GET /plain HTTP/1.1\r\nHost: localhost\r\nX: ";
+  const std::string end = "\r\n\r\n";
+  const std::size_t room = settings.headerBytes - start.size() - end.size();
+  EXPECT_EQ(200, StatusOf(start + std::string(room, 'x') + end));
+  EXPECT_EQ(431, StatusOf(start + std::string(room + 1, 'x') + end));
+}
+
 TEST_F(WebServerLimits, HoldForEachBody) {
   Start();
   EXPECT_EQ(204, StatusOf(Head("1000") + std::string(1000, 'x')));
