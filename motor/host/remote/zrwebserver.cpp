@@ -7,6 +7,7 @@
 #include <exception>
 #include <filesystem>
 #include <map>
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -74,6 +75,19 @@ struct CRequestInProgress {
   std::string body;
   std::size_t bodyBytes = 0;  // as stated, and taken of the budget
 };
+
+// A connection, from its accept to its close. It owns its request: the library says nothing of the
+// end of one whose query it can't take.
+struct CConnection {
+  std::unique_ptr<CRequestInProgress> request;
+};
+
+// Null if there was no memory for it.
+CConnection* ConnectionOf(MHD_Connection* connection) {
+  const MHD_ConnectionInfo* const info =
+      MHD_get_connection_info(connection, MHD_CONNECTION_INFO_SOCKET_CONTEXT);
+  return info != nullptr ? static_cast<CConnection*>(info->socket_context) : nullptr;
+}
 
 // What the library says of a request each time.
 struct CCall {
@@ -152,7 +166,9 @@ class ZRWebServer::CServer {
   void JudgeHead(const CCall& call, const ZRWebHeaders& headers, CRequestInProgress& request);
   bool MakeRoom(std::size_t bytes, CRequestInProgress& request);
   void Count(CRequestInProgress& request);
-  void Complete(const CRequestInProgress& request);
+  void Open(int socket, void** context);
+  void Close(int socket, void** context);
+  void Complete(CConnection* connection);
   MHD_Result Answer(const CCall& call, const ZRWebHeaders& headers,
                     const CRequestInProgress& request);
   bool CallRoute(std::string_view path, ZRWebRequest& request, const std::string& body,
@@ -266,14 +282,19 @@ void ZRWebServer::CServer::Stop() {
 }
 
 void* ZRWebServer::CServer::OnTarget(void* server, const char* target, MHD_Connection* connection) {
+  auto& self = *static_cast<CServer*>(server);
+  CConnection* const owner = ConnectionOf(connection);
+  if (owner == nullptr) return nullptr;
+  self.Complete(owner);
   try {
     auto request = std::make_unique<CRequestInProgress>();
     if (target != nullptr) request->target = target;
-    static_cast<CServer*>(server)->connections.Begin(SocketOf(connection), ZRConnectionStep::kHead);
-    return request.release();
+    owner->request = std::move(request);
   } catch (const std::exception&) {
     return nullptr;
   }
+  self.connections.Begin(SocketOf(connection), ZRConnectionStep::kHead);
+  return owner->request.get();
 }
 
 // NOLINTNEXTLINE(readability-function-size): the library calls it so.
@@ -299,10 +320,9 @@ MHD_Result ZRWebServer::CServer::OnRequest(void* server, MHD_Connection* connect
 
 void ZRWebServer::CServer::OnCompleted(void* server, MHD_Connection* connection, void** state,
                                        MHD_RequestTerminationCode) {
-  const std::unique_ptr<CRequestInProgress> request(
-      static_cast<CRequestInProgress*>(std::exchange(*state, nullptr)));
+  *state = nullptr;
   auto& self = *static_cast<CServer*>(server);
-  if (request != nullptr) self.Complete(*request);
+  self.Complete(ConnectionOf(connection));
   self.connections.Begin(SocketOf(connection), ZRConnectionStep::kWaits);
 }
 
@@ -310,20 +330,39 @@ void ZRWebServer::CServer::Count(CRequestInProgress& request) {
   if (!std::exchange(request.isCounted, true)) progress.BeginRequest();
 }
 
-void ZRWebServer::CServer::Complete(const CRequestInProgress& request) {
-  bodyRoom.GiveBack(request.bodyBytes);
-  if (request.isCounted) progress.EndRequest();
+// Of the request of the connection, if it has one.
+void ZRWebServer::CServer::Complete(CConnection* connection) {
+  if (connection == nullptr || connection->request == nullptr) return;
+  const std::unique_ptr<CRequestInProgress> request = std::move(connection->request);
+  bodyRoom.GiveBack(request->bodyBytes);
+  if (request->isCounted) progress.EndRequest();
 }
 
-void ZRWebServer::CServer::OnConnection(void* server, MHD_Connection* connection, void**,
+void ZRWebServer::CServer::OnConnection(void* server, MHD_Connection* connection, void** context,
                                         MHD_ConnectionNotificationCode what) {
-  auto& connections = static_cast<CServer*>(server)->connections;
+  auto& self = *static_cast<CServer*>(server);
   const int socket = SocketOf(connection);
   if (what == MHD_CONNECTION_NOTIFY_STARTED) {
-    connections.Add(socket);
+    self.Open(socket, context);
   } else {
-    connections.Remove(socket);
+    self.Close(socket, context);
   }
+}
+
+void ZRWebServer::CServer::Open(int socket, void** context) {
+  try {
+    *context = std::make_unique<CConnection>().release();
+  } catch (const std::bad_alloc&) {
+    *context = nullptr;
+  }
+  connections.Add(socket);
+}
+
+void ZRWebServer::CServer::Close(int socket, void** context) {
+  const std::unique_ptr<CConnection> closed(
+      static_cast<CConnection*>(std::exchange(*context, nullptr)));
+  Complete(closed.get());
+  connections.Remove(socket);
 }
 
 ZRWebHeaders ZRWebServer::CServer::HeadersOfCall(const CCall& call) const {
