@@ -26,7 +26,7 @@ class CurlLogin : public Curl {
                  (void)response.End();
                });
   }
-  // Not each client undoes the quotes of a realm.
+  // Not each client undoes the quotes of a realm. Before the server starts.
   void SimplifyRealm() {
     passwords.realm = "plain";
     passwords.Add("ana", "secret word");
@@ -65,8 +65,8 @@ TEST_F(CurlLogin, IsRefusedWithAWrongPassword) {
 // A user whose password is kept for MD5 alone takes the second challenge.
 TEST_F(CurlLogin, IsDoneWithMd5WhereThatIsOffered) {
   if (::access(kPython, X_OK) != 0) GTEST_SKIP() << kPython << " isn't installed";
-  StartWith(true);
   SimplifyRealm();
+  StartWith(true);
   const std::string script = std::string(ZR_SOURCE_DIR) + "/tests/host/remote/peers/md5login.py";
   const std::vector<std::string> words{script, std::to_string(server.Port()), "/who",
                                        "secret word"};
@@ -101,8 +101,8 @@ TEST_F(CurlLogin, IsNotDoneWithBasicInTheOpen) {
 // Once as it was signed, once more, and with another body.
 TEST_F(CurlLogin, OfASignedBodyIsGoodForThatBodyOnce) {
   if (::access(kPython, X_OK) != 0) GTEST_SKIP() << kPython << " isn't installed";
-  StartWith(false);
   SimplifyRealm();
+  StartWith(false);
   const std::string script = std::string(ZR_SOURCE_DIR) + "/tests/host/remote/peers/signedbody.py";
   ASSERT_EQ(0, RunProgram(kPython, {script, std::to_string(server.Port()), "ana", "secret word",
                                     "/take", "body"}));
