@@ -35,10 +35,19 @@ class ZRFileSystem {
   // A new file is its owner's and its group's alone (0640).
   [[nodiscard]] virtual tagHandle OpenFile(tagHandle folder, const char* below,
                                            tagAccess access) = 0;
-  // The same, and its size, which Size would give at once afterwards; -1 if that fails.
-  [[nodiscard]] virtual tagHandle OpenFileSized(tagHandle folder, const char* below,
-                                                tagAccess access, std::int64_t& size) {
-    const tagHandle opened = OpenFile(folder, below, access);
+  // Opens a file to read it, and tells its size; -1 if that fails. What isn't a regular file may
+  // fail as late as in the first Read.
+  [[nodiscard]] virtual tagHandle OpenSized(tagHandle folder, const char* below,
+                                            std::int64_t& size) {
+    const tagHandle opened = OpenFile(folder, below, tagAccess::kRead);
+    size = opened == kNone ? -1 : Size(opened);
+    return opened;
+  }
+  // Opens a file for reading and writing, takes it as TryLock does, and tells its size then.
+  [[nodiscard]] virtual tagHandle OpenAlone(tagHandle folder, const char* below, bool& isTaken,
+                                            std::int64_t& size) {
+    const tagHandle opened = OpenFile(folder, below, tagAccess::kReadWrite);
+    isTaken = opened != kNone && TryLock(opened);
     size = opened == kNone ? -1 : Size(opened);
     return opened;
   }

@@ -16,6 +16,7 @@ namespace {
 
 constexpr mode_t kFileMode = 0640;
 constexpr mode_t kFolderMode = 0750;
+constexpr int kFileFlags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 
 template <typename Call>
@@ -91,6 +92,21 @@ int OpenBelow(int folder, const char* below, int flags) {
   return OpenStepByStep(folder, below, flags);
 }
 
+// Opens a file without noting in it that it was read, where that is allowed.
+int OpenQuietly(int folder, const char* below, int flags) {
+  const int quiet = OpenBelow(folder, below, flags | kFileFlags | O_NOATIME);
+  if (quiet != ZRFileSystem::kNone || errno != EPERM) return quiet;
+  return OpenBelow(folder, below, flags | kFileFlags);
+}
+
+// Closes a file that is of no use; errno stays.
+int Closed(int handle) {
+  const int error = errno;
+  ::close(handle);
+  errno = error;
+  return ZRFileSystem::kNone;
+}
+
 int RenameWithoutReplacing(int folder, const char* from, const char* to) {
   if (::renameat2(folder, from, folder, to, RENAME_NOREPLACE) == 0) return 0;
   if (errno != EINVAL && errno != ENOSYS) return -1;
@@ -115,23 +131,27 @@ ZRFileSystem::tagHandle ZRSystemFileSystem::OpenFolder(tagHandle folder, const c
 
 ZRFileSystem::tagHandle ZRSystemFileSystem::OpenFile(tagHandle folder, const char* below,
                                                      tagAccess access) {
-  std::int64_t size = 0;
-  return OpenFileSized(folder, below, access, size);
-}
-
-ZRFileSystem::tagHandle ZRSystemFileSystem::OpenFileSized(tagHandle folder, const char* below,
-                                                          tagAccess access, std::int64_t& size) {
-  constexpr int kAlways = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
   const int how = access == tagAccess::kRead        ? O_RDONLY
                   : access == tagAccess::kReadWrite ? O_RDWR
                                                     : O_RDWR | O_CREAT | O_EXCL;
-  const tagHandle handle = OpenBelow(folder, below, how | kAlways);
+  const tagHandle handle = OpenBelow(folder, below, how | kFileFlags);
+  return handle == kNone || Size(handle) >= 0 ? handle : Closed(handle);
+}
+
+ZRFileSystem::tagHandle ZRSystemFileSystem::OpenSized(tagHandle folder, const char* below,
+                                                      std::int64_t& size) {
+  const tagHandle handle = OpenQuietly(folder, below, O_RDONLY);
+  // The end of the file is found at less than half the cost of its size.
+  size = handle == kNone ? -1 : ::lseek(handle, 0, SEEK_END);
+  return handle == kNone || size >= 0 ? handle : Closed(handle);
+}
+
+ZRFileSystem::tagHandle ZRSystemFileSystem::OpenAlone(tagHandle folder, const char* below,
+                                                      bool& isTaken, std::int64_t& size) {
+  const tagHandle handle = OpenQuietly(folder, below, O_RDWR);
+  isTaken = handle != kNone && TryLock(handle);
   size = handle == kNone ? -1 : Size(handle);
-  if (size >= 0) return handle;
-  const int error = errno;
-  if (handle != kNone) ::close(handle);
-  errno = error;
-  return kNone;
+  return handle == kNone || size >= 0 ? handle : Closed(handle);
 }
 
 void ZRSystemFileSystem::Close(tagHandle handle) {
@@ -139,9 +159,10 @@ void ZRSystemFileSystem::Close(tagHandle handle) {
 }
 
 std::int64_t ZRSystemFileSystem::Size(tagHandle file) {
-  struct stat found {};
-  if (::fstat(file, &found) != 0) return -1;
-  if (S_ISREG(found.st_mode)) return found.st_size;
+  // The file's times aren't asked for: who has seen them makes the next write an expensive one.
+  struct statx found {};
+  if (::statx(file, "", AT_EMPTY_PATH, STATX_TYPE | STATX_SIZE, &found) != 0) return -1;
+  if (S_ISREG(found.stx_mode)) return static_cast<std::int64_t>(found.stx_size);
   errno = EINVAL;
   return -1;
 }

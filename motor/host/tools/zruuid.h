@@ -18,6 +18,13 @@ struct uuid {
 
   // NOLINTNEXTLINE(modernize-use-nullptr): found in what the compiler makes of the line
   auto operator<=>(const uuid&) const = default;
+  friend bool operator==(const uuid& a, const uuid& b) {
+    std::uint64_t left[2];
+    std::uint64_t right[2];
+    std::memcpy(left, a.bytes.data(), sizeof left);
+    std::memcpy(right, b.bytes.data(), sizeof right);
+    return left[0] == right[0] && left[1] == right[1];
+  }
 
   // 36 characters, lower case, no braces: "22222222-2222-2222-2222-222222222222".
   [[nodiscard]] ZRWString toWString() const;

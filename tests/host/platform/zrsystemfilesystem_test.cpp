@@ -65,6 +65,15 @@ class SystemFileSystem : public ::testing::Test {
     return found.st_mode & 07777u;
   }
 
+  // As those that look after data files open them.
+  [[nodiscard]] int SizedError(const char* below, std::int64_t& size) {
+    return Closed(files.OpenSized(folder, below, size));
+  }
+  [[nodiscard]] int AloneError(const char* below, std::int64_t& size) {
+    bool isTaken = false;
+    return Closed(files.OpenAlone(folder, below, isTaken, size));
+  }
+
   // Folders `a/b` with a file in the lower one, and what may not be followed.
   void BuildTraps() const {
     fs::create_directories(path / "a/b");
@@ -99,6 +108,18 @@ class SystemFileSystem : public ::testing::Test {
       EXPECT_NE(0, FileError(noFile, tagAccess::kReadWrite)) << noFile;
       EXPECT_EQ(EEXIST, FileError(noFile, tagAccess::kCreate)) << noFile;
     }
+    std::int64_t size = 0;
+    for (const char* refused : {"folderLink/b/file", "fileLink", "deadLink", "pipe", "../x", ""}) {
+      EXPECT_NE(0, SizedError(refused, size)) << refused;
+      EXPECT_EQ(-1, size);
+      EXPECT_NE(0, AloneError(refused, size)) << refused;
+      EXPECT_EQ(-1, size);
+    }
+    EXPECT_NE(0, AloneError("a", size));
+    EXPECT_EQ(0, SizedError("a/b/file", size));
+    EXPECT_EQ(6, size);
+    EXPECT_EQ(0, AloneError("a/b/file", size));
+    EXPECT_EQ(6, size);
     EXPECT_FALSE(fs::exists(path / "nowhere"));
     EXPECT_FALSE(fs::exists(path / "a/new"));
   }
@@ -286,6 +307,44 @@ TEST_F(SystemFileSystem, LocksOutASecondHandleOfTheSameProcess) {
   files.Close(first);
   EXPECT_TRUE(files.TryLock(second));
   files.Close(second);
+}
+
+TEST_F(SystemFileSystem, OpensAFileAloneIfNobodyHasIt) {
+  WriteText("file", "text");
+  std::int64_t size = 0;
+  bool isTaken = false;
+  const tagHandle first = files.OpenAlone(folder, "file", isTaken, size);
+  EXPECT_TRUE(isTaken);
+  EXPECT_EQ(4, size);
+  EXPECT_EQ(4, files.Write(first, "more", 4, 4));
+  const tagHandle second = files.OpenAlone(folder, "file", isTaken, size);
+  EXPECT_NE(kNone, second);
+  EXPECT_FALSE(isTaken);
+  EXPECT_EQ(8, size);
+  files.Close(first);
+  EXPECT_TRUE(files.TryLock(second));
+  files.Close(second);
+}
+
+// A file of somebody else can't be opened in that way; it is opened all the same.
+TEST_F(SystemFileSystem, ReadsFilesOfOthersToo) {
+  if (::geteuid() != 0) GTEST_SKIP() << "needs another user";
+  WriteText("file", "text");
+  ASSERT_EQ(0, ::chmod((path / "file").c_str(), 0666));
+  ASSERT_EQ(0, ::chmod(path.c_str(), 0777));
+  constexpr unsigned kNobody = 65534;
+  const auto look = [this] {
+    bool isTaken = false;
+    std::int64_t size = 0;
+    const bool isNobody = ::setresuid(kNobody, kNobody, kNobody) == 0;
+    EXPECT_TRUE(isNobody);
+    EXPECT_EQ(-1, ::openat(folder, "file", O_RDONLY | O_NOATIME));
+    EXPECT_NE(kNone, files.OpenSized(folder, "file", size));
+    EXPECT_NE(kNone, files.OpenAlone(folder, "file", isTaken, size));
+    EXPECT_TRUE(isTaken);
+    ::_exit(HasFailure() ? 1 : 0);
+  };
+  EXPECT_EXIT(look(), ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(SystemFileSystem, HandlesAreClosedInEveryProgramStarted) {

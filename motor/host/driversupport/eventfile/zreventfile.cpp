@@ -106,6 +106,25 @@ bool ZREventFile::GoRecord(int index) {
   return true;
 }
 
+std::size_t ZREventFile::ReadFrom(int& index, tagFields* to, std::size_t most) {
+  LeaveRecord();
+  ZREventFileBlocks& blocks = file->Blocks();
+  std::size_t count = 0;
+  index = std::max(index, 0);
+  for (; index < numRecords && count < most; ++index) {
+    if (count != 0 && !blocks.IsLoaded(index)) break;
+    const unsigned char* const record = blocks.Record(index);
+    if (record == nullptr) {
+      file->Tell(ZREventFileTrouble::kDamaged, 0);
+      continue;
+    }
+    ZREventFileLayout::tagRecord read;
+    ZREventFileLayout::ReadRecord(record, read);
+    to[count++] = {read.id, read.date, read.value, read.annotation};
+  }
+  return count;
+}
+
 void ZREventFile::DateValue(ZRDateTime& date) const {
   date = isRecord ? ZRDateTime(current.date) : ZRDateTime();
 }

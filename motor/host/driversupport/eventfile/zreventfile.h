@@ -92,6 +92,18 @@ class ZREventFile {
   // The same without a copy, until the next call of GoRecord, Open or Close.
   [[nodiscard]] std::string_view EventAnnotationView() const { return current.annotation; }
 
+  struct tagFields {
+    uuid id;
+    double date = 0;
+    double value = 0;
+    std::string_view annotation;
+  };
+  // The readable records from `index` on that lie together, at most `most` of them, as GoRecord
+  // makes them current one by one; moves `index` behind the last one that was looked at. The
+  // annotations are good until the next call. Gives how many there are: 0 if none is left. No
+  // record is current afterwards.
+  [[nodiscard]] std::size_t ReadFrom(int& index, tagFields* to, std::size_t most);
+
   // The index of the first record whose date is at or after `when`, wherever the clock went
   // between; the last index if all lie before it; -1 if there is no record. Damaged ones don't
   // count. `mode` is 1. No record is current afterwards.
@@ -113,13 +125,6 @@ class ZREventFile {
  private:
   friend class ZREventFileSync;
   class CImplementation;
-  struct tagFields {
-    uuid id;
-    double date = 0;
-    double value = 0;
-    std::string_view annotation;
-  };
-
   void LeaveRecord();
   // Writes records that were written before once more; appends those that have gone, and changes
   // their index. False if they aren't all there for sure.

@@ -57,10 +57,16 @@ bool ZREventFile::CImplementation::LockWithin(std::uint32_t milliseconds) {
 
 // --- bytes behind the last whole record ---
 
+std::shared_ptr<const ZREventFileHandle> ZREventFile::CImplementation::OpenRoot() const {
+  return ZREventFileSync::Get().OpenRoot(*files, path.Root(), false);
+}
+
 // Moves them into a file of their own.
 bool ZREventFile::CImplementation::SetAside() {
-  const ZREventFileHandle month(*files,
-                                files->OpenFolder(root->Get(), path.YearAndMonth().c_str()));
+  const auto root = OpenRoot();
+  const ZREventFileHandle month =
+      root ? ZREventFileHandle(*files, files->OpenFolder(root->Get(), path.YearAndMonth().c_str()))
+           : ZREventFileHandle();
   std::string name;
   bool isAside = false;
   if (month.IsOpen()) {
@@ -174,7 +180,7 @@ bool ZREventFile::CImplementation::MakeDurable() {
   if (sync.MayPutOff()) {
     tagWritten written{static_cast<int>(last.index), last.id, last.date, last.value,
                        std::string(last.annotation)};
-    if (sync.PutOff(widePath, path.Root(), std::move(written))) return true;
+    if (sync.PutOff(path.Wide(), path.Root(), std::move(written))) return true;
   }
   if (!SyncFile()) return false;
   const bool isNamed = last.index != 0 && sync.IsDurableFolder(path.Root() + path.YearAndMonth());
@@ -191,6 +197,8 @@ bool ZREventFile::CImplementation::MakeDurable() {
 bool ZREventFile::CImplementation::SyncNames() const {
   const std::string month = path.YearAndMonth();
   const std::string whole = path.Root() + month;
+  const auto root = OpenRoot();
+  if (!root) return false;
   const auto syncFolder = [&](const std::string& below) {
     const ZREventFileHandle folder(*files, files->OpenFolder(root->Get(), below.c_str()));
     return folder.IsOpen() && files->SyncFolder(folder.Get());

@@ -12,6 +12,8 @@ constexpr std::size_t kPeek = 256;  // bytes that hold most records
 
 constexpr std::size_t kPage = 4096;
 
+constexpr std::size_t kAtOnce = 32;  // records that are summed together
+
 }  // namespace
 
 void ZREventFileBlocks::Attach(const ZREventFileHandle& toRead, std::uint32_t seedOfFile,
@@ -161,24 +163,33 @@ void ZREventFileBlocks::Parse(std::size_t from, std::size_t until) {
   ParseDamaged(from, until);
 }
 
-// Follows the lengths from record to record, and sums them all at once. False if anything is amiss.
+// Follows the lengths from record to record, and sums some at once. False if anything is amiss.
 bool ZREventFileBlocks::ParseWhole(std::size_t from, std::size_t until) {
   const std::uint64_t start = loaded * kBlock;
   const unsigned char* const block = buffer.get();
-  pieces.clear();
+  std::array<tagCrc32cPiece, kAtOnce> pieces;
+  std::size_t waiting = 0;
+  const auto areWhole = [&] {
+    Crc32c(pieces.data(), waiting);
+    bool isWhole = true;
+    const std::size_t before = offsets.size() - waiting;
+    for (std::size_t i = 0; i < waiting; ++i)
+      isWhole = isWhole && pieces[i].sum == Layout::ClaimedSum(block + offsets[before + i]);
+    waiting = 0;
+    return isWhole;
+  };
+  offsets.reserve((until - from) / Layout::kSmallestRecord);
   std::size_t at = from;
   while (const std::size_t length = Layout::PlausibleRecord(block + at, until - at, start + at)) {
-    if (pieces.empty()) first = Layout::Index(block + at);
-    if (Layout::Index(block + at) != first + pieces.size()) return false;
-    pieces.push_back(Layout::Summed(block + at, length, seed, start + at));
+    if (offsets.empty()) first = Layout::Index(block + at);
+    if (Layout::Index(block + at) != first + offsets.size()) return false;
+    pieces[waiting++] = Layout::Summed(block + at, length, seed, start + at);
     offsets.push_back(static_cast<std::uint32_t>(at));
+    if (waiting == pieces.size() && !areWhole()) return false;
     at += length;
   }
-  if (std::any_of(block + at, block + until, [](unsigned char c) { return c != 0; })) return false;
-  Crc32c(pieces.data(), pieces.size());
-  for (std::size_t i = 0; i < pieces.size(); ++i)
-    if (pieces[i].sum != Layout::ClaimedSum(block + offsets[i])) return false;
-  return true;
+  return areWhole() &&
+         std::all_of(block + at, block + until, [](unsigned char c) { return c == 0; });
 }
 
 // Finds each whole record between the two, wherever damage has left the ones before.
@@ -212,10 +223,6 @@ bool ZREventFileBlocks::Note(std::size_t at, std::size_t behindLast) {
   return true;
 }
 
-bool ZREventFileBlocks::Covers(int index) const {
-  return static_cast<std::uint32_t>(index) - first < offsets.size();
-}
-
 std::uint32_t ZREventFileBlocks::LastIndex() const {
   return first + static_cast<std::uint32_t>(offsets.size()) - 1;
 }
@@ -235,7 +242,7 @@ const unsigned char* ZREventFileBlocks::Elsewhere(int index) {
   const tagBetween between = Search([&](const tagKey& key) { return key.index <= wanted; });
   if (between.before) {
     if (!Load(between.before->block)) return nullptr;
-    if (Covers(index)) return Record(index);
+    if (IsLoaded(index)) return Record(index);
   }
   if (!failed) {
     gapAfter = between.before && !offsets.empty() ? static_cast<int>(LastIndex()) : -1;
@@ -248,8 +255,8 @@ const unsigned char* ZREventFileBlocks::Elsewhere(int index) {
 bool ZREventFileBlocks::IsInNeighbour(int index) {
   if (loaded == kNoBlock || offsets.empty()) return false;
   const auto wanted = static_cast<std::uint32_t>(index);
-  if (wanted == LastIndex() + 1 && next < Blocks()) return Load(next) && Covers(index);
-  if (wanted + 1 == first && loaded > 0) return Load(loaded - 1) && Covers(index);
+  if (wanted == LastIndex() + 1 && next < Blocks()) return Load(next) && IsLoaded(index);
+  if (wanted + 1 == first && loaded > 0) return Load(loaded - 1) && IsLoaded(index);
   return false;
 }
 

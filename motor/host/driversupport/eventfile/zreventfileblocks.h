@@ -48,6 +48,11 @@ class ZREventFileBlocks {
     return offset != kNowhere ? buffer.get() + offset : nullptr;
   }
 
+  // Whether Record finds it without touching the ones that it gave before.
+  [[nodiscard]] bool IsLoaded(int index) const {
+    return static_cast<std::uint32_t>(index) - first < offsets.size();
+  }
+
   // Where a record that was just given lies in the file.
   [[nodiscard]] std::uint64_t Offset(const unsigned char* record) const {
     return loaded * kBlock + static_cast<std::uint64_t>(record - buffer.get());
@@ -92,7 +97,6 @@ class ZREventFileBlocks {
   [[nodiscard]] bool ParseWhole(std::size_t from, std::size_t until);
   void ParseDamaged(std::size_t from, std::size_t until);
   [[nodiscard]] bool Note(std::size_t at, std::size_t behindLast);
-  [[nodiscard]] bool Covers(int index) const;
   [[nodiscard]] std::uint32_t LastIndex() const;
   [[nodiscard]] std::uint64_t Blocks() const;
 
@@ -118,7 +122,6 @@ class ZREventFileBlocks {
   std::size_t bytes = 0;
   std::uint32_t first = 0;
   std::vector<std::uint32_t> offsets;
-  std::vector<tagCrc32cPiece> pieces;  // of ParseWhole
 
   // No record between these two is whole.
   int gapAfter = 0;

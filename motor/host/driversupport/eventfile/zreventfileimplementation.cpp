@@ -16,15 +16,15 @@ constexpr std::size_t kLook = 512;
 
 bool ZREventFile::CImplementation::Open(const wchar_t* toOpen, bool readOnly) {
   files = &ZRPlatform::Get().Files();
-  widePath = toOpen;
   isReadOnly = readOnly;
   if (!path.Set(toOpen)) return false;
-  if (!OpenHandles(false) && (errno == ENOENT || !OpenHandles(true))) {
+  // Who appends doesn't believe that a folder still isn't there.
+  const auto isMissing = [&] { return readOnly && errno == ENOENT; };
+  if (!OpenHandle(false) && (isMissing() || !OpenHandle(true))) {
     if (errno != ENOENT) Tell(ZREventFileTrouble::kOpen, errno);
     Close();
     return false;
   }
-  isLocked = !readOnly && files->TryLock(file.Get());
   if (!Look()) {
     const bool isRefused = *reason != '\0';
     Tell(isRefused ? ZREventFileTrouble::kRefused : ZREventFileTrouble::kOpen,
@@ -44,7 +44,6 @@ void ZREventFile::CImplementation::Close() {
   const int error = errno;
   blocks.Detach();
   file.Close();
-  root.reset();
   errno = error;
   isLocked = false;
   isSure = false;
@@ -54,25 +53,18 @@ void ZREventFile::CImplementation::Close() {
 
 void ZREventFile::CImplementation::Tell(ZREventFileTrouble trouble, int error) const {
   const int before = errno;
-  ZREventFileTroubles::Get().Add(trouble, widePath, error);
+  ZREventFileTroubles::Get().Add(trouble, path.Wide(), error);
   errno = before;
 }
 
-bool ZREventFile::CImplementation::OpenHandles(bool anew) {
-  const auto access =
-      isReadOnly ? ZRFileSystem::tagAccess::kRead : ZRFileSystem::tagAccess::kReadWrite;
-  ZREventFileSync& sync = ZREventFileSync::Get();
-  if (isReadOnly) {
-    const auto month = sync.OpenMonth(*files, path.Root(), path.YearAndMonthView(), anew);
-    if (!month) return false;
-    file = ZREventFileHandle(*files,
-                             files->OpenFileSized(month->Get(), path.Name(), access, openedSize));
-    return file.IsOpen();
-  }
-  root = sync.OpenRoot(*files, path.Root(), anew);
-  if (!root) return false;
-  file = ZREventFileHandle(*files,
-                           files->OpenFileSized(root->Get(), path.Below(), access, openedSize));
+bool ZREventFile::CImplementation::OpenHandle(bool anew) {
+  const auto month =
+      ZREventFileSync::Get().OpenMonth(*files, path.Root(), path.YearAndMonthView(), anew);
+  if (!month) return false;
+  const auto handle = isReadOnly
+                          ? files->OpenSized(month->Get(), path.Name(), openedSize)
+                          : files->OpenAlone(month->Get(), path.Name(), isLocked, openedSize);
+  file = ZREventFileHandle(*files, handle);
   return file.IsOpen();
 }
 
@@ -81,10 +73,8 @@ bool ZREventFile::CImplementation::OpenHandles(bool anew) {
 bool ZREventFile::CImplementation::Look() {
   reason = "";
   tail = {};
-  // Who appends asks anew: another one may have appended until the lock was there.
-  const std::int64_t size = isReadOnly ? openedSize : files->Size(file.Get());
-  if (size < 0) return false;
-  tail.size = static_cast<std::uint64_t>(size);
+  if (openedSize < 0) return false;
+  tail.size = static_cast<std::uint64_t>(openedSize);
   if (tail.size < Layout::kHead || tail.size > Layout::kLargestFile) {
     reason = tail.size < Layout::kHead ? "shorter than its head" : "larger than a file can be";
     return false;
@@ -109,7 +99,7 @@ bool ZREventFile::CImplementation::LookAtSmall() {
 }
 
 bool ZREventFile::CImplementation::LookAtEnds() {
-  const std::size_t count = std::min<std::uint64_t>(tail.size, ZREventFileBytes::kFew);
+  const std::size_t count = tail.size <= ZREventFileBytes::kFew ? tail.size : Layout::kHead;
   unsigned char* const bytes = tailBytes.Room(count);
   const std::int64_t got = file.Read(bytes, count, 0);
   if (got != static_cast<std::int64_t>(count)) {

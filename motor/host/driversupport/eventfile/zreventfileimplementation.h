@@ -94,7 +94,7 @@ class ZREventFile::CImplementation {
     Layout::tagRecord record;           // and this; its annotation lies in `tailBytes`
   };
 
-  [[nodiscard]] bool OpenHandles(bool anew);
+  [[nodiscard]] bool OpenHandle(bool anew);
   [[nodiscard]] bool Look();
   [[nodiscard]] bool LookAtSmall();
   [[nodiscard]] bool LookAtEnds();
@@ -105,6 +105,8 @@ class ZREventFile::CImplementation {
   void SetTail(const unsigned char* bytes, std::uint64_t at, std::size_t length);
 
   [[nodiscard]] bool LockWithin(std::uint32_t milliseconds);
+  // The data folder, open; null if it can't be opened.
+  [[nodiscard]] std::shared_ptr<const ZREventFileHandle> OpenRoot() const;
   [[nodiscard]] bool SetAside();
   [[nodiscard]] ZREventFileHandle NewTornFile(const ZREventFileHandle& month, std::string& name);
   [[nodiscard]] bool CopyTorn(const ZREventFileHandle& to);
@@ -114,8 +116,6 @@ class ZREventFile::CImplementation {
 
   ZRFileSystem* files = nullptr;
   ZREventFilePath path;
-  ZRWString widePath;
-  std::shared_ptr<const ZREventFileHandle> root;
   ZREventFileHandle file;
   std::int64_t openedSize = 0;  // when it was opened
   bool isReadOnly = true;

@@ -29,6 +29,10 @@ std::string Narrow(std::wstring_view path) {
 
 }  // namespace
 
+ZRWString ZREventFilePath::Wide() const {
+  return Utf8ToUtf16(std::string(Root()) + Below());
+}
+
 bool ZREventFilePath::Set(const wchar_t* path) {
   text = Narrow(path);
   const std::size_t nameAt = text.rfind('/') + 1;  // 0 if there is none

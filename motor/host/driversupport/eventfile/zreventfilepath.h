@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "host/tools/zrbasicstring.h"
+
 // A path in UTF-8, divided into the data folder and `YYYY/MM/name` below it.
 class ZREventFilePath {
  public:
@@ -17,6 +19,7 @@ class ZREventFilePath {
   [[nodiscard]] std::string Year() const { return std::string(Below(), kYear); }
   [[nodiscard]] std::string YearAndMonth() const { return std::string(Below(), kNameAt - 1); }
   [[nodiscard]] std::string_view YearAndMonthView() const { return {Below(), kNameAt - 1}; }
+  [[nodiscard]] ZRWString Wide() const;  // the whole path
   [[nodiscard]] std::string Month() const { return std::string(Below() + kYear + 1, kMonth); }
 
  private:

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <ostream>
 #include <string>
@@ -76,11 +78,29 @@ inline bool Save(const ZRWString& path, const tagTransition& transition) {
 
 // All records by index; a damaged one is of no occurrence and has the value -1.
 inline const tagTransition kSpoiled{0, 0, -1, ""};
+// Reading several at once gives the same, from wherever and in whatever pieces.
+inline void ExpectTheSameInPieces(ZREventFile& file, std::vector<tagTransition> records) {
+  const int from = file.numRecords / 3;
+  records.erase(records.begin(), records.begin() + from);
+  records.erase(std::remove(records.begin(), records.end(), kSpoiled), records.end());
+  std::vector<tagTransition> found;
+  std::array<ZREventFile::tagFields, 7> piece;
+  int index = from;
+  while (const std::size_t count = file.ReadFrom(index, piece.data(), piece.size())) {
+    for (std::size_t i = 0; i != count; ++i)
+      found.push_back({Occurrence(piece[i].id), piece[i].date, piece[i].value,
+                       std::string(piece[i].annotation)});
+  }
+  EXPECT_EQ(found, records);
+  EXPECT_EQ(index, file.numRecords);
+}
+
 inline std::vector<tagTransition> Load(const ZRWString& path) {
   std::vector<tagTransition> found;
   ZREventFile file(true);
   EXPECT_TRUE(file.Open(path.Text(), true)) << Narrow(path);
   for (int i = 0; i < file.numRecords; ++i)
     found.push_back(file.GoRecord(i) ? Current(file) : kSpoiled);
+  ExpectTheSameInPieces(file, found);
   return found;
 }
