@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cmath>
+#include <deque>
 #include <iterator>
 #include <list>
 #include <map>
@@ -10,6 +12,7 @@
 #include <random>
 #include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "support/text.h"
@@ -412,15 +415,37 @@ class LoggerProperty : public ::testing::TestWithParam<int> {
   void Intake() {
     const uuid of = Event(event);
     CRecordGroup::CIntake intake(group, of, true);
-    for (unsigned left = Below(600); left > 0; --left) {
-      const auto [id, date, value, text, notify] = Draw();
-      intake.Add(id, date, value, text);
-      (void)literal.Add({of, id, date, value, text, true});
+    for (unsigned left = Below(12); left > 0; --left) {
+      std::deque<std::string> texts;
+      std::vector<ZREventFile::tagFields> records;
+      for (unsigned some = Below(60); some > 0; --some) {
+        const auto [id, date, value, text, notify] = Draw();
+        const double stored = date.Valid() ? static_cast<double>(date) : std::nan("");
+        records.push_back({id, stored, static_cast<double>(value), texts.emplace_back(text)});
+        (void)literal.Add({of, id, ZRDateTime(records.back().date), value, text, true});
+      }
+      intake.Add(records);
     }
-    intake.Finish();
+  }
+  using tagSums = std::tuple<uuid, int, int, int, int, bool>;
+  static std::vector<tagSums> Sums(const CRecordGroupTotalized& totals) {
+    std::vector<tagSums> all;
+    for (auto each = totals.Begin(); each != totals.End(); ++each)
+      all.emplace_back((*each)->EventId(), (*each)->Duration(), (*each)->EnableCount(),
+                       (*each)->DisableCount(), (*each)->AckCount(), (*each)->Notify());
+    return all;
+  }
+  void CompareTotals() {
+    CRecordGroupTotalized atOnce(&info);
+    CRecordGroupTotalized oneByOne(&info);
+    atOnce.AddAll(group);
+    for (auto record = group.Begin(); record != group.End(); ++record)
+      (void)oneByOne.AddRecord(*record);
+    ASSERT_EQ(Sums(atOnce), Sums(oneByOne));
   }
   void Compare() {
     ASSERT_EQ(Texts(group), literal.Texts());
+    CompareTotals();
     for (int each = 0; each < 4; ++each) {
       std::multiset<uuid> ids;
       for (const CDataRecord* record : group.IncompleteOf(Event(each)))

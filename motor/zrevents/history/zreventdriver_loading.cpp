@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <span>
 #include <string_view>
 #include <unordered_map>
 
@@ -10,6 +11,7 @@
 #include "zrevents/history/zreventloggerdata.h"
 #include "zrevents/history/zrhistorymonth.h"
 #include "zrevents/history/zrhistorypath.h"
+#include "zrevents/history/zrstep.h"
 #include "zrevents/zreventdriver.h"
 
 namespace {
@@ -17,13 +19,9 @@ namespace {
 constexpr int kFirstAtOrAfter = 1;  // the mode of SearchByTime
 constexpr ZRHistoryMonth kFirstToCount = {2000, 1};
 constexpr std::int32_t kPercent = 100;
+constexpr std::size_t kAtOnce = 32;  // records
 
-// 0, which is no step, for what no step could be.
-int ValueOf(const ZREventFile& file) {
-  constexpr double kMost = 1000;
-  const double value = file.EventValue();
-  return value > -kMost && value < kMost ? static_cast<int>(value) : 0;
-}
+using tagFields = ZREventFile::tagFields;
 
 const char* NameOf(int value) {
   switch (value) {
@@ -46,9 +44,8 @@ class CInstant {
         days(static_cast<double>(instant)),
         isValid(toCompare.Valid()) {}
 
-  // It comes behind the current record's date; an invalid date is before each valid one.
-  [[nodiscard]] bool IsAfter(const ZREventFile& file) const {
-    const double date = file.DateValue();
+  // It comes behind that date; an invalid date is before each valid one.
+  [[nodiscard]] bool IsAfter(double date) const {
     if (isValid && date < days - kNear) return true;
     if (date > days + kNear && date < kNoDate) return false;
     return isValid && ZRDateTime(date) < instant;
@@ -63,38 +60,55 @@ class CInstant {
   bool isValid;
 };
 
-// Calls `visit()` for each readable record from `from` on, while it gives true.
+// Calls `visit(records)` for the readable records from `from` on, some at a time, while it gives
+// true.
 template <typename Visit>
-void ForEachFrom(ZREventFile& file, const ZRDateTime& from, Visit visit) {
-  const int first = file.SearchByTime(from, kFirstAtOrAfter);
-  if (first < 0) return;
+void ForEachPieceFrom(ZREventFile& file, const ZRDateTime& from, Visit visit) {
+  int index = file.SearchByTime(from, kFirstAtOrAfter);
+  if (index < 0) return;
   const CInstant begin(from);
-  for (int i = first; i < file.numRecords; ++i) {
-    if (!file.GoRecord(i) || begin.IsAfter(file)) continue;
-    if (!visit()) return;
+  std::array<tagFields, kAtOnce> records;
+  while (const std::size_t count = file.ReadFrom(index, records.data(), records.size())) {
+    const auto end = records.begin() + static_cast<std::ptrdiff_t>(count);
+    const auto last = std::remove_if(
+        records.begin(), end, [&](const tagFields& each) { return begin.IsAfter(each.date); });
+    if (!visit(std::span<const tagFields>(records.begin(), last))) return;
   }
 }
 
-// Goes back from `from` to an activation or a deactivation, whosever it is, and tells its date.
-// False if there is none.
-bool FindStepBefore(ZREventFile& file, const ZRDateTime& from, ZRDateTime& date) {
+// The same with `visit(record)` for each.
+template <typename Visit>
+void ForEachFrom(ZREventFile& file, const ZRDateTime& from, Visit visit) {
+  ForEachPieceFrom(file, from, [&](std::span<const tagFields> records) {
+    return std::all_of(records.begin(), records.end(), visit);
+  });
+}
+
+// Goes back from `from` to an activation or a deactivation, whosever it is. False if there is none.
+bool FindStepBefore(ZREventFile& file, const ZRDateTime& from) {
+  ZRDateTime date;
   for (int i = file.SearchByTime(from, kFirstAtOrAfter); i >= 0; --i) {
     if (!file.GoRecord(i)) continue;
     file.DateValue(date);
     if (date >= from) continue;
-    const int value = ValueOf(file);
+    const int value = StepOf(file.EventValue());
     if (value == kActivated || value == kDeactivated) return true;
   }
   return false;
 }
 
-// Adds the current record as a step of that event.
-ZREventLoggerData::CDataRecord* AddCurrent(const ZREventFile& file, const ZRDateTime& date,
-                                           const ZREventDriver& event, ZREventLoggerData& data) {
-  uuid occurrence;
-  file.EventId(occurrence);
-  return data.RecordGroup().AddStep(
-      {event.Id(), occurrence, date, ValueOf(file), file.EventAnnotationView(), event.Notify()});
+// Adds a record as a step of that event.
+ZREventLoggerData::CDataRecord* AddStep(const tagFields& record, const ZREventDriver& event,
+                                        ZREventLoggerData& data) {
+  return data.RecordGroup().AddStep({event.Id(), record.id, ZRDateTime(record.date),
+                                     StepOf(record.value), record.annotation, event.Notify()});
+}
+
+// The same with the current record of a file.
+void AddCurrent(const ZREventFile& file, const ZREventDriver& event, ZREventLoggerData& data) {
+  tagFields record{{}, file.DateValue(), file.EventValue(), file.EventAnnotationView()};
+  file.EventId(record.id);
+  (void)AddStep(record, event, data);
 }
 
 // Closes a file at the end of a step: nobody else has its lock then.
@@ -140,22 +154,18 @@ void AppendElement(ZRString& xml, std::string_view tag, std::string_view text) {
     xml.Append(piece);
 }
 
-// The current record as an element.
-void AppendRecord(ZRString& xml, const ZREventFile& file) {
-  uuid id;
-  ZRString annotation;
+// A record as an element.
+void AppendRecord(ZRString& xml, const tagFields& record) {
   ZRString escaped;
   ZRString date;
   std::array<char, kUuidTextLength + 1> idText{};
-  file.EventId(id);
-  guidtoc(id, idText.data());
-  file.EventAnnotation(annotation);
-  Text2Xml(escaped, annotation);
-  (void)DateTime2String(date, ZRDateTime(file.DateValue()), false, false);
+  guidtoc(record.id, idText.data());
+  Text2Xml(escaped, ZRString(record.annotation));
+  (void)DateTime2String(date, ZRDateTime(record.date), false, false);
   xml.Append("<record>");
   AppendElement(xml, "eventId", {idText.data(), kUuidTextLength});
   AppendElement(xml, "annotation", escaped.View());
-  AppendElement(xml, "value", NameOf(ValueOf(file)));
+  AppendElement(xml, "value", NameOf(StepOf(record.value)));
   AppendElement(xml, "date", date.View());
   xml.Append("</record>");
 }
@@ -204,16 +214,13 @@ bool ZREventDriver::Load(ZREventFile& file, ZREventLoggerData& data, const ZRDat
   const CClosing closing(file);
   ZREventLoggerData::CRecordGroup::CIntake intake(data.RecordGroup(), id, notify);
   const CInstant end(to);
-  uuid occurrence;
-  ZRDateTime date;
-  ForEachFrom(file, from, [&] {
-    if (!end.IsAfter(file)) return false;
-    file.EventId(occurrence);
-    file.DateValue(date);
-    intake.Add(occurrence, date, ValueOf(file), file.EventAnnotationView());
-    return true;
+  ForEachPieceFrom(file, from, [&](std::span<const tagFields> records) {
+    const auto behind = std::find_if(records.begin(), records.end(), [&](const tagFields& each) {
+      return !end.IsAfter(each.date);
+    });
+    intake.Add({records.begin(), behind});
+    return behind == records.end();
   });
-  intake.Finish();
   return true;
 }
 
@@ -226,9 +233,8 @@ bool ZREventDriver::SearchActivationBeforePeriod(ZREventLoggerData& data, const 
     EventFileName(path.data(), kEventPathSize, date, kEventHistory);
     if (!file.Open(path.data(), true)) continue;
     const CClosing closing(file);
-    ZRDateTime step;
-    if (!FindStepBefore(file, from, step)) continue;
-    if (ValueOf(file) == kActivated) (void)AddCurrent(file, step, *this, data);
+    if (!FindStepBefore(file, from)) continue;
+    if (StepOf(file.EventValue()) == kActivated) AddCurrent(file, *this, data);
     return true;
   }
   return true;
@@ -247,12 +253,10 @@ bool ZREventDriver::LoadIncomplete(ZREventFile& file, ZREventLoggerData& data,
   if (!file.Open(fileName, true)) return false;
   const CClosing closing(file);
   CEntries entries(incomplete);
-  ZRDateTime date;
-  ForEachFrom(file, from, [&] {
-    const int value = ValueOf(file);
+  ForEachFrom(file, from, [&](const tagFields& read) {
+    const int value = StepOf(read.value);
     if (value != kDeactivated && value != kAcknowledged) return true;
-    file.DateValue(date);
-    const auto* const touched = AddCurrent(file, date, *this, data);
+    const auto* const touched = AddStep(read, *this, data);
     if (touched == nullptr || touched->IsIncomplete()) return true;
     entries.Remove(touched->RecordId());
     return !incomplete.empty();
@@ -270,10 +274,10 @@ void ZREventDriver::LoadFileEvents(const ZRDateTime& from, const ZRDateTime& to,
   ForEachMonth(from, to, [&](const ZRDateTime& month) {
     EventFileName(path.data(), kEventPathSize, month, kEventHistory);
     if (!file.Open(path.data(), true)) return;
-    ForEachFrom(file, from, [&] {
-      if (!end.IsAfter(file)) return false;
+    ForEachFrom(file, from, [&](const tagFields& read) {
+      if (!end.IsAfter(read.date)) return false;
       xml.Clear();
-      AppendRecord(xml, file);
+      AppendRecord(xml, read);
       response.Write(xml);
       return true;
     });

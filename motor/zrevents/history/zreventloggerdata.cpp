@@ -56,8 +56,7 @@ ZREventLoggerData::CRecordGroup& ZREventLoggerData::RecordGroup() {
 ZREventLoggerData::CRecordGroupTotalized& ZREventLoggerData::RecordGroupTotalized() {
   if (recordGroupTotalized == nullptr) {
     recordGroupTotalized = std::make_shared<CRecordGroupTotalized>(info.get());
-    for (auto record = recordGroup->Begin(); record != recordGroup->End(); ++record)
-      (void)recordGroupTotalized->AddRecord(*record);
+    recordGroupTotalized->AddAll(*recordGroup);
   }
   return *recordGroupTotalized;
 }
@@ -179,4 +178,38 @@ ZREventLoggerData::CDataRecordTotalized* CRecordGroupTotalized::AddRecord(CDataR
   }
   (void)totals[place]->AddDataRecord(record);
   return totals[place].get();
+}
+
+// The order of the records is that of their times, and in it they lie all over the memory. So the
+// sums are made in the order of the memory; the other one only tells which event comes first, and
+// is followed until each has come.
+void CRecordGroupTotalized::AddAll(const CRecordGroup& group) {
+  std::vector<CDataRecordTotalized> sums;
+  ZRUuidTable places;
+  const auto idOf = [&](std::uint32_t at) -> const uuid& { return sums[at].EventId(); };
+  const CDataRecord::tagEvent* event = nullptr;
+  std::uint32_t place = 0;
+  for (const CRecordGroup::tagRun& run : group.runs) {
+    for (std::uint32_t number = run.first; number != run.end; ++number) {
+      const CDataRecord& record = group.store->At(number);
+      if (record.event != event) {
+        event = record.event;
+        const auto next = static_cast<std::uint32_t>(sums.size());
+        place = places.FindOrAdd(event->id, next, idOf);
+        if (place == ZRUuidTable::kNone) {
+          place = next;
+          sums.emplace_back(event->id, true);
+        }
+      }
+      (void)sums[place].AddDataRecord(&record);
+    }
+  }
+  const auto idOfTotals = [this](std::uint32_t at) -> const uuid& { return totals[at]->EventId(); };
+  for (auto record = group.Begin(); totals.size() != sums.size(); ++record) {
+    const uuid& id = (*record)->EventId();
+    const auto next = static_cast<std::uint32_t>(totals.size());
+    if (byEvent.FindOrAdd(id, next, idOfTotals) != ZRUuidTable::kNone) continue;
+    totals.push_back(std::make_shared<CDataRecordTotalized>(sums[places.Find(id, idOf)]));
+    totals.back()->SetNotify((*record)->Notify());
+  }
 }

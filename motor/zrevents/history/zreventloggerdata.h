@@ -6,9 +6,11 @@
 #include <cstdint>
 #include <iterator>
 #include <memory>
+#include <span>
 #include <string_view>
 #include <vector>
 
+#include "host/driversupport/eventfile/zreventfile.h"
 #include "host/platform/zrlargememory.h"
 #include "host/tools/zrbasicstring.h"
 #include "host/tools/zrdatetime.h"
@@ -123,6 +125,7 @@ class ZREVENTS_API ZREventLoggerData::CDataRecord {
 
  private:
   friend class CRecordGroup;
+  friend class CRecordGroupTotalized;
   friend class ZRLoggerStore;
   // What the records of one event share.
   struct tagEvent {
@@ -196,6 +199,7 @@ class ZREVENTS_API ZREventLoggerData::CRecordGroup {
   [[nodiscard]] std::vector<const CDataRecord*> IncompleteOf(const uuid& eventId) const;
 
  private:
+  friend class CRecordGroupTotalized;
   // Records of one event that were added one behind the other, by their numbers in the store.
   struct tagRun {
     std::uint32_t first;
@@ -205,11 +209,16 @@ class ZREVENTS_API ZREventLoggerData::CRecordGroup {
   static constexpr std::uint32_t kNone = ZRUuidTable::kNone;
   static constexpr std::size_t kAtEnd = static_cast<std::size_t>(-1);
 
-  // The number of a new record, which isn't in `index` yet.
-  [[nodiscard]] std::uint32_t Make(const tagStep& step);
-  void Enter(const uuid& recordId, std::uint32_t number);
-  // Puts a later step into the record of its activation. False if it doesn't belong there.
-  static bool Put(CDataRecord& record, const ZRDateTime& date, int value, const char* text);
+  // A transition without its event.
+  struct tagTransition {
+    const uuid& recordId;
+    const ZRDateTime& date;
+    std::string_view annotation;
+  };
+  CDataRecord& Make(const CDataRecord::tagEvent& event, const tagTransition& activation,
+                    bool notify);
+  // Puts a later step into the record of its activation; null if it doesn't belong there.
+  CDataRecord* Put(const tagTransition& step, int value);
   void Extend(const CDataRecord& record, std::uint32_t number);
   void BeginRun(std::uint32_t number);
   void Remember(std::uint32_t place);
@@ -245,34 +254,22 @@ class ZREVENTS_API ZREventLoggerData::CRecordGroup {
   std::size_t cursor = kAtEnd;  // the last insertion, while `literal`
 };
 
-// Adds many steps of one event, whose results nobody needs: they are gathered and then looked up
-// one behind the other, which is much quicker than one at a time between other work.
+// Adds many steps of one event, whose results nobody needs. What they will touch is asked for
+// first, so that it is on its way from the memory when it is their turn.
 //
-// Owns      nothing. From its making to Finish nobody else uses the group.
+// Owns      nothing.
 class ZREVENTS_HIDDEN ZREventLoggerData::CRecordGroup::CIntake {
  public:
   CIntake(CRecordGroup& toFill, const uuid& event, bool isNotified)
       : group(toFill), eventId(event), notify(isNotified) {}
 
-  void Add(const uuid& recordId, const ZRDateTime& date, int value, std::string_view annotation);
-  // Adds what is gathered. Without it that is lost.
-  void Finish();
+  // Adds records of a data file, one behind the other.
+  void Add(std::span<const ZREventFile::tagFields> records);
 
  private:
-  static constexpr std::size_t kMost = 256;
-
-  struct tagGathered {
-    uuid recordId;
-    ZRDateTime date;
-    const char* text = nullptr;
-    int value = 0;
-    std::uint32_t number = 0;  // of the record
-  };
-
   CRecordGroup& group;
   const uuid& eventId;
   const bool notify;
-  std::vector<tagGathered> gathered;
 };
 
 // Sums of one event.
@@ -293,6 +290,13 @@ class ZREVENTS_API ZREventLoggerData::CDataRecordTotalized {
   [[nodiscard]] bool Notify() const { return notify; }
 
  private:
+  friend class CRecordGroupTotalized;
+  // What would have been summed up for an event that is notified, or isn't; before, it was.
+  void SetNotify(bool isNotified) {
+    notify = isNotified;
+    if (!notify) ackCount = 0;
+  }
+
   uuid eventId;
   int duration = 0;
   int enableCount = 0;
@@ -347,6 +351,8 @@ class ZREVENTS_API ZREventLoggerData::CRecordGroupTotalized {
 
   // Adds a record to the sums of its event, and gives these; null for null.
   CDataRecordTotalized* AddRecord(CDataRecord* record);
+  // Adds all records of a group in their order. Nothing has been added before.
+  void AddAll(const CRecordGroup& group);
 
  private:
   const ZREventLoggerInfo* info;

@@ -6,6 +6,7 @@
 #include "zrevents/history/zreventloggerdata.h"
 #include "zrevents/history/zrloggerstore.h"
 #include "zrevents/history/zrrecordorder.h"
+#include "zrevents/history/zrstep.h"
 #include "zrevents/zreventstatus.h"
 
 using CDataRecord = ZREventLoggerData::CDataRecord;
@@ -82,70 +83,51 @@ CDataRecord* CRecordGroup::AddRecord(const uuid& eventId, const uuid& recordId,
 }
 
 CDataRecord* CRecordGroup::AddStep(const tagStep& step) {
-  if (step.value == kActivated) {
-    const std::uint32_t number = Make(step);
-    Enter(step.recordId, number);
-    return &store->At(number);
-  }
+  const tagTransition transition{step.recordId, step.date, step.annotation};
+  if (step.value != kActivated) return Put(transition, step.value);
+  return &Make(store->EventOf(step.eventId), transition, step.notify);
+}
+
+inline CDataRecord& CRecordGroup::Make(const CDataRecord::tagEvent& event,
+                                       const tagTransition& activation, bool notify) {
+  const std::uint32_t number = store->Made();
+  CDataRecord& record = store->Make(event, activation.recordId, activation.date);
+  record.annotation = store->Keep(activation.annotation);
+  record.notify = notify;
+  Extend(record, number);
+  if (literal) InsertFromCursor(&record);
+  (void)index.FindOrAdd(activation.recordId, number,
+                        [this](std::uint32_t i) -> const uuid& { return RecordIdOf(i); });
+  return record;
+}
+
+inline CDataRecord* CRecordGroup::Put(const tagTransition& step, int value) {
+  const bool isDeactivation = value == kDeactivated;
+  if (!isDeactivation && value != kAcknowledged) return nullptr;
   const std::uint32_t number = Find(step.recordId);
   if (number == kNone) return nullptr;
   CDataRecord& record = store->At(number);
-  return Put(record, step.date, step.value, store->Keep(step.annotation)) ? &record : nullptr;
+  if (!isDeactivation && !record.time.Valid()) return nullptr;
+  (isDeactivation ? record.deaAnnotation : record.ackAnnotation) = store->Keep(step.annotation);
+  (isDeactivation ? record.disableOffset : record.ackOffset) =
+      SecondsBetween(record.time, step.date);
+  return &record;
 }
 
-std::uint32_t CRecordGroup::Make(const tagStep& step) {
-  const std::uint32_t number = store->Made();
-  CDataRecord& record = store->Make(store->EventOf(step.eventId), step.recordId, step.date);
-  record.annotation = store->Keep(step.annotation);
-  record.notify = step.notify;
-  Extend(record, number);
-  if (literal) InsertFromCursor(&record);
-  return number;
-}
-
-void CRecordGroup::Enter(const uuid& recordId, std::uint32_t number) {
-  (void)index.FindOrAdd(recordId, number,
-                        [this](std::uint32_t i) -> const uuid& { return RecordIdOf(i); });
-}
-
-bool CRecordGroup::Put(CDataRecord& record, const ZRDateTime& date, int value, const char* text) {
-  if (value == kDeactivated) {
-    record.deaAnnotation = text;
-    record.disableOffset = SecondsBetween(record.time, date);
-    return true;
-  }
-  if (value != kAcknowledged || !record.time.Valid()) return false;
-  record.ackAnnotation = text;
-  record.ackOffset = SecondsBetween(record.time, date);
-  return true;
-}
-
-void CRecordGroup::CIntake::Add(const uuid& recordId, const ZRDateTime& date, int value,
-                                std::string_view annotation) {
-  if (gathered.size() == kMost) Finish();
-  if (value == kActivated) {
-    const std::uint32_t number = group.Make({eventId, recordId, date, value, annotation, notify});
-    gathered.push_back({recordId, date, nullptr, value, number});
-  } else {
-    gathered.push_back({recordId, date, group.store->Keep(annotation), value, kNone});
-  }
-}
-
-void CRecordGroup::CIntake::Finish() {
-  for (const tagGathered& step : gathered)
-    group.index.Prefetch(step.recordId);
-  for (tagGathered& step : gathered) {
-    if (step.value == kActivated) {
-      group.Enter(step.recordId, step.number);
-    } else {
-      step.number = group.Find(step.recordId);
+void CRecordGroup::CIntake::Add(std::span<const ZREventFile::tagFields> records) {
+  for (const ZREventFile::tagFields& record : records)
+    group.index.Prefetch(record.id);
+  const CDataRecord::tagEvent* event = nullptr;
+  for (const ZREventFile::tagFields& record : records) {
+    const ZRDateTime date(record.date);
+    const int value = StepOf(record.value);
+    if (value != kActivated) {
+      (void)group.Put({record.id, date, record.annotation}, value);
+      continue;
     }
+    if (event == nullptr) event = &group.store->EventOf(eventId);
+    (void)group.Make(*event, {record.id, date, record.annotation}, notify);
   }
-  for (const tagGathered& step : gathered) {
-    if (step.value != kActivated && step.number != kNone)
-      (void)Put(group.store->At(step.number), step.date, step.value, step.text);
-  }
-  gathered.clear();
 }
 
 void CRecordGroup::Extend(const CDataRecord& record, std::uint32_t number) {

@@ -7,7 +7,6 @@ namespace {
 
 constexpr unsigned kDigitBits = 11;
 constexpr std::size_t kDigits = std::size_t{1} << kDigitBits;
-constexpr std::uint64_t kSign = std::uint64_t{1} << 63;
 
 std::size_t Digit(std::uint64_t key, unsigned shift) {
   return (key >> shift) & (kDigits - 1);
@@ -30,11 +29,6 @@ bool Distribute(const ZRDatedRecords& from, ZRDatedRecords& to, std::uint64_t lo
 }
 
 }  // namespace
-
-std::uint64_t TimeKey(const ZRDateTime& time) {
-  if (!time.Valid()) return 0;
-  return static_cast<std::uint64_t>(time.UtcMilliseconds()) ^ kSign;
-}
 
 void OrderByKey(ZRDatedRecords& records) {
   if (records.size() < 2) return;

@@ -14,7 +14,10 @@ struct ZRDatedRecord {
 using ZRDatedRecords = std::vector<ZRDatedRecord, ZRLargeAllocator<ZRDatedRecord>>;
 
 // Grows with the time; an invalid one comes before all others.
-[[nodiscard]] std::uint64_t TimeKey(const ZRDateTime& time);
+[[nodiscard]] inline std::uint64_t TimeKey(const ZRDateTime& time) {
+  constexpr std::uint64_t kSign = std::uint64_t{1} << 63;
+  return time.Valid() ? static_cast<std::uint64_t>(time.UtcMilliseconds()) ^ kSign : 0;
+}
 
 // Puts the records in ascending order of their keys; what has the same key keeps its order. Takes
 // a time in proportion to the number of records.
