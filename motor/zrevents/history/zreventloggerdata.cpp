@@ -180,36 +180,52 @@ ZREventLoggerData::CDataRecordTotalized* CRecordGroupTotalized::AddRecord(CDataR
   return totals[place].get();
 }
 
+// The sums of events in no order.
+class CRecordGroupTotalized::CSums {
+ public:
+  void Add(const CDataRecord& record) {
+    if (record.event != event) Take(record.event);
+    (void)sums[place].AddDataRecord(&record);
+  }
+  [[nodiscard]] std::size_t Size() const { return sums.size(); }
+  [[nodiscard]] const CDataRecordTotalized& Of(const uuid& id) const {
+    return sums[places.Find(id, [this](std::uint32_t at) -> const uuid& { return IdOf(at); })];
+  }
+
+ private:
+  [[nodiscard]] const uuid& IdOf(std::uint32_t at) const { return sums[at].EventId(); }
+  // Whose records come now.
+  void Take(const CDataRecord::tagEvent* toTake) {
+    event = toTake;
+    const auto next = static_cast<std::uint32_t>(sums.size());
+    place = places.FindOrAdd(event->id, next,
+                             [this](std::uint32_t at) -> const uuid& { return IdOf(at); });
+    if (place != ZRUuidTable::kNone) return;
+    place = next;
+    sums.emplace_back(event->id, true);
+  }
+
+  std::vector<CDataRecordTotalized> sums;
+  ZRUuidTable places;
+  const CDataRecord::tagEvent* event = nullptr;
+  std::uint32_t place = 0;  // in `sums`, of the event
+};
+
 // The order of the records is that of their times, and in it they lie all over the memory. So the
 // sums are made in the order of the memory; the other one only tells which event comes first, and
 // is followed until each has come.
 void CRecordGroupTotalized::AddAll(const CRecordGroup& group) {
-  std::vector<CDataRecordTotalized> sums;
-  ZRUuidTable places;
-  const auto idOf = [&](std::uint32_t at) -> const uuid& { return sums[at].EventId(); };
-  const CDataRecord::tagEvent* event = nullptr;
-  std::uint32_t place = 0;
+  CSums sums;
   for (const CRecordGroup::tagRun& run : group.runs) {
-    for (std::uint32_t number = run.first; number != run.end; ++number) {
-      const CDataRecord& record = group.store->At(number);
-      if (record.event != event) {
-        event = record.event;
-        const auto next = static_cast<std::uint32_t>(sums.size());
-        place = places.FindOrAdd(event->id, next, idOf);
-        if (place == ZRUuidTable::kNone) {
-          place = next;
-          sums.emplace_back(event->id, true);
-        }
-      }
-      (void)sums[place].AddDataRecord(&record);
-    }
+    for (std::uint32_t number = run.first; number != run.end; ++number)
+      sums.Add(group.store->At(number));
   }
-  const auto idOfTotals = [this](std::uint32_t at) -> const uuid& { return totals[at]->EventId(); };
-  for (auto record = group.Begin(); totals.size() != sums.size(); ++record) {
+  const auto idOf = [this](std::uint32_t at) -> const uuid& { return totals[at]->EventId(); };
+  for (auto record = group.Begin(); totals.size() != sums.Size(); ++record) {
     const uuid& id = (*record)->EventId();
     const auto next = static_cast<std::uint32_t>(totals.size());
-    if (byEvent.FindOrAdd(id, next, idOfTotals) != ZRUuidTable::kNone) continue;
-    totals.push_back(std::make_shared<CDataRecordTotalized>(sums[places.Find(id, idOf)]));
+    if (byEvent.FindOrAdd(id, next, idOf) != ZRUuidTable::kNone) continue;
+    totals.push_back(std::make_shared<CDataRecordTotalized>(sums.Of(id)));
     totals.back()->SetNotify((*record)->Notify());
   }
 }

@@ -264,7 +264,7 @@ class ZREVENTS_HIDDEN ZREventLoggerData::CRecordGroup::CIntake {
       : group(toFill), eventId(event), notify(isNotified) {}
 
   // Adds records of a data file, one behind the other.
-  void Add(std::span<const ZREventFile::tagFields> records);
+  void Add(std::span<const ZREventFile::tagFields> toAdd);
 
  private:
   CRecordGroup& group;
@@ -355,6 +355,8 @@ class ZREVENTS_API ZREventLoggerData::CRecordGroupTotalized {
   void AddAll(const CRecordGroup& group);
 
  private:
+  class CSums;
+
   const ZREventLoggerInfo* info;
   tagTotals totals;
   ZRUuidTable byEvent;  // places in `totals`

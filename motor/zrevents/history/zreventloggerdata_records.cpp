@@ -114,11 +114,11 @@ inline CDataRecord* CRecordGroup::Put(const tagTransition& step, int value) {
   return &record;
 }
 
-void CRecordGroup::CIntake::Add(std::span<const ZREventFile::tagFields> records) {
-  for (const ZREventFile::tagFields& record : records)
+void CRecordGroup::CIntake::Add(std::span<const ZREventFile::tagFields> toAdd) {
+  for (const ZREventFile::tagFields& record : toAdd)
     group.index.Prefetch(record.id);
   const CDataRecord::tagEvent* event = nullptr;
-  for (const ZREventFile::tagFields& record : records) {
+  for (const ZREventFile::tagFields& record : toAdd) {
     const ZRDateTime date(record.date);
     const int value = StepOf(record.value);
     if (value != kActivated) {
