@@ -127,9 +127,9 @@ bool CRun::StartEngine() {
     logger(kLogInvariant, L"the engine can't start: the system gives no thread");
     return false;
   }
+  web.Readiness().Set(ZRReadiness::tagState::kRunning);
   logger(kLogNotice, L"%d events of %s are watched", ZREventSystem::Get().EventsSize(),
          site.Folder().c_str());
-  web.Readiness().Set(ZRReadiness::tagState::kRunning);
   return true;
 }
 
