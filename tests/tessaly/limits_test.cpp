@@ -38,7 +38,7 @@ class Limits : public testing::Test {
   }
 
   std::map<std::string, std::string> rows = Rows();
-  const ZRWebServerSettings inForce;
+  const ZRWebServerSettings inForce{};
 };
 
 TEST_F(Limits, AreThoseOfTheirPage) {
