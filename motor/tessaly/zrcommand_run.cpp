@@ -8,6 +8,7 @@
 #include "host/tools/zrtext.h"
 #include "tessaly/zrcommands.h"
 #include "tessaly/zrdatafolder.h"
+#include "tessaly/zrpeers.h"
 #include "tessaly/zrsharefolder.h"
 #include "tessaly/zrsite.h"
 #include "tessaly/zrsitelock.h"
@@ -104,6 +105,8 @@ void CRun::LoadWork() {
   PrepareShareFolder(ZRTessalySetup::Get(), findings);
   PrepareSmsFolder(ZRTessalySetup::Get(), findings);
   KeepSystemEvents(ZRTessalySetup::Get(), findings);
+  TakePeers(ZRTessalySetup::Get());
+  site.Engine().AcceptUserListeners(ZRTessalySetup::Get().ChainUsers());
   site.MakeDrivers(findings);
   site.StartDrivers(ZRSite::tagDrivers::kAll, findings);
   site.LoadEvents(LogTransition);
@@ -127,6 +130,7 @@ bool CRun::StartEngine() {
     logger(kLogInvariant, L"the engine can't start: the system gives no thread");
     return false;
   }
+  web.ChainDoor().Open();
   web.Readiness().Set(ZRReadiness::tagState::kRunning);
   logger(kLogNotice, L"%d events of %s are watched", ZREventSystem::Get().EventsSize(),
          site.Folder().c_str());
@@ -144,6 +148,7 @@ bool CRun::Reload() {
   }
   logger(kLogNotice, L"reloading");
   web.Readiness().Set(ZRReadiness::tagState::kLoading);
+  web.ChainDoor().Shut();
   site.Stop();
   TakeSettings(findings);
   if (!web.Renew(ZRTessalySetup::Get(), Address(), command.port)) return false;

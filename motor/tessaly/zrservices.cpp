@@ -5,6 +5,7 @@
 #include "host/base/zrlogger.h"
 #include "host/tools/zrtext.h"
 #include "host/user/zrsecuritymanager.h"
+#include "tessaly/zranswers.h"
 #include "tessaly/zrperiod.h"
 #include "zrevents/zreventserver.h"
 
@@ -22,11 +23,6 @@ constexpr const char* kAckPath = "/services/events/ack.xml";
 
 constexpr const wchar_t* kAckRoot = L"eventsAck";
 
-constexpr int kOk = 200;
-constexpr int kNoContent = 204;
-constexpr int kBadRequest = 400;
-constexpr int kUnauthorized = 401;
-constexpr int kServiceUnavailable = 503;
 constexpr const wchar_t* kCounts =
     L"<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>"
     L"<counts><actived>%d</actived><notified>%d</notified></counts>";
@@ -36,13 +32,6 @@ void AnswerCounts(ZREventServer& engine, ZRHttpRequest& request, ZRHttpResponse&
   const int notified = engine.NotifiedEventsCount(request, response);
   response.Begin(kOk, request.AcceptDeflate() ? kContentXmlDeflated : kContentXml);
   response.Write(Utf16ToUtf8(FormatWide(kCounts, actived, notified).View()));
-  (void)response.End();
-}
-
-void AnswerWord(ZRHttpResponse& response, int status, const char* word) {
-  response.Begin(status, kContentText);
-  response.Write(word, -1);
-  response.Write("\n", -1);
   (void)response.End();
 }
 
@@ -56,11 +45,6 @@ void AnswerLogger(ZREventServer& engine, ZRHttpRequest& request, ZRHttpResponse&
     return;
   }
   AnswerWord(response, kBadRequest, reason);
-}
-
-void AnswerWithoutBody(ZRHttpResponse& response, int status) {
-  response.Begin(status, kContentNone);
-  (void)response.End();
 }
 
 // What is wrong with the document of an acknowledgement, in words; empty for nothing.
@@ -108,13 +92,18 @@ void BindServices(ZRWebServer& web, ZREventServer& engine) {
   web.Get(kCountsPath, [&engine](ZRHttpRequest& request, ZRHttpResponse& response) {
     AnswerCounts(engine, request, response);
   });
-  web.Get(kLoggerPath, [&engine](ZRHttpRequest& request, ZRHttpResponse& response) {
-    AnswerLogger(engine, request, response);
-  });
-  web.Put(kAckPath, kMostAckBytes,
-          [&engine](ZRHttpRequest& request, const std::string& body, ZRHttpResponse& response) {
-            AnswerAck(engine, request, body, response);
-          });
+  web.Get(
+      kLoggerPath,
+      [&engine](ZRHttpRequest& request, ZRHttpResponse& response) {
+        AnswerLogger(engine, request, response);
+      },
+      ZRWebServer::tagFor::kUsers, ZRWebServer::tagPace::kMayWait);
+  web.Put(
+      kAckPath, kMostAckBytes,
+      [&engine](ZRHttpRequest& request, const std::string& body, ZRHttpResponse& response) {
+        AnswerAck(engine, request, body, response);
+      },
+      ZRWebServer::tagPace::kMayWait);
   web.OnFault([](std::string_view path, std::string_view what) {
     logger(kLogInvariant, L"%s failed: %s", std::string(path).c_str(), std::string(what).c_str());
   });

@@ -6,6 +6,7 @@
 #include "host/tools/zrtext.h"
 #include "tessaly/zrelementcheck.h"
 #include "tessaly/zrlogincheck.h"
+#include "tessaly/zrpeers.h"
 #include "tessaly/zrusers.h"
 
 namespace {
@@ -75,4 +76,5 @@ void CheckDocuments(const ZRTessalySetup& setup, ZRFindings& findings) {
   ZRSystemUsersSupport users;
   LoadUsers(setup, users, findings);
   CheckLogins(setup, findings);
+  CheckPeers(setup, findings);
 }

@@ -5,6 +5,7 @@
 #include "host/base/zrlogger.h"
 #include "host/remote/zrdigestauthenticator.h"
 #include "host/tools/zrtext.h"
+#include "tessaly/zrchainservices.h"
 #include "tessaly/zropenfiles.h"
 #include "tessaly/zrservices.h"
 
@@ -55,6 +56,7 @@ void CheckWeb(const ZRTessalySetup& setup, ZRFindings& findings) {
 ZRSiteWeb::ZRSiteWeb(ZREventServer& engine, const ZRPasswords& usersPasswords)
     : passwords(usersPasswords) {
   BindServices(web, engine);
+  BindChain(web, engine, chainDoor);
   BindHealth(web, readiness);
   web.OnLoginNote(
       [](std::string_view note) { logger(kLogNotice, L"login: %s", std::string(note).c_str()); });

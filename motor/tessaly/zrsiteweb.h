@@ -7,6 +7,7 @@
 #include "host/remote/zrpasswords.h"
 #include "host/remote/zrwebserver.h"
 #include "host/support/zrtessalysetup.h"
+#include "tessaly/zrchaindoor.h"
 #include "tessaly/zrfinding.h"
 #include "tessaly/zrreadiness.h"
 
@@ -38,6 +39,8 @@ class ZRSiteWeb {
 
   // What /readyz says.
   [[nodiscard]] ZRReadiness& Readiness() { return readiness; }
+  // For the documents of other engines; shut until the engine works, and while it is stopped.
+  [[nodiscard]] ZRChainDoor& ChainDoor() { return chainDoor; }
   // Where it can be reached from this machine: "http://127.0.0.1:8480". Empty while it doesn't run.
   [[nodiscard]] std::string Url() const;
 
@@ -46,6 +49,7 @@ class ZRSiteWeb {
 
   const ZRPasswords& passwords;
   ZRReadiness readiness;
+  ZRChainDoor chainDoor;
   std::unique_ptr<ZRAuthenticator> authenticator;  // of the server at work
   ZRWebServer web;
   ZRWebServerSettings settings;  // in force

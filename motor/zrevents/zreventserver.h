@@ -104,7 +104,7 @@ class ZREVENTS_API ZREventServer {
   // what stands before such an event has been taken then.
   [[nodiscard]] int ProcessHttpServiceProducer(ZRHttpRequest& request, const unsigned char* body);
   // From now on users' clients register here and no other engines, or the other way round, as in
-  // the beginning. While nobody registers.
+  // the beginning.
   void AcceptUserListeners(bool isAccepted) { acceptsUserListeners = isAccepted; }
   // How many events the caller would see in the first two. The second counts events, not
   // occurrences.
@@ -155,7 +155,7 @@ class ZREVENTS_API ZREventServer {
   // Start that fails takes the groups away while the gate is open.
   mutable ZRSharedMutex groupsMutex;
   std::vector<std::unique_ptr<ZREventServerGroup>> groups ZR_GUARDED_BY(groupsMutex);
-  bool acceptsUserListeners = false;  // constant while services are called
+  std::atomic<bool> acceptsUserListeners{false};
   // Held through a whole round of documents, with its waits, and through a registration.
   ZRMutex listenersMutex;
   std::vector<std::unique_ptr<ZREventListener>> listeners ZR_GUARDED_BY(listenersMutex);

@@ -6,6 +6,7 @@
 #include <sstream>
 #include <string>
 
+#include "tessaly/zrchainservices.h"
 #include "tessaly/zrservices.h"
 
 namespace {
@@ -45,6 +46,9 @@ TEST_F(Limits, AreThoseOfTheirPage) {
   EXPECT_EQ(inForce.connections, Number("Connections at once"));
   EXPECT_EQ(inForce.connectionsPerAddress, Number("Connections at once of one client address"));
   EXPECT_EQ(inForce.threads, Number("Threads that serve them"));
+  EXPECT_EQ(
+      inForce.waitingThreads,
+      Number("Threads of services that may wait: the history, acknowledgements, other engines"));
   EXPECT_EQ(inForce.idleSeconds, Number("Silence of a connection between two requests, s"));
   EXPECT_EQ(inForce.pace.headMilliseconds,
             1000 * Number("Head of a request, from the accept or its first byte to its end, s"));
@@ -59,6 +63,9 @@ TEST_F(Limits, AreThoseOfTheirPage) {
   EXPECT_EQ(inForce.memoryBytes, Number("Answer that is kept in memory"));
   EXPECT_EQ(inForce.answerBytes, Number("Answer"));
   EXPECT_EQ(kMostAckBytes, Number("`/services/events/ack.xml`"));
+  EXPECT_EQ(kMostListenerBytes, Number("`/services/events/listener.xml`"));
+  EXPECT_EQ(kMostProducerBytes, Number("`/services/events/producer.xml`"));
+  EXPECT_EQ(kMostProducerBytes, Number("`/services/user/producer.xml`"));
   for (const char* head : {"Limit", "Path", "---"})
     rows.erase(head);
   for (const auto& [name, number] : rows)

@@ -11,6 +11,7 @@ constexpr std::string_view kType = "type";
 constexpr std::string_view kMachine = "machine";
 constexpr std::string_view kSimulator = "simulator";
 constexpr std::string_view kReplay = "replay";
+constexpr std::string_view kEngine = "engine";
 
 std::string DataFolder() {
   return Utf16ToUtf8(ZRTessalySetup::Get().DataPath().View()).Text();
@@ -34,8 +35,11 @@ std::unique_ptr<ZRDriver> ZRDriverFactory::Make(const XmlDocument::XmlNode& sett
     driver = MakeSimulator(reader, problems);
   } else if (type == kReplay) {
     driver = MakeReplay(reader);
+  } else if (type == kEngine) {
+    driver = MakeEngine(reader);
   } else if (!type.empty()) {
-    reader.Error(kType, "must be \"machine\", \"simulator\" or \"replay\", not \"" + type + "\"");
+    reader.Error(kType, "must be \"machine\", \"simulator\", \"replay\" or \"engine\", not \"" +
+                            type + "\"");
   }
   if (driver) reader.WarnOfUnknownKeys();
   return driver;

@@ -17,6 +17,7 @@
 #include "host/remote/zropenconnections.h"
 #include "host/remote/zrrequestprogress.h"
 #include "host/remote/zrrequestrules.h"
+#include "host/remote/zrservicethreads.h"
 #include "host/remote/zrwebheaders.h"
 #include "host/remote/zrwebrequest.h"
 #include "host/remote/zrwebresponse.h"
@@ -63,6 +64,29 @@ struct CBoundRoute {
   bool takesBody = false;
   std::size_t mostBodyBytes = 0;
   ZRWebServer::tagFor whom = ZRWebServer::tagFor::kUsers;
+  ZRWebServer::tagPace pace = ZRWebServer::tagPace::kQuick;
+};
+
+// The call of a route, with its answer.
+struct CRouteCall {
+  CRouteCall(MHD_Connection* connection, const ZRWebHeaders& headers, std::string_view user,
+             const ZRAnswerLimits& limits)
+      : asked(connection, headers, user), answer(limits, asked.Coding()) {}
+
+  ZRWebRequest asked;
+  ZRHttpAnswer answer;
+  int refusal = 0;  // a status in place of the answer; 0 for none
+  ZRMutex mutex;    // a leaf
+  bool isOver ZR_GUARDED_BY(mutex) = false;
+
+  void End() ZR_EXCLUDES(mutex) {
+    const ZRMutexLock lock(mutex);
+    isOver = true;
+  }
+  [[nodiscard]] bool IsOver() ZR_EXCLUDES(mutex) {
+    const ZRMutexLock lock(mutex);
+    return isOver;
+  }
 };
 
 // A request from its first line to the end of its answer.
@@ -73,7 +97,8 @@ struct CRequestInProgress {
   int refusal = 0;         // a status; 0 for none
   ZRLoginVerdict login;
   std::string body;
-  std::size_t bodyBytes = 0;  // as stated, and taken of the budget
+  std::size_t bodyBytes = 0;           // as stated, and taken of the budget
+  std::unique_ptr<CRouteCall> called;  // once its route is called
 };
 
 // A connection, from its accept to its close. It owns its request: the library says nothing of the
@@ -169,10 +194,12 @@ class ZRWebServer::CServer {
   void Open(int socket, void** context);
   void Close(int socket, void** context);
   void Complete(CConnection* connection);
-  MHD_Result Answer(const CCall& call, const ZRWebHeaders& headers,
-                    const CRequestInProgress& request);
-  bool CallRoute(std::string_view path, ZRWebRequest& request, const std::string& body,
-                 ZRHttpAnswer& answer);
+  MHD_Result CallRoute(const CCall& call, CRequestInProgress& request);
+  MHD_Result CallLater(const CCall& call, CRequestInProgress& request);
+  MHD_Result Answer(const CCall& call, const CRequestInProgress& request);
+  void RunRoute(std::string_view path, const std::string& body, CRouteCall& called);
+  bool RunRoute(std::string_view path, ZRWebRequest& request, const std::string& body,
+                ZRHttpAnswer& answer);
   void TellFault(std::string_view path, const char* what) const;
   void TellNote(const ZRLoginVerdict& login) const;
   ZRLoginVerdict Judge(const CCall& call, const CRequestInProgress& request,
@@ -186,6 +213,7 @@ class ZRWebServer::CServer {
   ZRRequestProgress progress;
   ZROpenConnections connections;
   ZRByteBudget bodyRoom;
+  ZRServiceThreads waiters;      // of routes that may wait
   ZRThread watch;                // the host's thread only
   MHD_Daemon* daemon = nullptr;  // the host's thread only
 };
@@ -227,9 +255,12 @@ void ZRWebServer::CServer::TakeSettings(const ZRWebServerSettings& settings) {
 
 bool ZRWebServer::CServer::StartThreads(const ZRWebServerSettings& settings) {
   const std::uint32_t period = WatchPeriod(settings.pace);
-  if (!watch.Start([this, period] { connections.Watch(period); })) return false;
-  if (StartDaemon(settings)) return true;
-  EndWatch();
+  if (!waiters.Start(settings.waitingThreads)) return false;
+  if (watch.Start([this, period] { connections.Watch(period); })) {
+    if (StartDaemon(settings)) return true;
+    EndWatch();
+  }
+  waiters.End();
   return false;
 }
 
@@ -240,7 +271,8 @@ void ZRWebServer::CServer::EndWatch() {
 
 bool ZRWebServer::CServer::StartDaemon(const ZRWebServerSettings& settings) {
   // Not its epoll: that overlooks clients that leave, and can abort when it is made quiet.
-  constexpr unsigned int kFlags = MHD_USE_INTERNAL_POLLING_THREAD | MHD_USE_POLL | MHD_USE_ITC;
+  constexpr unsigned int kFlags =
+      MHD_USE_INTERNAL_POLLING_THREAD | MHD_USE_POLL | MHD_USE_ITC | MHD_ALLOW_SUSPEND_RESUME;
   const unsigned int tlsFlag = rules.isSecure ? unsigned{MHD_USE_TLS} : 0u;
   const auto option = [](MHD_OPTION name, const char* text) {
     return MHD_OptionItem{name, 0, const_cast<char*>(text)};
@@ -272,6 +304,7 @@ void ZRWebServer::CServer::Stop() {
   (void)MHD_quiesce_daemon(daemon);
   listener.Refuse();
   progress.WaitUntilQuiet(stopMilliseconds);
+  waiters.End();  // then no connection is set aside any more
   // The library must have nothing left to read when it stops: an answer of its own to a request
   // that isn't HTTP, begun in that moment, would crash it.
   connections.ShutAll();
@@ -412,7 +445,9 @@ bool ZRWebServer::CServer::MakeRoom(std::size_t bytes, CRequestInProgress& reque
   return true;
 }
 
+// Called once more when a route that may wait is over.
 MHD_Result ZRWebServer::CServer::Finish(const CCall& call, CRequestInProgress& request) {
+  if (request.called != nullptr) return Answer(call, request);
   Count(request);
   connections.Begin(SocketOf(call.connection), ZRConnectionStep::kRoute);
   if (request.refusal == 0 && request.login.kind == ZRLoginVerdict::tagKind::kNeedsBody) {
@@ -423,29 +458,55 @@ MHD_Result ZRWebServer::CServer::Finish(const CCall& call, CRequestInProgress& r
     request.refusal = isHis || status != 0 ? status : kStatusUnauthorized;
   }
   if (request.refusal != 0) return Refuse(call, request, request.refusal);
-  return Answer(call, HeadersOfCall(call), request);
+  return CallRoute(call, request);
 }
 
-MHD_Result ZRWebServer::CServer::Answer(const CCall& call, const ZRWebHeaders& headers,
-                                        const CRequestInProgress& request) {
-  ZRWebRequest asked(call.connection, headers, request.login.user);
-  ZRHttpAnswer answer(limits, asked.Coding());
+MHD_Result ZRWebServer::CServer::CallRoute(const CCall& call, CRequestInProgress& request) {
+  request.called = std::make_unique<CRouteCall>(call.connection, HeadersOfCall(call),
+                                                request.login.user, limits);
+  if (routes.find(call.path)->second.pace == tagPace::kMayWait) return CallLater(call, request);
+  RunRoute(call.path, request.body, *request.called);
+  return Answer(call, request);
+}
+
+// The connection is set aside: the library does nothing with it until it is taken up again.
+MHD_Result ZRWebServer::CServer::CallLater(const CCall& call, CRequestInProgress& request) {
+  MHD_Connection* const connection = call.connection;
+  auto work = [this, connection, path = std::string(call.path), &request] {
+    RunRoute(path, request.body, *request.called);
+    MHD_resume_connection(connection);
+  };
+  MHD_suspend_connection(connection);
+  waiters.Do(std::move(work));
+  return MHD_YES;
+}
+
+void ZRWebServer::CServer::RunRoute(std::string_view path, const std::string& body,
+                                    CRouteCall& called) {
   {
     const CRouteTurn turn(progress);
-    if (!turn.Taken()) return Refuse(call, request, kStatusUnavailable);
-    if (!CallRoute(call.path, asked, request.body, answer)) {
-      return Refuse(call, request, kStatusInternalError);
+    if (!turn.Taken()) {
+      called.refusal = kStatusUnavailable;
+    } else if (!RunRoute(path, called.asked, body, called.answer)) {
+      called.refusal = kStatusInternalError;
     }
   }
-  ZRWebResponse response(answer);
-  if (answer.Status() == kStatusUnauthorized) {
+  called.End();
+}
+
+MHD_Result ZRWebServer::CServer::Answer(const CCall& call, const CRequestInProgress& request) {
+  CRouteCall& called = *request.called;
+  if (!called.IsOver()) return MHD_NO;
+  if (called.refusal != 0) return Refuse(call, request, called.refusal);
+  ZRWebResponse response(called.answer);
+  if (called.answer.Status() == kStatusUnauthorized) {
     AddChallenges(response, Judge(call, request, {}).challenges);
   }
   return Send(call, response);
 }
 
-bool ZRWebServer::CServer::CallRoute(std::string_view path, ZRWebRequest& request,
-                                     const std::string& body, ZRHttpAnswer& answer) {
+bool ZRWebServer::CServer::RunRoute(std::string_view path, ZRWebRequest& request,
+                                    const std::string& body, ZRHttpAnswer& answer) {
   try {
     routes.find(path)->second.answer(request, body, answer);
     return answer.IsComplete();
@@ -500,18 +561,19 @@ ZRWebServer::ZRWebServer() : server(std::make_unique<CServer>()) {}
 
 ZRWebServer::~ZRWebServer() = default;
 
-void ZRWebServer::Get(std::string_view path, tagRoute route, tagFor whom) {
+void ZRWebServer::Get(std::string_view path, tagRoute route, tagFor whom, tagPace pace) {
   auto answer = [toCall = std::move(route)](ZRHttpRequest& request, const std::string&,
                                             ZRHttpResponse& response) {
     toCall(request, response);
   };
   server->routes.insert_or_assign(std::string(path),
-                                  CBoundRoute{std::move(answer), false, 0, whom});
+                                  CBoundRoute{std::move(answer), false, 0, whom, pace});
 }
 
-void ZRWebServer::Put(std::string_view path, std::size_t mostBytes, tagBodyRoute route) {
-  server->routes.insert_or_assign(std::string(path),
-                                  CBoundRoute{std::move(route), true, mostBytes});
+void ZRWebServer::Put(std::string_view path, std::size_t mostBytes, tagBodyRoute route,
+                      tagPace pace) {
+  server->routes.insert_or_assign(
+      std::string(path), CBoundRoute{std::move(route), true, mostBytes, tagFor::kUsers, pace});
 }
 
 void ZRWebServer::Authenticate(ZRAuthenticator* authenticator) {

@@ -23,6 +23,7 @@ struct ZRWebServerSettings {
   ZRTlsIdentity tls;                  // empty: plain http
 
   unsigned int threads = 32;
+  unsigned int waitingThreads = 16;         // of routes that may wait
   unsigned int connections = 1024;          // at once
   unsigned int connectionsPerAddress = 32;  // at once, of one client
   unsigned int idleSeconds = 15;            // then a silent connection is closed
@@ -74,11 +75,17 @@ class ZRWebServer {
   // Who may ask for a path.
   enum class tagFor { kUsers, kEverybody };
 
+  // Whether a route may wait for more than moments: for other machines, or for whole rounds of the
+  // engine. One that may is called on a thread of its own kind, so that nobody else waits with it.
+  enum class tagPace { kQuick, kMayWait };
+
   // Binds a GET (and HEAD) of an exact path. Before Start.
-  void Get(std::string_view path, tagRoute route, tagFor whom = tagFor::kUsers);
+  void Get(std::string_view path, tagRoute route, tagFor whom = tagFor::kUsers,
+           tagPace pace = tagPace::kQuick);
   // Binds a PUT and POST of an exact path, whose body is of at most `mostBytes`. It is kept in
   // memory and complete when the route is called. Before Start.
-  void Put(std::string_view path, std::size_t mostBytes, tagBodyRoute route);
+  void Put(std::string_view path, std::size_t mostBytes, tagBodyRoute route,
+           tagPace pace = tagPace::kQuick);
   // Who says which users send requests, on paths for users; it outlives the server's work. Without
   // one everybody is let in. Before Start.
   void Authenticate(ZRAuthenticator* authenticator);

@@ -69,6 +69,12 @@ class ZRTessalySetup {
   // Clients that know nothing better may sign in with MD5.
   [[nodiscard]] bool HttpMd5() const { return httpMd5; }
 
+  // Users' clients register as listeners, in place of other engines.
+  [[nodiscard]] bool ChainUsers() const { return chainUsers; }
+  // The networks that requests to other engines may go to, as texts ("10.0.0.0/8"); empty for the
+  // private ones.
+  [[nodiscard]] const std::vector<ZRString>& ChainNetworks() const { return chainNetworks; }
+
   [[nodiscard]] const ZRString& SmtpServer() const { return smtpServer; }
   [[nodiscard]] const ZRString& SmtpFrom() const { return smtpFrom; }
   [[nodiscard]] const ZRString& SmtpUser() const { return smtpUser; }
@@ -119,11 +125,11 @@ class ZRTessalySetup {
   ZRWString smsFolder{L"sms/"};
   std::map<unsigned int, ZRString> smsDevices;  // by port
   ZRString httpAddress{"127.0.0.1"};
-  std::vector<ZRString> httpNames;
+  std::vector<ZRString> httpNames, chainNetworks;
   ZRWString httpCertificate, httpKey;
   int httpPort = kDefaultHttpPort, smtpPort = 25, smtpSizeQueue = 100, smsSizeQueue = 100;
   int logLevel = 1;
-  bool httpMd5 = false, smtpAuthenticated = false, smtpSsl = false;
+  bool httpMd5 = false, chainUsers = false, smtpAuthenticated = false, smtpSsl = false;
   std::unique_ptr<XmlDocument> tree;
 };
 

@@ -130,6 +130,7 @@ class ZRTessalySetup::CReader {
     ReadInstallation(file);
     ReadHistory(file.Table("history"));
     ReadHttp(file.Table("http"));
+    ReadChain(file.Table("chain"));
     ReadLog(file.Table("log"));
     ReadRss(file.Table("rss"));
     ReadSmtp(file.Table("smtp"));
@@ -180,6 +181,12 @@ class ZRTessalySetup::CReader {
                    "must be given too: a certificate and its key belong together");
     }
     http.WarnOfUnknownKeys();
+  }
+
+  void ReadChain(ZRSettingsTable chain) {
+    chain.Flag("users", setup.chainUsers);
+    chain.Texts("networks", setup.chainNetworks);
+    chain.WarnOfUnknownKeys();
   }
 
   ZRWString ReadFile(ZRSettingsTable& table, const char* key) {

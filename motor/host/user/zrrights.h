@@ -15,7 +15,7 @@ struct ZRResourceKind {
   std::string_view word;
   bool isOfDrivers;  // its resources are ids of drivers; else ids of groups
 };
-inline constexpr std::array<ZRResourceKind, 7> kResourceKinds = {{
+inline constexpr std::array<ZRResourceKind, 8> kResourceKinds = {{
     {kResourceActiveEvents, "active", false},
     {kResourceNotifiedEvents, "notified", false},
     {kResourceAcknowledgeEvents, "acknowledge", false},
@@ -23,6 +23,7 @@ inline constexpr std::array<ZRResourceKind, 7> kResourceKinds = {{
     {kResourceRemoteActive, "remote-active", true},
     {kResourceRemoteNotified, "remote-notified", true},
     {kResourceRemoteAcknowledge, "remote-acknowledge", true},
+    {kResourceProducer, "producer", true},
 }};
 
 // Null for a word, or a type, that there isn't.

@@ -13,6 +13,8 @@ inline constexpr int kResourceClientActions = 11;
 inline constexpr int kResourceRemoteAcknowledge = 16;
 inline constexpr int kResourceRemoteActive = 17;
 inline constexpr int kResourceRemoteNotified = 18;
+// One of the host's own: documents that come through a driver of a remote engine.
+inline constexpr int kResourceProducer = 100;
 
 // True if the caller of `request` may use the resource: always, as long as no users are defined.
 // `bodyDigest` is the digest of the request's body, empty for a request without one.

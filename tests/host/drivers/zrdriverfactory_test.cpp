@@ -65,8 +65,10 @@ TEST(DriverFactory, MakesTheSystemDriverWithoutSettings) {
 }
 
 TEST(DriverFactory, RefusesAnUnknownType) {
-  EXPECT_EQ("driver \"hall\": \"type\" must be \"machine\", \"simulator\" or \"replay\", not \"x\"",
-            Refusal("<type>x</type><name>hall</name>"));
+  EXPECT_EQ(
+      "driver \"hall\": \"type\" must be \"machine\", \"simulator\", \"replay\" or \"engine\", not "
+      "\"x\"",
+      Refusal("<type>x</type><name>hall</name>"));
   EXPECT_EQ("driver \"hall\": \"type\" is missing", Refusal("<name>hall</name>"));
 }
 

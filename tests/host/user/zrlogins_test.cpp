@@ -65,14 +65,15 @@ TEST(Logins, KeepThePasswordAsADigestWithNameAndRealm) {
   EXPECT_EQ(logins.users["Mufasa"].md5, "3d78807defe7de2157e2b0b6573a855f");
 }
 
-TEST(Rights, HaveAWordForEachOfTheSevenTypes) {
+TEST(Rights, HaveAWordForEachType) {
   const std::pair<const char*, int> words[] = {{"acknowledge", 6},
                                                {"active", 7},
                                                {"notified", 8},
                                                {"client-actions", 11},
                                                {"remote-acknowledge", 16},
                                                {"remote-active", 17},
-                                               {"remote-notified", 18}};
+                                               {"remote-notified", 18},
+                                               {"producer", 100}};
   EXPECT_EQ(std::size(words), kResourceKinds.size());
   for (const auto& [word, type] : words) {
     ASSERT_NE(ResourceKind(word), nullptr) << word;

@@ -1,0 +1,116 @@
+#include "tessaly/zrchainservices.h"
+
+#include <memory>
+#include <set>
+#include <string>
+
+#include "host/base/zrlogger.h"
+#include "host/tools/zrtext.h"
+#include "host/user/zrsecuritymanager.h"
+#include "tessaly/zranswers.h"
+#include "zrevents/zreventserver.h"
+
+namespace {
+
+using tagNode = XmlDocument::XmlNode;
+
+constexpr const char* kListenerPath = "/services/events/listener.xml";
+constexpr const char* kProducerPath = "/services/events/producer.xml";
+constexpr const char* kUserProducerPath = "/services/user/producer.xml";
+
+const unsigned char* BytesOf(const std::string& body) {
+  return reinterpret_cast<const unsigned char*>(body.c_str());
+}
+
+// --- registrations ---
+
+// In words, for a status that the engine gives for several reasons.
+void AnswerRegistration(ZRHttpResponse& response, int status) {
+  constexpr int kLeast = 200;
+  constexpr int kMost = 599;
+  if (status == kBadRequest)
+    return AnswerWord(response, status,
+                      "No such document, or its address is this engine's own, or as many "
+                      "listeners as possible are registered.");
+  if (status < kLeast || status > kMost)
+    return AnswerWord(response, kBadGateway,
+                      "The listener's own server can't be reached at that address.");
+  AnswerWithoutBody(response, status);
+}
+
+void AnswerListener(ZREventServer& engine, ZRChainDoor& door, ZRSemaphore& registrations,
+                    ZRHttpRequest& request, const std::string& body, ZRHttpResponse& response) {
+  const ZRChainDoor::CPass pass(door);
+  if (!pass.Given() || !registrations.Acquire(0))
+    return AnswerWithoutBody(response, kServiceUnavailable);
+  const int status = engine.ProcessHttpServiceRegisterListener(request, BytesOf(body));
+  registrations.Release();
+  AnswerRegistration(response, status);
+}
+
+// --- documents ---
+
+// The drivers that a document speaks for.
+std::set<ZRWString> DriversOf(const XmlDocument& document) {
+  std::set<ZRWString> drivers;
+  const tagNode& root = *document.Root();
+  if (root.bValue(L"all", false)) drivers.insert(root.Value(L"driverId", L""));
+  for (const wchar_t* const section : {L"actived", L"notified"}) {
+    const tagNode* const list = root.Node(section);
+    if (list == nullptr) continue;
+    for (auto at = list->ChildsBegin(); at != list->ChildsEnd(); ++at) {
+      const ZRWString id = (*at)->Value(L"id", L"");
+      const std::size_t point = id.View().find(L'.');
+      if (point != ZRWString::tagView::npos) drivers.insert(ZRWString(id.View().substr(0, point)));
+    }
+  }
+  return drivers;
+}
+
+// Each account speaks for the drivers that it was granted, and for no other.
+bool MaySpeak(ZRHttpRequest& request, const std::string& body) {
+  if (!ZRSecurityManagerEnabled()) return true;
+  XmlDocument document;
+  if (!document.Parse(body, kMostProducerBytes, nullptr)) return true;  // the engine says so
+  for (const ZRWString& driver : DriversOf(document)) {
+    if (CanAccessResourcesFromEngine(kResourceProducer, driver.Text(), request, "")) continue;
+    logger(kLogDelivery, L"user '%s' may not speak for driver '%ls': a document is refused",
+           request.Authorization().User().Text(), driver.Text());
+    return false;
+  }
+  return true;
+}
+
+void AnswerProducer(ZREventServer& engine, ZRChainDoor& door, ZRHttpRequest& request,
+                    const std::string& body, ZRHttpResponse& response) {
+  // A peer that asks whether it is heard.
+  if (request.Parameter("test") == "T") return AnswerWithoutBody(response, kNoContent);
+  const ZRChainDoor::CPass pass(door);
+  if (!pass.Given()) return AnswerWithoutBody(response, kServiceUnavailable);
+  if (!MaySpeak(request, body))
+    return AnswerWord(response, kForbidden, "This user may not speak for that driver.");
+  const int status = engine.ProcessHttpServiceProducer(request, BytesOf(body));
+  if (status != kBadRequest) return AnswerWithoutBody(response, status);
+  AnswerWord(response, status, "No XML document, or its driver isn't online.");
+}
+
+}  // namespace
+
+void BindChain(ZRWebServer& web, ZREventServer& engine, ZRChainDoor& door) {
+  const auto registrations = std::make_shared<ZRSemaphore>(kMostRegistrations);
+  web.Put(
+      kListenerPath, kMostListenerBytes,
+      [&engine, &door, registrations](ZRHttpRequest& request, const std::string& body,
+                                      ZRHttpResponse& response) {
+        AnswerListener(engine, door, *registrations, request, body, response);
+      },
+      ZRWebServer::tagPace::kMayWait);
+  for (const char* const path : {kProducerPath, kUserProducerPath})
+    web.Put(
+        path, kMostProducerBytes,
+        [&engine, &door](ZRHttpRequest& request, const std::string& body,
+                         ZRHttpResponse& response) {
+          AnswerProducer(engine, door, request, body, response);
+        },
+        ZRWebServer::tagPace::kMayWait);
+}

@@ -1,0 +1,159 @@
+#include "tessaly/zrchainservices.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <memory>
+#include <vector>
+
+#include "host/platform/zrthread.h"
+#include "support/accessrule.h"
+#include "support/fakesecurity.h"
+#include "support/fakewire.h"
+#include "support/golden.h"
+#include "support/httpclient.h"
+#include "support/listtest.h"
+#include "zrevents/zreventserver.h"
+
+namespace {
+
+constexpr const char* kListener = "/services/events/listener.xml";
+constexpr const char* kProducer = "/services/events/producer.xml";
+
+// A real server over an engine that hasn't started, and a door that is open.
+class ChainServices : public ::testing::Test {
+ protected:
+  ChainServices() {
+    ZRDriver::Register(std::make_unique<RemoteDriver>("R", "Roof"));
+    ZRDriver::Register(std::make_unique<RemoteDriver>("S", "Shed"));
+    BindChain(web, engine, door);
+    ZRString reason;
+    EXPECT_TRUE(web.Start({}, reason)) << reason.Text();
+    door.Open();
+  }
+  ~ChainServices() override {
+    web.Stop();
+    ZRDriver::UnregisterAll();
+  }
+
+  HttpReply Put(const std::string& path, const std::string& body) {
+    HttpClient client(web.Port());
+    EXPECT_TRUE(client.Send("PUT " + path + " HTTP/1.1\r\nHost: localhost\r\nContent-Length: " +
+                            std::to_string(body.size()) + "\r\n\r\n" + body));
+    return client.ReceiveReply();
+  }
+  static std::string Wish(const std::string& ip = "plant") {
+    return "<listener><driverId>L</driverId><ip>" + ip + "</ip><port>80</port></listener>";
+  }
+  static std::string Document(const std::string& id, const std::string& all = "F",
+                              const std::string& driver = "R") {
+    return "<producer><driverId>" + driver + "</driverId><all>" + all + "</all><actived>" +
+           RemoteXml(id).Why("ACTIVATION").On().Xml() + "</actived></producer>";
+  }
+  // Remote events here.
+  int Known() {
+    FakeRequest request;
+    FakeResponse response;
+    return engine.EventList().ActivedCount(request, response);
+  }
+
+  FakeWire wire;
+  ZREventServer engine;
+  ZRChainDoor door;
+  ZRWebServer web;
+};
+
+TEST_F(ChainServices, RegisterAListener) {
+  const HttpReply reply = Put(kListener, Wish());
+  EXPECT_EQ(reply.status, 204);
+  EXPECT_EQ(reply.body, "");
+  EXPECT_EQ(engine.EventList().listenerCount, 1);
+}
+
+TEST_F(ChainServices, ExampleOfTheirPageRegisters) {
+  EXPECT_EQ(Put(kListener, PageExample("docs/wire/listener.md")).status, 204);
+}
+
+TEST_F(ChainServices, SayWhyARegistrationIsRefused) {
+  const HttpReply reply = Put(kListener, "<listener>");
+  EXPECT_EQ(reply.status, 400);
+  EXPECT_EQ(reply.Header("Content-Type"), "text/plain; charset=utf-8");
+  EXPECT_EQ(reply.body.back(), '\n');
+}
+
+TEST_F(ChainServices, HandOnWhatTheListenersOwnServerSays) {
+  for (const int status : {200, 302, 401, 500}) {
+    wire.status = status;
+    EXPECT_EQ(Put(kListener, Wish()).status, status);
+  }
+  for (const int status : {0, 100, 999}) {
+    wire.status = status;
+    EXPECT_EQ(Put(kListener, Wish()).status, 502);
+  }
+}
+
+// While the engine is busy with its listeners, four wait, and nobody else does.
+TEST_F(ChainServices, FifthRegistrationThatWouldWaitIsSentAway) {
+  ZRSemaphore hold(1);
+  ASSERT_TRUE(hold.Acquire(0));
+  wire.decide = [&hold](const FakeWire::tagRequest&) {
+    (void)hold.Acquire(ZRPlatform::kInfinite);
+    hold.Release();
+    return 204;
+  };
+  std::atomic<int> taken{0};
+  std::atomic<int> sentAway{0};
+  std::vector<ZRThread> clients(5);
+  for (ZRThread& client : clients)
+    ASSERT_TRUE(client.Start([&] {
+      const int status = Put(kListener, Wish()).status;
+      if (status == 204) ++taken;
+      if (status != 503) return;
+      ++sentAway;
+      hold.Release();
+    }));
+  for (ZRThread& client : clients)
+    client.Join();
+  EXPECT_EQ(sentAway, 1);
+  EXPECT_EQ(taken, 4);
+}
+
+TEST_F(ChainServices, AnswerWhoAsksWhetherTheyAreThere) {
+  for (const char* body : {"", "x"})
+    EXPECT_EQ(Put(std::string(kProducer) + "?test=T", body).status, 204);
+  EXPECT_EQ(Put(std::string(kProducer) + "?test=F", "x").status, 400);
+}
+
+TEST_F(ChainServices, TakeDocuments) {
+  EXPECT_EQ(Put(kProducer, Document("R.1")).status, 204);
+  EXPECT_EQ(Put("/services/user/producer.xml", Document("R.2")).status, 204);
+  EXPECT_EQ(Known(), 2);
+  EXPECT_EQ(Put(kProducer, "<producer>").status, 400);
+}
+
+TEST_F(ChainServices, AreShutWhileTheSiteIsChanged) {
+  door.Shut();
+  EXPECT_EQ(Put(kProducer, Document("R.1")).status, 503);
+  EXPECT_EQ(Put(kListener, Wish()).status, 503);
+  EXPECT_EQ(Put(std::string(kProducer) + "?test=T", "").status, 204);
+  door.Open();
+  EXPECT_EQ(Put(kProducer, Document("R.1")).status, 204);
+}
+
+TEST_F(ChainServices, TakeAnAccountsDocumentsForItsOwnDriversOnly) {
+  const FakeSecurity security({{17, "R"}});
+  const AccessRule rule({{kResourceProducer, "R"}});
+  EXPECT_EQ(Put(kProducer, Document("R.1")).status, 204);
+  EXPECT_EQ(Put(kProducer, Document("S.1")).status, 403);
+  EXPECT_EQ(Put(kProducer, Document("R.2", "T", "S")).status, 403) << "nor wipe another's";
+  EXPECT_EQ(Put(kProducer, Document("R.2", "F", "S")).status, 204) << "which only T does";
+  EXPECT_EQ(Put(kProducer, "<producer>").status, 400);
+  ZREventListener listener(L"L", "", 0);
+  XmlDocument picture;
+  picture.Create(L"picture");
+  (void)engine.EventList().AddAllActived(listener, picture, L"Ann", L"L", L"");
+  ASSERT_NE(picture.Root()->Node(L"actived"), nullptr);
+  EXPECT_EQ(picture.Root()->Node(L"actived")->Size(), 2);
+}
+
+}  // namespace
