@@ -38,14 +38,28 @@ void AnswerRegistration(ZRHttpResponse& response, int status) {
   AnswerWithoutBody(response, status);
 }
 
+// A place among the registrations that wait, if one is free; given back whatever happens.
+class CPlace {
+ public:
+  explicit CPlace(ZRSemaphore& ofPlaces) : places(ofPlaces), taken(places.Acquire(0)) {}
+  ~CPlace() {
+    if (taken) places.Release();
+  }
+  CPlace(const CPlace&) = delete;
+  CPlace& operator=(const CPlace&) = delete;
+  [[nodiscard]] bool Taken() const { return taken; }
+
+ private:
+  ZRSemaphore& places;
+  const bool taken;
+};
+
 void AnswerListener(ZREventServer& engine, ZRChainDoor& door, ZRSemaphore& registrations,
                     ZRHttpRequest& request, const std::string& body, ZRHttpResponse& response) {
   const ZRChainDoor::CPass pass(door);
-  if (!pass.Given() || !registrations.Acquire(0))
-    return AnswerWithoutBody(response, kServiceUnavailable);
-  const int status = engine.ProcessHttpServiceRegisterListener(request, BytesOf(body));
-  registrations.Release();
-  AnswerRegistration(response, status);
+  const CPlace place(registrations);
+  if (!pass.Given() || !place.Taken()) return AnswerWithoutBody(response, kServiceUnavailable);
+  AnswerRegistration(response, engine.ProcessHttpServiceRegisterListener(request, BytesOf(body)));
 }
 
 // --- documents ---
@@ -87,6 +101,9 @@ void AnswerProducer(ZREventServer& engine, ZRChainDoor& door, ZRHttpRequest& req
   if (request.Parameter("test") == "T") return AnswerWithoutBody(response, kNoContent);
   const ZRChainDoor::CPass pass(door);
   if (!pass.Given()) return AnswerWithoutBody(response, kServiceUnavailable);
+  // The engine reads as far as the first zero: what is checked is what it reads.
+  if (body.find('\0') != std::string::npos)
+    return AnswerWord(response, kBadRequest, "The body isn't UTF-8.");
   if (!MaySpeak(request, body))
     return AnswerWord(response, kForbidden, "This user may not speak for that driver.");
   const int status = engine.ProcessHttpServiceProducer(request, BytesOf(body));

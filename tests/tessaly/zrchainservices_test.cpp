@@ -118,6 +118,15 @@ TEST_F(ChainServices, FifthRegistrationThatWouldWaitIsSentAway) {
   EXPECT_EQ(taken, 4);
 }
 
+// Its place is free again afterwards.
+TEST_F(ChainServices, RegistrationThatFailsTakesNoPlace) {
+  wire.decide = [](const FakeWire::tagRequest&) -> int { throw std::bad_alloc(); };
+  for (int i = 0; i < 2 * kMostRegistrations; ++i)
+    EXPECT_EQ(Put(kListener, Wish()).status, 500);
+  wire.decide = nullptr;
+  EXPECT_EQ(Put(kListener, Wish()).status, 204);
+}
+
 TEST_F(ChainServices, AnswerWhoAsksWhetherTheyAreThere) {
   for (const char* body : {"", "x"})
     EXPECT_EQ(Put(std::string(kProducer) + "?test=T", body).status, 204);
@@ -148,12 +157,64 @@ TEST_F(ChainServices, TakeAnAccountsDocumentsForItsOwnDriversOnly) {
   EXPECT_EQ(Put(kProducer, Document("R.2", "T", "S")).status, 403) << "nor wipe another's";
   EXPECT_EQ(Put(kProducer, Document("R.2", "F", "S")).status, 204) << "which only T does";
   EXPECT_EQ(Put(kProducer, "<producer>").status, 400);
+  // The engine alone would read the first document, which nobody has looked at.
+  EXPECT_EQ(Put(kProducer, Document("S.1", "T", "R") + std::string(1, '\0')).status, 400);
   ZREventListener listener(L"L", "", 0);
   XmlDocument picture;
   picture.Create(L"picture");
   (void)engine.EventList().AddAllActived(listener, picture, L"Ann", L"L", L"");
   ASSERT_NE(picture.Root()->Node(L"actived"), nullptr);
   EXPECT_EQ(picture.Root()->Node(L"actived")->Size(), 2);
+}
+
+// --- documents that mean no good ---
+
+TEST_F(ChainServices, TakeADocumentAsLargeAsMayBeAndNoLargerOne) {
+  const std::string start = "<producer><all>F</all><x>";
+  const std::string end = "</x></producer>";
+  std::string body = start + std::string(kMostProducerBytes - start.size() - end.size(), 'a') + end;
+  EXPECT_EQ(Put(kProducer, body).status, 204);
+  body.insert(start.size(), "a");
+  HttpClient client(web.Port());
+  EXPECT_TRUE(client.Send("PUT " + std::string(kProducer) +
+                          " HTTP/1.1\r\nHost: localhost\r\nContent-Length: " +
+                          std::to_string(body.size()) + "\r\n\r\n"));
+  EXPECT_EQ(client.ReceiveReply().status, 413) << "before a byte of it was sent";
+}
+
+TEST_F(ChainServices, ReadNoEntitiesAndNoDepth) {
+  std::string bomb = "<!DOCTYPE producer [<!ENTITY a0 \"aaaaaaaaaa\">";
+  for (int i = 1; i < 20; ++i) {
+    const std::string inner = "&a" + std::to_string(i - 1) + ";";
+    bomb += "<!ENTITY a" + std::to_string(i) + " \"" + inner + inner + inner + "\">";
+  }
+  bomb += "]><producer><all>F</all><x>&a19;</x></producer>";
+  const std::string outside =
+      "<!DOCTYPE producer SYSTEM \"file:///etc/passwd\"><producer></producer>";
+  std::string deep = "<producer>";
+  for (int i = 0; i < 100'000; ++i)
+    deep += "<a>";
+  for (const std::string& body :
+       {bomb, outside, deep, std::string("<producer>&unknown;</producer>")}) {
+    EXPECT_EQ(Put(kProducer, body).status, 400);
+    EXPECT_EQ(Put(kListener, body.substr(0, kMostListenerBytes)).status, 400);
+  }
+  EXPECT_EQ(Known(), 0);
+}
+
+// An id has no bound of its own: the document has one.
+TEST_F(ChainServices, TakeIdsOfAnyLength) {
+  const std::string large(1'000'000, 'x');
+  EXPECT_EQ(Put(kProducer, Document("R." + large)).status, 204);
+  EXPECT_EQ(Known(), 1);
+  EXPECT_EQ(Put(kProducer, Document(large + ".1")).status, 204) << "of no driver here";
+  std::string path;
+  for (int i = 0; i < 100'000; ++i)
+    path += "S.";
+  EXPECT_EQ(Put(kProducer, Document("R." + path + "1")).status, 204);
+  EXPECT_EQ(Known(), 2);
+  EXPECT_EQ(Put(kProducer, "<producer><driverId>R</driverId><all>T</all></producer>").status, 204);
+  EXPECT_EQ(Known(), 0);
 }
 
 }  // namespace
