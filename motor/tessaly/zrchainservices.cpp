@@ -15,6 +15,7 @@ namespace {
 using tagNode = XmlDocument::XmlNode;
 
 constexpr const char* kListenerPath = "/services/events/listener.xml";
+constexpr const char* kListenersPath = "/services/events/listeners.xml";
 constexpr const char* kProducerPath = "/services/events/producer.xml";
 constexpr const char* kUserProducerPath = "/services/user/producer.xml";
 
@@ -122,6 +123,9 @@ void BindChain(ZRWebServer& web, ZREventServer& engine, ZRChainDoor& door) {
         AnswerListener(engine, door, *registrations, request, body, response);
       },
       ZRWebServer::tagPace::kMayWait);
+  web.Get(kListenersPath, [&engine](ZRHttpRequest& request, ZRHttpResponse& response) {
+    (void)engine.ProcessHttpServiceListeners(request, response);
+  });
   for (const char* const path : {kProducerPath, kUserProducerPath})
     web.Put(
         path, kMostProducerBytes,

@@ -1,4 +1,4 @@
-// tessaly active, notified, ack: questions to a site that runs.
+// tessaly active, notified, ack, listeners: questions to a site that runs.
 
 #include <cstdio>
 #include <unordered_map>
@@ -6,6 +6,7 @@
 #include "host/base/zrlogger.h"
 #include "host/tools/zrtext.h"
 #include "tessaly/zrcommands.h"
+#include "tessaly/zrlistenerlist.h"
 #include "tessaly/zrlivelist.h"
 #include "tessaly/zrshowntext.h"
 #include "tessaly/zrsite.h"
@@ -19,12 +20,17 @@ namespace {
 constexpr const char* kActivePath = "/services/events/actived.xml";
 constexpr const char* kNotifiedPath = "/services/events/notified.xml";
 constexpr const char* kAckPath = "/services/events/ack.xml";
+constexpr const char* kListenersPath = "/services/events/listeners.xml";
 constexpr int kOk = 200;
 constexpr int kNoContent = 204;
 
 int Fail(int exitCode, const std::string& text) {
   std::fprintf(stderr, "tessaly: %s\n", ShownText(text).c_str());
   return exitCode;
+}
+
+void Print(std::string_view text) {
+  (void)std::fwrite(text.data(), 1, text.size(), stdout);
 }
 
 std::string Utf8(const ZRWString& text) {
@@ -84,6 +90,7 @@ class CLiveCommand {
 
   int Show(ZRLiveList::tagKind kind, const char* path);
   int Acknowledge();
+  int ShowListeners();
 
  private:
   // An exit code; kExitDone when the question is ready to be asked.
@@ -124,21 +131,34 @@ int CLiveCommand::Show(ZRLiveList::tagKind kind, const char* path) {
   question.path = path;
   ZRHttpReply reply;
   if (const int asked = Ask(kOk, reply); asked != kExitDone) return asked;
-  const ZRTextSink print = [](std::string_view text) {
-    (void)std::fwrite(text.data(), 1, text.size(), stdout);
-  };
   ZRLiveList list(kind);
   std::string reason;
   if (!list.Read(reply.body, reason)) return Fail(kExitFaulty, reason);
   if (command.client.format == ZRHistoryFormat::kXml) {
-    print(reply.body);
+    Print(reply.body);
     return kExitDone;
   }
   CGroups groups;
   groups.Load(site);
   list.Write(
       command.client.format, [&groups](const ZRLiveEvent& event) { return groups.Of(event); },
-      print);
+      &Print);
+  return kExitDone;
+}
+
+int CLiveCommand::ShowListeners() {
+  if (const int ready = Prepare(); ready != kExitDone) return ready;
+  question.path = kListenersPath;
+  ZRHttpReply reply;
+  if (const int asked = Ask(kOk, reply); asked != kExitDone) return asked;
+  ZRListenerList list;
+  std::string reason;
+  if (!list.Read(reply.body, reason)) return Fail(kExitFaulty, reason);
+  if (command.client.format == ZRHistoryFormat::kXml) {
+    Print(reply.body);
+  } else {
+    list.Write(command.client.format, &Print);
+  }
   return kExitDone;
 }
 
@@ -167,4 +187,8 @@ int ShowNotified(const ZRCommand& command) {
 
 int AcknowledgeEvents(const ZRCommand& command) {
   return CLiveCommand(command).Acknowledge();
+}
+
+int ShowListeners(const ZRCommand& command) {
+  return CLiveCommand(command).ShowListeners();
 }

@@ -182,6 +182,9 @@ void AddLiveVerbs(CLI::App& app, ZRCommand& command) {
   AddLive(app, "ack", "Acknowledge events at a running site.", command, Verb::kAck)
       ->add_option("ID", words.ids, "as tessaly notified shows them")
       ->required();
+  AddFormat(*AddLive(app, "listeners", "Ask a running site who is told of its events.", command,
+                     Verb::kListeners),
+            words.format);
 }
 
 }  // namespace

@@ -61,19 +61,20 @@ struct ZRCommand {
     kUser,
     kActive,
     kNotified,
-    kAck
+    kAck,
+    kListeners
   };
 
   tagVerb verb = tagVerb::kNone;
   int exitCode = kExitDone;  // for kNone: help was shown, or the words make no sense
   std::string site;
   std::string expression;  // for kEval
-  int port = -1;           // for kRun, kActive, kNotified, kAck; -1: as the settings say
+  int port = -1;  // for kRun and the verbs that ask a running site; -1: as the settings say
   ZRHistoryWords history;  // for kHistory
   std::string file;        // for kDumpHistory: the data file; for kRename: the old document
   bool dryRun = false;     // for kRename
   ZRUserWords user;        // for kUser
-  ZRClientWords client;    // for kActive, kNotified, kAck
+  ZRClientWords client;    // for kActive, kNotified, kAck, kListeners
 };
 
 // Reads the command line; help, the version and complaints are printed at once.

@@ -32,6 +32,8 @@ int CarryOut(const ZRCommand& command) {
       return ShowNotified(command);
     case ZRCommand::tagVerb::kAck:
       return AcknowledgeEvents(command);
+    case ZRCommand::tagVerb::kListeners:
+      return ShowListeners(command);
     case ZRCommand::tagVerb::kNone:
       break;
   }

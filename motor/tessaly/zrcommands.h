@@ -18,4 +18,5 @@
 [[nodiscard]] int ManageUsers(const ZRCommand& command);
 [[nodiscard]] int ShowActive(const ZRCommand& command);
 [[nodiscard]] int ShowNotified(const ZRCommand& command);
+[[nodiscard]] int ShowListeners(const ZRCommand& command);
 [[nodiscard]] int AcknowledgeEvents(const ZRCommand& command);

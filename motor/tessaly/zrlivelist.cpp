@@ -1,11 +1,8 @@
 #include "tessaly/zrlivelist.h"
 
-#include <optional>
-
 #include "host/tools/xmldocument.h"
-#include "host/tools/zrtext.h"
 #include "tessaly/zrfieldtext.h"
-#include "tessaly/zrperiod.h"
+#include "tessaly/zrsenttime.h"
 #include "tessaly/zrshowntext.h"
 #include "tessaly/zrtexttable.h"
 
@@ -35,20 +32,6 @@ ZRLiveEvent EventOf(const XmlDocument::XmlNode& node, tagKind kind) {
   return event;
 }
 
-std::string LocalTime(const std::string& sent) {
-  const std::optional<ZRDateTime> time = ParseInstant(sent, ZRReading::kUtc);
-  if (!time) return ShownText(sent);
-  ZRString text;
-  (void)DateTime2String(text, time->UTC2LTC(), false, false);
-  return std::string(text.View());
-}
-
-std::string IsoTime(const std::string& sent) {
-  const std::optional<ZRDateTime> time = ParseInstant(sent, ZRReading::kUtc);
-  if (!time) return sent;
-  return std::string(Utf16ToUtf8(time->ToCompleteWString().View()).View());
-}
-
 // What has become of an occurrence.
 std::string StateOf(const ZRLiveEvent& event) {
   const std::string life = event.ended.empty() ? "active" : "over";
@@ -61,7 +44,7 @@ tagCells TitlesOf(tagKind kind) {
 }
 
 tagCells CellsOf(const ZRLiveEvent& event, tagKind kind, const std::string& groups) {
-  tagCells cells{LocalTime(event.began)};
+  tagCells cells{LocalTimeOf(event.began)};
   if (kind == tagKind::kNotified) {
     cells.push_back(StateOf(event));
     cells.push_back(ShownText(event.id));
@@ -76,14 +59,14 @@ ZRField FlagField(const char* name, bool value) {
 }
 
 ZRFields FieldsOf(const ZRLiveEvent& event, tagKind kind, const std::string& groups) {
-  ZRFields fields{TimeField("began", IsoTime(event.began)), TextField("group", groups),
+  ZRFields fields{TimeField("began", IsoTimeOf(event.began)), TextField("group", groups),
                   TextField("event", event.name), TextField("text", event.text),
                   TextField("description", event.description)};
   if (kind == tagKind::kActive) {
     fields.push_back(FlagField("notify", event.isToAcknowledge));
   } else {
-    fields.push_back(TimeField("ended", IsoTime(event.ended)));
-    fields.push_back(TimeField("acknowledged", IsoTime(event.acknowledged)));
+    fields.push_back(TimeField("ended", IsoTimeOf(event.ended)));
+    fields.push_back(TimeField("acknowledged", IsoTimeOf(event.acknowledged)));
     fields.push_back(FlagField("can_acknowledge", event.isToAcknowledge));
   }
   fields.push_back(TextField("end_text", event.endText));

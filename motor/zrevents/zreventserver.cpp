@@ -9,6 +9,7 @@
 #include "host/drivervariables/zrdrivervariablenames.h"
 #include "host/support/zrloadenabledevents.h"
 #include "host/support/zrtessalysetup.h"
+#include "zrevents/services/zrlistenerboard.h"
 #include "zrevents/zrdriverpath.h"
 #include "zrevents/zreventdriver.h"
 #include "zrevents/zrgatetoken.h"
@@ -45,7 +46,9 @@ void AddMissing(XmlDocument& document, std::initializer_list<const wchar_t*> tag
 
 }  // namespace
 
-ZREventServer::ZREventServer() : gate(std::make_unique<ZRSemaphore>(kGateTokens)) {
+ZREventServer::ZREventServer()
+    : gate(std::make_unique<ZRSemaphore>(kGateTokens)),
+      listenerBoard(std::make_unique<ZRListenerBoard>()) {
   instance = this;
 }
 

@@ -17,6 +17,7 @@
 #include "zrevents/zreventsexport.h"
 #include "zrevents/zreventsystem.h"
 
+class ZRListenerBoard;
 struct ZRListenerRound;
 
 // The engine. The host makes the one instance, then calls LoadCfg, Start, the services from its
@@ -103,6 +104,9 @@ class ZREVENTS_API ZREventServer {
   // status to answer with: 204, or 400 if it is none, or comes through a driver that isn't online;
   // what stands before such an event has been taken then.
   [[nodiscard]] int ProcessHttpServiceProducer(ZRHttpRequest& request, const unsigned char* body);
+  // Who listens, since when, what the last one said, and how many changes wait. Never waits for a
+  // round of documents.
+  bool ProcessHttpServiceListeners(ZRHttpRequest& request, ZRHttpResponse& response);
   // From now on users' clients register here and no other engines, or the other way round, as in
   // the beginning.
   void AcceptUserListeners(bool isAccepted) { acceptsUserListeners = isAccepted; }
@@ -128,6 +132,7 @@ class ZREVENTS_API ZREventServer {
   void AddAllEvents(XmlDocument& document, const ZREventListener& listener);
   void DropFailedListeners(ZRListenerRound& round) ZR_REQUIRES(listenersMutex);
   void RefreshAllListeners() ZR_REQUIRES(listenersMutex);
+  void ShowListeners() ZR_REQUIRES(listenersMutex);
   [[nodiscard]] ZREventListener* FindListener(const ZRWString& driverId)
       ZR_REQUIRES(listenersMutex);
   [[nodiscard]] int RegisterEngine(const XmlDocument::XmlNode& wish, ZRHttpRequest& request)
@@ -159,6 +164,7 @@ class ZREVENTS_API ZREventServer {
   // Held through a whole round of documents, with its waits, and through a registration.
   ZRMutex listenersMutex;
   std::vector<std::unique_ptr<ZREventListener>> listeners ZR_GUARDED_BY(listenersMutex);
+  std::unique_ptr<ZRListenerBoard> listenerBoard;  // of them, for who asks
   ZRMutex listenerDriverIdsMutex;
   // One for each registration of a new listener.
   std::list<ZRWString> listenerDriverIds ZR_GUARDED_BY(listenerDriverIdsMutex);

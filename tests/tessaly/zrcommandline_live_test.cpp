@@ -38,6 +38,7 @@ TEST_F(LiveWords, NameASite) {
   EXPECT_EQ(active.client.authorities, "");
   EXPECT_EQ(active.client.format, ZRHistoryFormat::kTable);
   EXPECT_EQ(Parse({"notified", "house"}).verb, Verb::kNotified);
+  EXPECT_EQ(Parse({"listeners", "house"}).verb, Verb::kListeners);
   EXPECT_TRUE(IsRefused({"active"}));
   EXPECT_TRUE(IsRefused({"active", "house", "more"}));
 }

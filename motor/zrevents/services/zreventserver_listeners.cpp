@@ -119,6 +119,7 @@ int ZREventServer::ProcessHttpServiceRegisterListener(ZRHttpRequest& request,
   ZREventListener* const known = FindListener(Value(wish, L"driverId"));
   if (known != nullptr) {
     Update(*known, wish, acceptsUserListeners ? nullptr : &request);
+    ShowListeners();
     logger(kLogTrace, kLogNoContent, kSource, __LINE__);
     return kNoContent;
   }
@@ -172,6 +173,7 @@ void ZREventServer::AddListener(std::unique_ptr<ZREventListener> listener) {
   const ZRWString key = listener->driverId;
   listeners.push_back(std::move(listener));
   ++eventList.listenerCount;
+  ShowListeners();
   const ZRMutexLock lock(listenerDriverIdsMutex);
   listenerDriverIds.push_back(key);
 }

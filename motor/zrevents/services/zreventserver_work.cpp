@@ -6,6 +6,7 @@
 #include "host/user/zrsecuritymanager.h"
 #include "zrevents/actions/zrstartedprocesses.h"
 #include "zrevents/lists/zruserrights.h"
+#include "zrevents/services/zrlistenerboard.h"
 #include "zrevents/services/zrlistenerround.h"
 #include "zrevents/zreventdriver.h"
 #include "zrevents/zreventserver.h"
@@ -19,7 +20,7 @@ constexpr std::uint32_t kPause = 1000;  // ms between two rounds
 
 void ZREventServer::Work() {
   {
-    ZRListenerRound round;
+    ZRListenerRound round(*listenerBoard);
     state.Set(kThreadRunning);
     {
       const ZRMutexLock lock(listenersMutex);
@@ -37,6 +38,11 @@ void ZREventServer::Work() {
 void ZREventServer::RefreshAllListeners() {
   for (const auto& listener : listeners)
     listener->needsAll = true;
+  ShowListeners();
+}
+
+void ZREventServer::ShowListeners() {
+  listenerBoard->Show(listeners, ZRDateTime::UTC());
 }
 
 // The mutex stays held while documents are put, also through the pauses: required.
@@ -112,4 +118,5 @@ void ZREventServer::DropFailedListeners(ZRListenerRound& round) {
     round.failed.clear();
   }
   eventList.listenerCount = static_cast<int>(listeners.size());
+  ShowListeners();
 }

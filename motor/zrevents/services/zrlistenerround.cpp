@@ -1,6 +1,7 @@
 #include "zrevents/services/zrlistenerround.h"
 
 #include "host/platform/zrplatform.h"
+#include "zrevents/services/zrlistenerboard.h"
 
 namespace {
 
@@ -31,6 +32,7 @@ void ZRListenerRound::Send(const ZREventListener& listener) {
     const int status = client.Put(listener.host, listener.port, path, text.Text(),
                                   static_cast<int>(text.Length()), nullptr, nullptr);
     client.Cancel();
+    board.Answered(listener.driverId, status);
     if (status == kTaken) return;
     if (attempt == kAttempts) break;
     ZRPlatform::Get().Sleep(kPause);

@@ -7,11 +7,16 @@
 #include "host/tools/xmldocument.h"
 #include "zrevents/zreventlistener.h"
 
+class ZRListenerBoard;
+
 // Used again in every round, and by the listener thread only.
 struct ZRListenerRound {
+  explicit ZRListenerRound(ZRListenerBoard& toTell) : board(toTell) {}
+
   XmlDocument document;  // made anew for each listener
   ZRString text;         // of it
   ZRHttpClient client{true};
+  ZRListenerBoard& board;  // is told each answer
   std::vector<const ZREventListener*> failed;
 
   // Makes `document` one with the head for `listener`.
