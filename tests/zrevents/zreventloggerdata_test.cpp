@@ -116,6 +116,34 @@ TEST(LoggerDataRecord, TextsAreHeldToTheLetter) {
   EXPECT_EQ(record.AnnotationView().size(), 3U);
 }
 
+// They may lie in one place: a change of one isn't a change of the other.
+TEST_F(LoggerRecords, WithEqualTextsHaveEachTheirOwn) {
+  const std::string text = "pressure too high in hall B";
+  CDataRecord* const first = Add(1, 1, At(0), kActivated, text);
+  CDataRecord* const second = Add(1, 2, At(1), kActivated, text);
+  (void)Add(1, 2, At(2), kDeactivated, text);
+  first->SetAnnotation(ZRString("another"));
+  EXPECT_EQ(first->AnnotationView(), "another");
+  EXPECT_EQ(second->AnnotationView(), text);
+  EXPECT_EQ(second->DeaAnnotationView(), text);
+}
+
+// Of texts of one length that are almost the same, and of all short lengths.
+TEST_F(LoggerRecords, KeepTextsThatDifferInOneByte) {
+  std::vector<std::string> texts;
+  for (std::size_t length = 1; length <= 40; length += length < 18 ? 1 : 11) {
+    for (std::size_t i = 0; i < length; ++i) {
+      texts.emplace_back(length, 'a');
+      texts.back()[i] = 'b';
+    }
+  }
+  std::vector<CDataRecord*> records;
+  for (const std::string& text : texts)
+    records.push_back(Add(1, static_cast<int>(records.size()), At(0), kActivated, text));
+  for (std::size_t i = 0; i < texts.size(); ++i)
+    EXPECT_EQ(records[i]->AnnotationView(), texts[i]);
+}
+
 TEST_F(LoggerRecords, CopyOfARecordOutlivesItsGroup) {
   std::unique_ptr<CDataRecord> copy;
   CDataRecord assigned(Event(9), Id(9), At(9));

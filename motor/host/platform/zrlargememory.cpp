@@ -2,9 +2,13 @@
 
 #include <sys/mman.h>
 
+#include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <new>
+#include <utility>
+
+#include "host/platform/zrmutex.h"
 
 namespace {
 
@@ -33,6 +37,59 @@ void* TakePages(std::size_t bytes) {
   return pages;
 }
 
+// Pieces that were given back, all of whole pages.
+class CKept {
+ public:
+  // One of that size; null if none waits.
+  void* Take(std::size_t bytes) {
+    const ZRMutexLock lock(mutex);
+    for (tagPiece& piece : pieces) {
+      if (piece.data == nullptr || piece.bytes != bytes) continue;
+      total -= bytes;
+      return std::exchange(piece.data, nullptr);
+    }
+    return nullptr;
+  }
+  // The ones that wait longest make room.
+  void Keep(void* data, std::size_t bytes) {
+    if (bytes > ZRLargeMemory::kMostKept) {
+      (void)::munmap(data, bytes);
+      return;
+    }
+    (void)::madvise(data, bytes, MADV_FREE);  // a wish
+    const ZRMutexLock lock(mutex);
+    do {
+      next = (next + 1) % pieces.size();
+      Drop(pieces[next]);
+    } while (total + bytes > ZRLargeMemory::kMostKept);
+    pieces[next] = {data, bytes};
+    total += bytes;
+  }
+
+ private:
+  struct tagPiece {
+    void* data = nullptr;
+    std::size_t bytes = 0;
+  };
+
+  void Drop(tagPiece& piece) ZR_REQUIRES(mutex) {
+    if (piece.data == nullptr) return;
+    (void)::munmap(piece.data, piece.bytes);
+    total -= piece.bytes;
+    piece = {};
+  }
+
+  ZRMutex mutex;
+  std::array<tagPiece, 32> pieces ZR_GUARDED_BY(mutex);
+  std::size_t next ZR_GUARDED_BY(mutex) = 0;   // the one that was filled last
+  std::size_t total ZR_GUARDED_BY(mutex) = 0;  // bytes
+};
+
+CKept& Kept() {
+  static CKept kept;
+  return kept;
+}
+
 }  // namespace
 
 void* ZRLargeMemory::Take(std::size_t bytes) {
@@ -44,9 +101,15 @@ void* ZRLargeMemory::Take(std::size_t bytes) {
   return taken;
 }
 
+void* ZRLargeMemory::TakeAny(std::size_t bytes) {
+  void* const kept =
+      bytes >= kLarge && bytes <= kMostKept ? Kept().Take(WholePages(bytes)) : nullptr;
+  return kept != nullptr ? kept : Take(bytes);
+}
+
 void ZRLargeMemory::Give(void* data, std::size_t bytes) noexcept {
   if (bytes >= kLarge) {
-    (void)::munmap(data, WholePages(bytes));
+    Kept().Keep(data, WholePages(bytes));
   } else {
     std::free(data);  // NOLINT(cppcoreguidelines-no-malloc)
   }

@@ -7,14 +7,24 @@
 // A piece of memory of a fixed size, all zero. From kLarge on it is asked for in large pages: where
 // the system has them, filling it costs a small part of what it does otherwise.
 //
-// Threads   one at a time.
+// Large pieces that were given back wait for somebody who wants one of their size and doesn't need
+// it to be zero: up to kMostKept bytes of the process, which the system may take when it is short
+// of memory.
+//
+// Threads   one at a time; Take, TakeAny and Give: any.
+// Order     the mutex of what waits is a leaf.
 // Errors    std::bad_alloc.
 class ZRLargeMemory {
  public:
-  static constexpr std::size_t kLarge = std::size_t{1} << 20;  // bytes
+  static constexpr std::size_t kLarge = std::size_t{1} << 20;      // bytes
+  static constexpr std::size_t kMostKept = std::size_t{64} << 20;  // bytes
 
   ZRLargeMemory() = default;
   explicit ZRLargeMemory(std::size_t bytes) : data(Take(bytes)), size(bytes) {}
+  // The same with anything in it.
+  [[nodiscard]] static ZRLargeMemory Any(std::size_t bytes) {
+    return ZRLargeMemory(TakeAny(bytes), bytes);
+  }
   ~ZRLargeMemory() { Give(data, size); }
   ZRLargeMemory(ZRLargeMemory&& other) noexcept
       : data(std::exchange(other.data, nullptr)), size(std::exchange(other.size, 0)) {}
@@ -29,9 +39,12 @@ class ZRLargeMemory {
 
   // The same without an owner. Null for 0 bytes; null is given back by Give too.
   [[nodiscard]] static void* Take(std::size_t bytes);
+  [[nodiscard]] static void* TakeAny(std::size_t bytes);
   static void Give(void* data, std::size_t bytes) noexcept;
 
  private:
+  ZRLargeMemory(void* toOwn, std::size_t bytes) : data(toOwn), size(bytes) {}
+
   void* data = nullptr;
   std::size_t size = 0;
 };
@@ -49,7 +62,7 @@ struct ZRLargeAllocator {
   explicit(false) ZRLargeAllocator(const ZRLargeAllocator<Other>& /*other*/) {}
 
   [[nodiscard]] T* allocate(std::size_t count) {
-    return static_cast<T*>(ZRLargeMemory::Take(count * kEach));
+    return static_cast<T*>(ZRLargeMemory::TakeAny(count * kEach));
   }
   void deallocate(T* data, std::size_t count) noexcept { ZRLargeMemory::Give(data, count * kEach); }
   bool operator==(const ZRLargeAllocator& /*other*/) const { return true; }

@@ -19,7 +19,9 @@ namespace {
 constexpr int kFirstAtOrAfter = 1;  // the mode of SearchByTime
 constexpr ZRHistoryMonth kFirstToCount = {2000, 1};
 constexpr std::int32_t kPercent = 100;
-constexpr std::size_t kAtOnce = 32;  // records
+// Records that are taken from a file at once, and from a small one.
+constexpr std::size_t kAtOnce = 128;
+constexpr std::size_t kFewAtOnce = 16;
 
 using tagFields = ZREventFile::tagFields;
 
@@ -60,19 +62,28 @@ class CInstant {
   bool isValid;
 };
 
-// Calls `visit(records)` for the readable records from `from` on, some at a time, while it gives
-// true.
-template <typename Visit>
-void ForEachPieceFrom(ZREventFile& file, const ZRDateTime& from, Visit visit) {
-  int index = file.SearchByTime(from, kFirstAtOrAfter);
-  if (index < 0) return;
-  const CInstant begin(from);
-  std::array<tagFields, kAtOnce> records;
+// Calls `visit(records)` for the readable records from `index` on whose date isn't before `begin`,
+// at most kMost at a time, while it gives true.
+template <std::size_t kMost, typename Visit>
+void ForEachPiece(ZREventFile& file, int index, const CInstant& begin, Visit visit) {
+  std::array<tagFields, kMost> records;
   while (const std::size_t count = file.ReadFrom(index, records.data(), records.size())) {
     const auto end = records.begin() + static_cast<std::ptrdiff_t>(count);
     const auto last = std::remove_if(
         records.begin(), end, [&](const tagFields& each) { return begin.IsAfter(each.date); });
     if (!visit(std::span<const tagFields>(records.begin(), last))) return;
+  }
+}
+
+// The same from the first record on whose date isn't before `from`.
+template <typename Visit>
+void ForEachPieceFrom(ZREventFile& file, const ZRDateTime& from, Visit visit) {
+  const int index = file.SearchByTime(from, kFirstAtOrAfter);
+  if (index < 0) return;
+  if (static_cast<std::size_t>(file.numRecords - index) <= kFewAtOnce) {
+    ForEachPiece<kFewAtOnce>(file, index, CInstant(from), visit);
+  } else {
+    ForEachPiece<kAtOnce>(file, index, CInstant(from), visit);
   }
 }
 

@@ -107,13 +107,6 @@ void CDataRecord::CopyValues(const CDataRecord& other) {
   notify = other.notify;
 }
 
-std::string_view CDataRecord::ViewOf(tagText text) {
-  if (text == nullptr) return {};
-  std::uint32_t length = 0;
-  std::memcpy(&length, text, sizeof length);
-  return {text + sizeof length, length};
-}
-
 void CDataRecord::SetText(tagText& text, std::string_view toSet) {
   if (!IsAlone()) {
     text = event->store->Keep(toSet);

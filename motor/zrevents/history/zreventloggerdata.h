@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <iterator>
 #include <memory>
 #include <span>
@@ -139,7 +140,12 @@ class ZREVENTS_API ZREventLoggerData::CDataRecord {
       : recordId(id), time(activation), event(&ofGroup) {}
 
   [[nodiscard]] bool IsAlone() const { return event->store == nullptr; }
-  [[nodiscard]] static std::string_view ViewOf(tagText text);
+  [[nodiscard]] static std::string_view ViewOf(tagText text) {
+    if (text == nullptr) return {};
+    std::uint32_t length = 0;
+    std::memcpy(&length, text, sizeof length);
+    return {text + sizeof length, length};
+  }
   void SetText(tagText& text, std::string_view toSet);
   void CopyValues(const CDataRecord& other);
   void Free();

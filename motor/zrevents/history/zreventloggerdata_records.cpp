@@ -14,6 +14,8 @@ using CRecordGroup = ZREventLoggerData::CRecordGroup;
 
 namespace {
 
+constexpr std::size_t kAhead = 24;  // records whose places in memory are on their way
+
 std::uint32_t SecondsBetween(const ZRDateTime& from, const ZRDateTime& to) {
   return static_cast<std::uint32_t>((to - from).TotalSeconds());
 }
@@ -115,10 +117,12 @@ inline CDataRecord* CRecordGroup::Put(const tagTransition& step, int value) {
 }
 
 void CRecordGroup::CIntake::Add(std::span<const ZREventFile::tagFields> toAdd) {
-  for (const ZREventFile::tagFields& record : toAdd)
+  for (const ZREventFile::tagFields& record : toAdd.first(std::min(kAhead, toAdd.size())))
     group.index.Prefetch(record.id);
   const CDataRecord::tagEvent* event = nullptr;
-  for (const ZREventFile::tagFields& record : toAdd) {
+  for (std::size_t i = 0; i < toAdd.size(); ++i) {
+    if (i + kAhead < toAdd.size()) group.index.Prefetch(toAdd[i + kAhead].id);
+    const ZREventFile::tagFields& record = toAdd[i];
     const ZRDateTime date(record.date);
     const int value = StepOf(record.value);
     if (value != kActivated) {

@@ -47,14 +47,16 @@ class ZRLoggerStore {
     return First(chunk)[place - (std::uint64_t{kFirstChunk} << chunk)];
   }
 
-  // A copy of a text, with its length in front of it; null for the empty one.
+  // A copy of a text, with its length in front of it; null for the empty one. It never changes:
+  // records with equal texts may share one.
   [[nodiscard]] CDataRecord::tagText Keep(std::string_view text) {
     if (text.empty()) return nullptr;
-    const auto length = static_cast<std::uint32_t>(text.size());
-    char* const kept = TextRoom(sizeof length + text.size());
-    std::memcpy(kept, &length, sizeof length);
-    std::memcpy(kept + sizeof length, text.data(), text.size());
-    return kept;
+    const std::uint32_t mark = MarkOf(text);
+    tagKnownText& known = knownTexts[mark % knownTexts.size()];
+    if (known.kept != nullptr && known.mark == mark && CDataRecord::ViewOf(known.kept) == text)
+      return known.kept;
+    known = {Copy(text), mark};
+    return known.kept;
   }
 
  private:
@@ -64,6 +66,40 @@ class ZRLoggerStore {
   static constexpr std::size_t kFirstTexts = 4096;  // bytes; later ones double
   static constexpr std::size_t kMostTexts = std::size_t{8} << 20;
 
+  // A text that was kept lately.
+  struct tagKnownText {
+    CDataRecord::tagText kept = nullptr;
+    std::uint32_t mark = 0;
+  };
+  static constexpr std::size_t kKnownTexts = 512;
+
+  // Made of the length, and of the first, the middle and the last bytes.
+  [[nodiscard]] static std::uint32_t MarkOf(std::string_view text) {
+    constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15u;
+    constexpr std::size_t kWord = sizeof(std::uint64_t);
+    std::uint64_t begin = 0;
+    std::uint64_t middle = 0;
+    std::uint64_t end = 0;
+    if (text.size() < kWord) {
+      for (const char c : text)
+        begin = begin << 8 | static_cast<unsigned char>(c);
+    } else {
+      const std::size_t last = text.size() - kWord;
+      std::memcpy(&begin, text.data(), kWord);
+      std::memcpy(&middle, text.data() + last / 2, kWord);
+      std::memcpy(&end, text.data() + last, kWord);
+    }
+    const std::uint64_t mixed =
+        ((begin ^ text.size()) * kSpread) ^ std::rotl(middle * kSpread, 21) ^ end;
+    return static_cast<std::uint32_t>((mixed ^ mixed >> 32) * kSpread >> 32);
+  }
+  [[nodiscard]] CDataRecord::tagText Copy(std::string_view text) {
+    const auto length = static_cast<std::uint32_t>(text.size());
+    char* const kept = TextRoom(sizeof length + text.size());
+    std::memcpy(kept, &length, sizeof length);
+    std::memcpy(kept + sizeof length, text.data(), text.size());
+    return kept;
+  }
   [[nodiscard]] CDataRecord* First(unsigned chunk) const {
     return static_cast<CDataRecord*>(chunks[chunk].Data());
   }
@@ -81,6 +117,7 @@ class ZRLoggerStore {
   CDataRecord* free = nullptr;  // in the last chunk
   std::uint32_t room = 0;       // records
   std::uint32_t made = 0;
+  std::array<tagKnownText, kKnownTexts> knownTexts;
   std::vector<ZRLargeMemory> texts;
   std::size_t nextTexts = kFirstTexts;
   char* textFree = nullptr;  // in the last piece

@@ -22,6 +22,29 @@ TEST(LargeMemory, IsZeroToItsEndAndCanBeFilled) {
   }
 }
 
+TEST(LargeMemory, WaitsForTheNextOneWhoDoesNotNeedZeros) {
+  constexpr std::size_t kSize = ZRLargeMemory::kLarge * 22;
+  void* const data = ZRLargeMemory::Take(kSize);
+  std::fill_n(static_cast<unsigned char*>(data), kSize, static_cast<unsigned char>(7));
+  ZRLargeMemory::Give(data, kSize);
+  const ZRLargeMemory zero(kSize);
+  EXPECT_NE(zero.Data(), data);
+  EXPECT_EQ(static_cast<unsigned char*>(zero.Data())[kSize - 1], 0);
+  const ZRLargeMemory any = ZRLargeMemory::Any(kSize);
+  EXPECT_EQ(any.Data(), data);
+  EXPECT_EQ(any.Size(), kSize);
+}
+
+TEST(LargeMemory, WaitsNoLongerWhenOthersNeedTheRoom) {
+  constexpr std::size_t kSize = ZRLargeMemory::kMostKept / 2;
+  void* const data = ZRLargeMemory::Take(kSize);
+  *static_cast<unsigned char*>(data) = 7;
+  ZRLargeMemory::Give(data, kSize);
+  { const ZRLargeMemory other(kSize + ZRLargeMemory::kLarge * 2); }
+  const ZRLargeMemory any = ZRLargeMemory::Any(kSize);
+  EXPECT_EQ(*static_cast<unsigned char*>(any.Data()), 0);
+}
+
 TEST(LargeMemory, OfNoBytesIsNothing) {
   const ZRLargeMemory none;
   EXPECT_EQ(none.Data(), nullptr);
