@@ -32,6 +32,7 @@ void ZRCrashingDisk::Reset(std::uint64_t seed) {
   nodes[kOutermost].durable.clear();
   Heal();
   calls = 0;
+  failedSyncs = 0;
   isDown = false;
 }
 
@@ -495,6 +496,7 @@ bool ZRCrashingDisk::Sync(tagHandle file) {
     return node != nullptr;
   };
   const auto fail = [&] {
+    ++failedSyncs;
     tagNode* node = FindFile(file, false);
     if (node != nullptr) node->content.FailSync(chance);
   };
@@ -522,6 +524,7 @@ bool ZRCrashingDisk::SyncAll(tagHandle handle) {
     return true;
   };
   const auto fail = [&] {
+    ++failedSyncs;
     for (tagNode& node : nodes)
       node.content.FailSync(chance);
   };

@@ -98,6 +98,8 @@ class ZRCrashingDisk : public ZRFileSystem {
   // The number of calls since the start, those that failed included, Close not.
   [[nodiscard]] std::uint64_t Calls() const { return calls; }
   [[nodiscard]] int OpenHandles() const;
+  // How many syncs have failed since Reset, files' and of all: what they had to write may be lost.
+  [[nodiscard]] std::uint64_t FailedSyncs() const { return failedSyncs; }
   // What a reader would find; null if there is no file of that path.
   [[nodiscard]] const tagBytes* Content(std::string_view path) const;
   // All folders and files, sorted by path.
@@ -217,6 +219,7 @@ class ZRCrashingDisk : public ZRFileSystem {
   unsigned lessPerMille = 0;
   std::uint64_t capacity = kBoundless;
   std::uint64_t calls = 0;
+  std::uint64_t failedSyncs = 0;
   std::uint64_t endAt = 0;  // the number of the call; 0: never
   tagEnd plannedEnd = tagEnd::kPowerCut;
   bool isDown = false;

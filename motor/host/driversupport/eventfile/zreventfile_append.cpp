@@ -182,7 +182,10 @@ bool ZREventFile::CImplementation::MakeDurable() {
                        std::string(last.annotation)};
     if (sync.PutOff(path.Wide(), path.Root(), std::move(written))) return true;
   }
-  if (!SyncFile()) return false;
+  if (!SyncFile()) {
+    sync.NoteFailedSync();
+    return false;
+  }
   const bool isNamed = last.index != 0 && sync.IsDurableFolder(path.Root() + path.YearAndMonth());
   if (isNamed || SyncNames()) return true;
   // Without its name the file would take other records with it.

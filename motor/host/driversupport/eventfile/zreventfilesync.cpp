@@ -174,6 +174,15 @@ bool ZREventFileSync::PutOff(const ZRWString& path, const char* root,
   return true;
 }
 
+void ZREventFileSync::NoteFailedSync() {
+  const int error = errno;
+  {
+    const ZRMutexLock lock(state->mutex);
+    if (state->waiting.records != 0) state->waiting.hasFailed = true;
+  }
+  errno = error;
+}
+
 bool ZREventFileSync::IsDurableFolder(const std::string& folder) const {
   const ZRMutexLock lock(state->mutex);
   return state->folders.count(folder) != 0;

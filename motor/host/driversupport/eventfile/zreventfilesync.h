@@ -58,6 +58,8 @@ class ZREventFileSync {
   // False if it must be, after all. `root` is the data folder.
   [[nodiscard]] bool PutOff(const ZRWString& path, const char* root,
                             ZREventFile::tagWritten record);
+  // The sync of a file has failed: what was put off may have gone with it, and is written again.
+  void NoteFailedSync();
   // Folders of a month whose names are known to be durable since Start.
   [[nodiscard]] bool IsDurableFolder(const std::string& folder) const;
   void NoteDurableFolder(const std::string& folder);

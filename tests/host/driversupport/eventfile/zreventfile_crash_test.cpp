@@ -19,11 +19,16 @@ namespace {
 
 using tagCall = ZRCrashingDisk::tagCall;
 
-// How many; the environment asks for more.
-std::uint64_t Rounds(std::uint64_t usual) {
-  const char* const asked = std::getenv("ZR_CRASH_ROUNDS");  // NOLINT(concurrency-mt-unsafe)
+std::uint64_t Asked(const char* variable, std::uint64_t usual) {
+  const char* const asked = std::getenv(variable);  // NOLINT(concurrency-mt-unsafe)
   return asked != nullptr ? std::strtoull(asked, nullptr, 10) : usual;
 }
+
+// The environment asks for more rounds, or for others, such as the one that failed.
+struct tagSeeds {
+  std::uint64_t first = Asked("ZR_CRASH_SEED", 1);
+  std::uint64_t behind = first + Asked("ZR_CRASH_ROUNDS", 500);
+};
 
 class EventFileCrash : public testing::Test {
  protected:
@@ -34,6 +39,13 @@ class EventFileCrash : public testing::Test {
     bool isDurable = false;    // as far as the program was told, in any life
   };
 
+  void PlayAll(ZRDurability durability) {
+    const tagSeeds seeds;
+    for (std::uint64_t seed = seeds.first; seed != seeds.behind && !HasFatalFailure(); ++seed)
+      Play(seed, durability);
+  }
+
+ private:
   void Play(std::uint64_t seed, ZRDurability durability) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     chance = Chance(seed);
@@ -44,8 +56,11 @@ class EventFileCrash : public testing::Test {
     for (int life = 0; life < 3 && !HasFatalFailure(); ++life) {
       sync.Start();
       Plan();
+      const std::uint64_t failedBefore = folder.disk.FailedSyncs();
       Live();
       if (!folder.disk.IsDown()) EndNow();
+      const bool hasFailed = folder.disk.FailedSyncs() != failedBefore;
+      mayBeLost = hasFailed ? sync.Pending() : 0;
       sync.Stop();
       folder.disk.Restart();
       folder.disk.Heal();
@@ -53,7 +68,6 @@ class EventFileCrash : public testing::Test {
     }
   }
 
- private:
   void Plan() {
     static constexpr tagCall kCalls[] = {
         tagCall::kOpenFolder, tagCall::kOpenFile,   tagCall::kSize,    tagCall::kRead,
@@ -129,8 +143,11 @@ class EventFileCrash : public testing::Test {
       last = found.occurrence;
     }
     for (std::size_t i = 0; i < known.size(); ++i) {
-      if (diedByPower ? known[i].isDurable : known[i].isConfirmed) {
-        ASSERT_EQ(times[i], 1) << "record " << i << " is lost";
+      const bool isToldDurable = known[i].isDurable;
+      if (isToldDurable || (known[i].isConfirmed && !diedByPower)) {
+        if (times[i] == 0 && !isToldDurable) --mayBeLost;
+        ASSERT_TRUE(times[i] == 1 || (!isToldDurable && mayBeLost >= 0))
+            << "record " << i << " is lost";
       }
       // What a life wasn't told to be durable may still go later.
       known[i].isConfirmed = known[i].isDurable;
@@ -142,24 +159,21 @@ class EventFileCrash : public testing::Test {
   Chance chance{1};
   std::vector<tagKnown> known;
   bool diedByPower = false;
+  // Records whose sync has failed, and that still waited for another one when the process died:
+  // the disk hasn't got them, and the memory that kept them has gone.
+  int mayBeLost = 0;
 };
 
 TEST_F(EventFileCrash, StrictLosesAndDoublesNothing) {
-  const std::uint64_t rounds = Rounds(500);
-  for (std::uint64_t seed = 1; seed <= rounds && !HasFatalFailure(); ++seed)
-    Play(seed, ZRDurability::kStrict);
+  PlayAll(ZRDurability::kStrict);
 }
 
 TEST_F(EventFileCrash, AdaptiveLosesNothingThatWasMadeDurable) {
-  const std::uint64_t rounds = Rounds(500);
-  for (std::uint64_t seed = 1; seed <= rounds && !HasFatalFailure(); ++seed)
-    Play(seed, ZRDurability::kAdaptive);
+  PlayAll(ZRDurability::kAdaptive);
 }
 
 TEST_F(EventFileCrash, OffLosesNothingWithTheProcess) {
-  const std::uint64_t rounds = Rounds(500);
-  for (std::uint64_t seed = 1; seed <= rounds && !HasFatalFailure(); ++seed)
-    Play(seed, ZRDurability::kOff);
+  PlayAll(ZRDurability::kOff);
 }
 
 }  // namespace

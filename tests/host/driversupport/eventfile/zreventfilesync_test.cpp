@@ -126,6 +126,39 @@ TEST_F(EventFileSync, WhatCannotBeMadeDurableStaysPutOff) {
   EXPECT_EQ(WholeOnes(), all) << "each once";
 }
 
+// What can't be read isn't taken for gone.
+TEST_F(EventFileSync, ARecordIsNotDoubledWhenReadingFailsBeforeItIsWrittenAgain) {
+  for (std::uint64_t nth = 1; nth <= 8; ++nth) {
+    SCOPED_TRACE(nth);
+    folder.time.Advance(1000);
+    SaveNext(60);
+    ASSERT_EQ(sync.Pending(), 10);
+    folder.disk.Fail(tagCall::kSyncAll, 1, EIO);
+    folder.disk.Fail(tagCall::kRead, nth, EIO);
+    (void)sync.Flush();
+    folder.disk.Heal();
+    EXPECT_TRUE(sync.Flush());
+    EXPECT_EQ(WholeOnes(), all) << "each once";
+  }
+}
+
+TEST_F(EventFileSync, WhatAFailedSyncOfAFileMayHaveLostIsWrittenAgain) {
+  SaveNext(50);
+  for (int i = 0; i < 4; ++i) {
+    all.push_back({all.size(), Date(static_cast<double>(all.size())), 1, std::string(5000, 'x')});
+    ASSERT_TRUE(Save(path, all.back()));
+  }
+  ASSERT_EQ(sync.Pending(), 4);
+  sync.SetDurability(ZRDurability::kStrict);
+  folder.disk.Fail(tagCall::kSync, 1, EIO);
+  all.push_back({all.size(), Date(static_cast<double>(all.size())), 1, "text"});
+  EXPECT_FALSE(Save(path, all.back()));
+  EXPECT_TRUE(Save(path, all.back()));
+  EXPECT_TRUE(sync.Flush());
+  folder.disk.PowerCut();
+  EXPECT_EQ(WholeOnes(), all) << "each once";
+}
+
 TEST_F(EventFileSync, RecordsOfAFileThatWasDeletedAreWrittenIntoANewOne) {
   SaveNext(60);
   folder.disk.Reset(2);
