@@ -57,6 +57,8 @@ class RunningProgram {
   [[nodiscard]] const std::string& Out() const { return streams[0].text; }
   [[nodiscard]] const std::string& Error() const { return streams[1].text; }
 
+  // 0 once it has been waited for.
+  [[nodiscard]] pid_t Id() const { return process; }
   void Signal(int number) const {
     if (process != 0) (void)::kill(process, number);
   }
