@@ -6,10 +6,11 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include "support/sourcedir.h"
 
 // A file of the repository, byte for byte; its absence is a failure of the test.
 inline std::string RepositoryFile(const std::string& path) {
-  std::ifstream file(std::string(ZR_SOURCE_DIR) + "/" + path, std::ios::binary);
+  std::ifstream file(RepositoryPath(path), std::ios::binary);
   EXPECT_TRUE(file.is_open()) << path;
   std::ostringstream content;
   content << file.rdbuf();

@@ -6,6 +6,7 @@
 #include <sstream>
 #include <string>
 
+#include "support/sourcedir.h"
 #include "tessaly/zrchainservices.h"
 #include "tessaly/zrservices.h"
 
@@ -13,7 +14,7 @@ namespace {
 
 // The second cell of each row of the page's tables, by the first.
 std::map<std::string, std::string> Rows() {
-  std::ifstream file(std::string(ZR_SOURCE_DIR) + "/docs/wire/limits.md");
+  std::ifstream file(RepositoryPath("docs/wire/limits.md"));
   std::map<std::string, std::string> rows;
   for (std::string line; std::getline(file, line);) {
     if (!line.starts_with("| ")) continue;

@@ -12,6 +12,7 @@
 #include "support/historytest.h"
 #include "support/logcapture.h"
 #include "support/sitefolder.h"
+#include "support/sourcedir.h"
 #include "zrevents/zreventdriver.h"
 
 namespace {
@@ -364,7 +365,7 @@ TEST_F(Site, EngineWithoutThreadsLeavesNothingBehind) {
 
 TEST_F(Site, SampleSiteHasNoFinding) {
   // Made first, so that it is the engine in force.
-  ZRSite house(std::string(ZR_SOURCE_DIR) + "/examples/house");
+  ZRSite house(RepositoryPath("examples/house"));
   EXPECT_EQ(Found([&](ZRFindings& findings) {
               EXPECT_TRUE(house.LoadSettings(findings));
               EXPECT_TRUE(house.TryDocuments(findings));

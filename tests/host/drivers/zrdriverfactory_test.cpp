@@ -7,6 +7,7 @@
 
 #include "host/drivers/drivers_fixture.h"
 #include "host/tools/zrfiles.h"
+#include "support/sourcedir.h"
 
 namespace {
 
@@ -323,7 +324,7 @@ TEST(DriverFactory, MeasuresReplaysOnly) {
 // The blocks of the page between ```toml and ```.
 std::vector<std::string> Examples() {
   ZRString page;
-  EXPECT_TRUE(ReadWholeFile(Utf8ToUtf16(ZR_SOURCE_DIR "/docs/drivers.md"), 1u << 20, page));
+  EXPECT_TRUE(ReadWholeFile(Utf8ToUtf16(RepositoryPath("docs/drivers.md")), 1u << 20, page));
   std::vector<std::string> examples;
   const std::string text = page.Text();
   constexpr std::string_view kOpening = "```toml\n";

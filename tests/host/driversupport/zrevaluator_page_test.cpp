@@ -8,6 +8,7 @@
 
 #include "host/driversupport/sitevalues.h"
 #include "host/platform/zrvirtualtime.h"
+#include "support/sourcedir.h"
 
 namespace {
 
@@ -45,7 +46,7 @@ tagRow Cells(const std::string& line) {
 
 // The rows of all tables of the page that have these headings.
 std::vector<tagRow> Rows(const tagRow& headings) {
-  std::ifstream page(ZR_SOURCE_DIR "/docs/expressions.md");
+  std::ifstream page(RepositoryPath("docs/expressions.md"));
   EXPECT_TRUE(page.is_open());
   std::vector<tagRow> rows;
   bool isInside = false;

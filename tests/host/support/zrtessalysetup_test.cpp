@@ -9,6 +9,7 @@
 #include <string>
 
 #include "host/tools/zrtext.h"
+#include "support/sourcedir.h"
 
 namespace {
 
@@ -523,7 +524,7 @@ std::string ExampleOf(const std::string& page) {
 }
 
 TEST_F(Settings, ExampleOfThePageIsRead) {
-  const std::string example = ExampleOf(ZR_SOURCE_DIR "/docs/settings.md");
+  const std::string example = ExampleOf(RepositoryPath("docs/settings.md"));
   ASSERT_FALSE(example.empty());
   ASSERT_TRUE(Load(example)) << Shown(problems.at(0));
   EXPECT_TRUE(warnings.empty()) << Shown(warnings.at(0));

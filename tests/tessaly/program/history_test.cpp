@@ -1,6 +1,7 @@
 #include <csignal>
 
 #include "support/httpclient.h"
+#include "support/sourcedir.h"
 #include "tessaly/program/programfixture.h"
 
 namespace {
@@ -55,7 +56,7 @@ class History : public Program {
 
 TEST_F(History, OfTheSampleSiteOutlivesAKill) {
   std::filesystem::copy(
-      std::string(ZR_SOURCE_DIR) + "/examples/house", site.path,
+      RepositoryPath("examples/house"), site.path,
       std::filesystem::copy_options::recursive | std::filesystem::copy_options::overwrite_existing);
   ASSERT_NE(Start(), 0) << program->Error();
   // Its pump runs for 12 s of every 30.

@@ -1,11 +1,12 @@
 // The mail server of the sample site, as ./run starts it.
 
+#include "support/sourcedir.h"
 #include "tessaly/program/programfixture.h"
 #include "zrevents/peers/mailbox.h"
 
 namespace {
 
-const std::string kCatcher = std::string(ZR_SOURCE_DIR) + "/examples/mailcatcher";
+const std::string kCatcher = RepositoryPath("examples/mailcatcher");
 
 class Mailcatcher : public Program {
  protected:

@@ -3,6 +3,7 @@
 #include <csignal>
 
 #include "support/httpclient.h"
+#include "support/sourcedir.h"
 
 namespace {
 
@@ -186,7 +187,7 @@ TEST_F(Program, CheckEndsWithOneIfSomethingWasDropped) {
 }
 
 TEST_F(Program, CheckOfTheSampleSiteIsClean) {
-  const std::string house = std::string(ZR_SOURCE_DIR) + "/examples/house";
+  const std::string house = RepositoryPath("examples/house");
   EXPECT_EQ(RunWith({"check", house}), kDone);
   EXPECT_EQ(out, house + ": 15 events, 11 groups, 1 time tables\n");
 }

@@ -9,6 +9,7 @@
 
 #include "support/faketool.h"
 #include "support/runningprogram.h"
+#include "support/sourcedir.h"
 
 // The share folder with a link to the mail program of this machine.
 class SharedTool : public ShareFolder {
@@ -22,8 +23,7 @@ class Mailbox {
     std::string pattern = (std::filesystem::temp_directory_path() / "tessaly-mail-XXXXXX").string();
     folder = ::mkdtemp(pattern.data());
     std::vector<std::string> words = {
-        "/usr/bin/python3", std::string(ZR_SOURCE_DIR) + "/tests/zrevents/peers/smtpserver.py",
-        folder.string()};
+        "/usr/bin/python3", RepositoryPath("tests/zrevents/peers/smtpserver.py"), folder.string()};
     words.insert(words.end(), options.begin(), options.end());
     server = std::make_unique<RunningProgram>(words);
     EXPECT_TRUE(server->WaitFor("port ")) << server->Error();

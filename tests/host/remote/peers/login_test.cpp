@@ -2,6 +2,7 @@
 #include "host/remote/fakepasswords.h"
 #include "host/remote/peers/curlfixture.h"
 #include "host/remote/zrdigestauthenticator.h"
+#include "support/sourcedir.h"
 
 namespace {
 
@@ -67,7 +68,7 @@ TEST_F(CurlLogin, IsDoneWithMd5WhereThatIsOffered) {
   if (::access(kPython, X_OK) != 0) GTEST_SKIP() << kPython << " isn't installed";
   SimplifyRealm();
   StartWith(true);
-  const std::string script = std::string(ZR_SOURCE_DIR) + "/tests/host/remote/peers/md5login.py";
+  const std::string script = RepositoryPath("tests/host/remote/peers/md5login.py");
   const std::vector<std::string> words{script, std::to_string(server.Port()), "/who",
                                        "secret word"};
   ASSERT_EQ(0, RunProgram(kPython, words));
@@ -103,7 +104,7 @@ TEST_F(CurlLogin, OfASignedBodyIsGoodForThatBodyOnce) {
   if (::access(kPython, X_OK) != 0) GTEST_SKIP() << kPython << " isn't installed";
   SimplifyRealm();
   StartWith(false);
-  const std::string script = std::string(ZR_SOURCE_DIR) + "/tests/host/remote/peers/signedbody.py";
+  const std::string script = RepositoryPath("tests/host/remote/peers/signedbody.py");
   ASSERT_EQ(0, RunProgram(kPython, {script, std::to_string(server.Port()), "ana", "secret word",
                                     "/take", "body"}));
   EXPECT_EQ("204 401 401", Read("statuses"));
