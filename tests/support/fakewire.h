@@ -50,10 +50,10 @@ class FakeWire final : public ZRHttpWire {
    public:
     explicit CExchange(FakeWire& ofTest) : wire(ofTest) {}
     int Put(const std::string& host, int port, const std::string& path, std::string_view body,
-            const std::string& user, const std::string& password, std::string& answer) override {
+            const std::string& user, const std::string& password, std::string& reply) override {
       const std::string login = user.empty() ? "" : user + ":" + password;
       wire.requests.push_back({host, port, path, std::string(body), login});
-      answer = wire.answer;
+      reply = wire.answer;
       const tagRequest request = wire.requests.back();
       return wire.decide ? wire.decide(request) : wire.status;
     }
