@@ -510,13 +510,13 @@ TEST_F(SettingsFile, ThatIsTooLargeIsRefused) {
 
 // --- the page ---
 
-// The lines between "```toml" and "```".
+// The lines between the first "```toml" and the "```" behind it.
 std::string ExampleOf(const std::string& page) {
   std::ifstream file(page);
   std::string example;
   bool inside = false;
   for (std::string line; std::getline(file, line);) {
-    if (line == "```") inside = false;
+    if (inside && line == "```") break;
     if (inside) example += line + "\n";
     if (line == "```toml") inside = true;
   }
