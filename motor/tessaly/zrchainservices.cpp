@@ -29,13 +29,15 @@ const unsigned char* BytesOf(const std::string& body) {
 void AnswerRegistration(ZRHttpResponse& response, int status) {
   constexpr int kLeast = 200;
   constexpr int kMost = 599;
-  if (status == kBadRequest)
+  if (status == kBadRequest) {
     return AnswerWord(response, status,
                       "No such document, or its address is this engine's own, or as many "
                       "listeners as possible are registered.");
-  if (status < kLeast || status > kMost)
+  }
+  if (status < kLeast || status > kMost) {
     return AnswerWord(response, kBadGateway,
                       "The listener's own server can't be reached at that address.");
+  }
   AnswerWithoutBody(response, status);
 }
 
@@ -126,7 +128,7 @@ void BindChain(ZRWebServer& web, ZREventServer& engine, ZRChainDoor& door) {
   web.Get(kListenersPath, [&engine](ZRHttpRequest& request, ZRHttpResponse& response) {
     (void)engine.ProcessHttpServiceListeners(request, response);
   });
-  for (const char* const path : {kProducerPath, kUserProducerPath})
+  for (const char* const path : {kProducerPath, kUserProducerPath}) {
     web.Put(
         path, kMostProducerBytes,
         [&engine, &door](ZRHttpRequest& request, const std::string& body,
@@ -134,4 +136,5 @@ void BindChain(ZRWebServer& web, ZREventServer& engine, ZRChainDoor& door) {
           AnswerProducer(engine, door, request, body, response);
         },
         ZRWebServer::tagPace::kMayWait);
+  }
 }

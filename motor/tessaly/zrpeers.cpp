@@ -26,10 +26,11 @@ void ReadNetworks(const ZRTessalySetup& setup, ZRNetworks& networks, ZRFindings&
     networks = ZRNetworks::Private();
     return;
   }
-  for (const ZRString& text : setup.ChainNetworks())
-    if (!networks.Add(text.View()))
-      AddBroken(findings, ZRTessalySetup::kFileName,
-                "chain.networks must be networks such as \"10.0.0.0/8\" or addresses");
+  for (const ZRString& text : setup.ChainNetworks()) {
+    if (networks.Add(text.View())) continue;
+    AddBroken(findings, ZRTessalySetup::kFileName,
+              "chain.networks must be networks such as \"10.0.0.0/8\" or addresses");
+  }
 }
 
 // Texts that must be there.

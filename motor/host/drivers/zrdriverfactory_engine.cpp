@@ -37,9 +37,10 @@ std::unique_ptr<ZRDriver> ZRDriverFactory::MakeEngine(ZRDriverSettings& settings
   remote.port = settings.Integer("port", ZRTessalySetup::kDefaultHttpPort, 1, kMostPort);
   remote.replyHost =
       ReadHost(settings, "reply_host", settings.Text("reply_host", ReplyHost(remote.host)));
-  if (remote.replyHost.empty())
+  if (remote.replyHost.empty()) {
     settings.Error("reply_host",
                    "must say how the remote engine reaches this machine: http.address doesn't");
+  }
   const int ownPort = ZRTessalySetup::Get().HttpServerPort();
   remote.replyPort = settings.Integer("reply_port", ownPort, 0, kMostPort);
   if (remote.replyPort == 0)

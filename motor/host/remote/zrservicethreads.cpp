@@ -1,5 +1,6 @@
 #include "host/remote/zrservicethreads.h"
 
+#include <algorithm>
 #include <utility>
 
 bool ZRServiceThreads::Start(unsigned int count) {
@@ -8,12 +9,10 @@ bool ZRServiceThreads::Start(unsigned int count) {
     ends = false;
   }
   threads = std::vector<ZRThread>(count);
-  for (ZRThread& thread : threads)
-    if (!thread.Start([this] { Work(); })) {
-      End();
-      return false;
-    }
-  return true;
+  const auto start = [this](ZRThread& thread) { return thread.Start([this] { Work(); }); };
+  if (std::all_of(threads.begin(), threads.end(), start)) return true;
+  End();
+  return false;
 }
 
 void ZRServiceThreads::Do(std::function<void()> work) {
