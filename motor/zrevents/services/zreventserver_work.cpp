@@ -81,9 +81,10 @@ void ZREventServer::SendAll(ZRListenerRound& round) {
     AddAllEvents(round.document, *listener);
     (void)eventList.AddAllActived(*listener, round.document, listener->user, listener->driverId,
                                   listener->driverName);
-    if (!listener->isUser)
+    if (!listener->isUser) {
       (void)eventList.AddAllNotified(round.document, listener->user, listener->driverId,
                                      listener->driverName);
+    }
     // Before it is sent: one that fails now is not tried again.
     listener->needsAll = false;
     round.Send(*listener);
@@ -97,10 +98,11 @@ void ZREventServer::AddAllEvents(XmlDocument& document, const ZREventListener& l
     ZREventDriver& event = **at;
     if (listener.notified && event.hasNotified()) {
       const ZREventDriverGroup* const group = rights.FirstGroup(event, kResourceNotifiedEvents);
-      if (group != nullptr)
+      if (group != nullptr) {
         (void)event.ProcessHttpServiceEventsNotified(
             document, rights.Has(kResourceAcknowledgeEvents, group->IdStr()), listener.driverId,
             listener.driverName);
+      }
     }
     if (listener.actived && event.IsEnabled() &&
         rights.FirstGroup(event, kResourceActiveEvents) != nullptr)
