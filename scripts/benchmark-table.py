@@ -22,6 +22,7 @@ INTRODUCTION = """\
 `scripts/benchmark-table.py`; every figure comes from the run that is named below. All times are processor time.
 
 What slow clients cost the others is measured by `scripts/slow-clients`: [slow clients](slow-clients.md).
+The web server under load is measured by `scripts/benchmark-web`: [the web server](web-performance.md).
 
 ## What is measured
 
