@@ -16,6 +16,7 @@
 #include "host/remote/zrhttpresponse.h"
 #include "host/tools/zrdatetime.h"
 #include "host/tools/zrtext.h"
+#include "memoryhttp.h"
 #include "plausiblesite.h"
 #include "zrevents/zreventdriver.h"
 #include "zrevents/zreventdrivergroup.h"
@@ -164,24 +165,6 @@ void BM_LoadCfg(benchmark::State& state) {
   state.counters["xml_bytes_per_event"] = static_cast<double>(site.BytesOfXml()) / events;
   ZRDriver::UnregisterAll();
 }
-
-class PlainRequest final : public ZRHttpRequest {
- public:
-  [[nodiscard]] bool AcceptDeflate() const override { return false; }
-  [[nodiscard]] const ZRHttpAuthorization& Authorization() const override { return none; }
-
- private:
-  ZRHttpAuthorization none;
-};
-
-class MemoryResponse final : public ZRHttpResponse {
- public:
-  void Begin(int /*status*/, int /*kind*/) override { body.clear(); }
-  void Write(const ZRBasicString<char>& text) override { body.append(text.View()); }
-  void Write(const char* text, int /*length*/) override { body.append(text); }
-  bool End() override { return true; }
-  std::string body;
-};
 
 void BM_ActiveService(benchmark::State& state) {
   Loaded loaded({static_cast<int>(state.range(0)), 1});

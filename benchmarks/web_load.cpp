@@ -14,6 +14,7 @@
 
 #include "host/platform/zrplatform.h"
 #include "host/remote/zrwebserver.h"
+#include "memoryhttp.h"
 #include "plausiblesite.h"
 #include "tessaly/zrservices.h"
 #include "zrevents/zreventserver.h"
@@ -22,24 +23,6 @@ namespace {
 
 constexpr int kEvents = 1000;
 constexpr const char* kActivePath = "/services/events/actived.xml";
-
-class PlainRequest final : public ZRHttpRequest {
- public:
-  [[nodiscard]] bool AcceptDeflate() const override { return false; }
-  [[nodiscard]] const ZRHttpAuthorization& Authorization() const override { return none; }
-
- private:
-  ZRHttpAuthorization none;
-};
-
-class MemoryResponse final : public ZRHttpResponse {
- public:
-  void Begin(int /*status*/, int /*kind*/) override { body.clear(); }
-  void Write(const ZRBasicString<char>& text) override { body.append(text.View()); }
-  void Write(const char* text, int /*length*/) override { body.append(text); }
-  bool End() override { return true; }
-  std::string body;
-};
 
 // What the bare server gives: a text from memory, or a file.
 struct tagContent {
