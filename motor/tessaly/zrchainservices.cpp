@@ -1,10 +1,12 @@
 #include "tessaly/zrchainservices.h"
 
+#include <algorithm>
 #include <memory>
 #include <set>
 #include <string>
 
 #include "host/base/zrlogger.h"
+#include "host/driversupport/zrdriver.h"
 #include "host/tools/zrtext.h"
 #include "host/user/zrsecuritymanager.h"
 #include "tessaly/zranswers.h"
@@ -98,6 +100,19 @@ bool MaySpeak(ZRHttpRequest& request, const std::string& body) {
   return true;
 }
 
+// Tells the driver whose remote engine told everything. Only a driver that waits for that is worth
+// reading the document again.
+void NoteCompleteDocument(const std::string& body) {
+  const bool isAwaited = std::any_of(ZRDriver::DriversBegin(), ZRDriver::DriversEnd(),
+                                     [](const ZRDriver* d) { return d->LacksRemoteEvents(); });
+  XmlDocument document;
+  if (!isAwaited || !document.Parse(body, kMostProducerBytes, nullptr)) return;
+  const tagNode& root = *document.Root();
+  if (!root.bValue(L"all", false)) return;
+  ZRDriver* const driver = ZRDriver::LockDriver(root.Value(L"driverId", L"").Text(), nullptr);
+  if (driver != nullptr) driver->TookRemoteEvents();
+}
+
 void AnswerProducer(ZREventServer& engine, ZRChainDoor& door, ZRHttpRequest& request,
                     const std::string& body, ZRHttpResponse& response) {
   // A peer that asks whether it is heard.
@@ -110,6 +125,7 @@ void AnswerProducer(ZREventServer& engine, ZRChainDoor& door, ZRHttpRequest& req
   if (!MaySpeak(request, body))
     return AnswerWord(response, kForbidden, "This user may not speak for that driver.");
   const int status = engine.ProcessHttpServiceProducer(request, BytesOf(body));
+  if (status == kNoContent) NoteCompleteDocument(body);
   if (status != kBadRequest) return AnswerWithoutBody(response, status);
   AnswerWord(response, status, "No XML document, or its driver isn't online.");
 }

@@ -47,8 +47,11 @@ class RemoteDriver final : public ZRDriver {
     asker = &request;
     return accepts;
   }
+  [[nodiscard]] bool LacksRemoteEvents() const override { return lacks; }
+  void TookRemoteEvents() override { lacks = false; }
 
   bool online = true;
+  bool lacks = false;
   bool accepts = true;
   std::vector<std::string> acknowledged;  // in order
   ZRHttpRequest* asker = nullptr;         // of the last one

@@ -140,6 +140,23 @@ TEST_F(ChainServices, TakeDocuments) {
   EXPECT_EQ(Put(kProducer, "<producer>").status, 400);
 }
 
+TEST_F(ChainServices, TellTheDriverThatEverythingHasCome) {
+  auto* const roof = dynamic_cast<RemoteDriver*>(ZRDriver::LockDriver(L"R", nullptr));
+  auto* const shed = dynamic_cast<RemoteDriver*>(ZRDriver::LockDriver(L"S", nullptr));
+  roof->lacks = true;
+  shed->lacks = true;
+  EXPECT_EQ(Put(kProducer, Document("R.1")).status, 204);
+  EXPECT_TRUE(roof->lacks) << "changes";
+  EXPECT_EQ(Put(kProducer, Document("R.1", "T", "X")).status, 204);
+  roof->online = false;
+  EXPECT_EQ(Put(kProducer, Document("R.1", "T")).status, 400);
+  EXPECT_TRUE(roof->lacks) << "refused";
+  roof->online = true;
+  EXPECT_EQ(Put(kProducer, Document("R.1", "T")).status, 204);
+  EXPECT_FALSE(roof->lacks);
+  EXPECT_TRUE(shed->lacks);
+}
+
 TEST_F(ChainServices, AreShutWhileTheSiteIsChanged) {
   door.Shut();
   EXPECT_EQ(Put(kProducer, Document("R.1")).status, 503);

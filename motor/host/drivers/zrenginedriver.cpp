@@ -40,6 +40,7 @@ ZREngineDriver::ZREngineDriver(const ZRWString& ofId, const ZRWString& ofName,
 bool ZREngineDriver::Prepare() {
   online = AddPolled(kOnline);
   isFirstPass = true;
+  lacksEvents.store(true, std::memory_order_release);
   failures = 0;
   toldStatus = -1;
   return true;
@@ -50,15 +51,22 @@ void ZREngineDriver::Stop() {
   taken.store(false, std::memory_order_release);
 }
 
+void ZREngineDriver::TookRemoteEvents() {
+  if (IsOnline()) lacksEvents.store(false, std::memory_order_release);
+}
+
 // The first pass is over before this engine takes documents: the remote engine would be told in
 // vain where to put them.
+// A registration that was taken is no promise: a remote engine that slept works off what was sent
+// to it meanwhile, and an older registration can take the wish for everything back.
 void ZREngineDriver::Poll(std::int64_t utc) {
   if (std::exchange(isFirstPass, false)) return Show(utc);
   const bool wasOnline = IsOnline();
-  const int status = Put(client, remote, kListenerPath, Registration(!wasOnline));
+  const int status = Put(client, remote, kListenerPath, Registration(LacksRemoteEvents()));
   failures = status == kTaken ? 0 : failures + 1;
   taken.store(failures == 0 || (wasOnline && failures < kFailuresToLose),
               std::memory_order_release);
+  if (!IsOnline()) lacksEvents.store(true, std::memory_order_release);
   if (IsOnline() != wasOnline || !IsOnline()) TellChange(status);
   Show(utc);
 }

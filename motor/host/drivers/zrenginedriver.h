@@ -20,7 +20,8 @@ struct ZRRemoteEngine {
 
 // Registers this engine as a listener of a remote one, and again and again: so it notices within
 // two periods that the remote engine is gone or has forgotten it, and gets everything anew when it
-// is back. The documents that the remote engine pushes come in through the web server.
+// is back: it asks for everything until it has come. The documents that the remote engine pushes
+// come in through the web server.
 //
 // It has the variable ONLINE: 1 or 0.
 //
@@ -42,6 +43,11 @@ class ZREngineDriver final : public ZRPolledDriver {
   // Waits for the remote engine's answer: 3 s at most.
   [[nodiscard]] bool AcknowledgeRemoteEvent(ZRHttpRequest& request,
                                             const ZRWString& remoteEventId) override;
+  [[nodiscard]] bool LacksRemoteEvents() const override {
+    return lacksEvents.load(std::memory_order_acquire);
+  }
+  // One that came while the driver was away has been swept out again.
+  void TookRemoteEvents() override;
 
  protected:
   [[nodiscard]] std::int64_t NextDue(std::int64_t due) const override;
@@ -54,6 +60,7 @@ class ZREngineDriver final : public ZRPolledDriver {
   const ZRRemoteEngine remote;
   ZRHttpClient client{true};  // the thread of the passes only
   std::atomic<bool> taken{false};
+  std::atomic<bool> lacksEvents{true};
   bool isFirstPass = true;   // the thread of the passes only, as all that follow
   int failures = 0;          // in a row
   int toldStatus = -1;       // in the log; -1: nothing yet

@@ -67,6 +67,10 @@ class ZRDriver {
   // base has no remote engine.
   [[nodiscard]] virtual bool AcknowledgeRemoteEvent(ZRHttpRequest& request,
                                                     const ZRWString& remoteEventId);
+  // Whether a document with all events of its remote engine is still to come; and that one was
+  // taken. The base has no remote engine.
+  [[nodiscard]] virtual bool LacksRemoteEvents() const { return false; }
+  virtual void TookRemoteEvents() {}
 
   // --- variables ---
 

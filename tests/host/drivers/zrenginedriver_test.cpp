@@ -68,10 +68,11 @@ TEST_F(EngineDriver, RegistersASecondLater) {
   EXPECT_EQ(Online(), 1);
 }
 
-TEST_F(EngineDriver, RegistersAgainInEachPeriodWithoutAskingForEverything) {
+TEST_F(EngineDriver, RegistersAgainInEachPeriodWithoutAskingForWhatItHas) {
   Start();
   time.Advance(1000);
   EXPECT_EQ(Asked(), "T");
+  driver.TookRemoteEvents();
   time.Advance(4999);
   EXPECT_EQ(Asked(), "");
   time.Advance(1);
@@ -80,9 +81,27 @@ TEST_F(EngineDriver, RegistersAgainInEachPeriodWithoutAskingForEverything) {
   EXPECT_EQ(Asked(), "FFFFFFFFFF");
 }
 
+// The remote engine has taken the registration, and forgotten the wish.
+TEST_F(EngineDriver, AsksForEverythingUntilItHasCome) {
+  Start();
+  driver.TookRemoteEvents();
+  EXPECT_TRUE(driver.LacksRemoteEvents()) << "what came before the registration doesn't count";
+  time.Advance(11'000);
+  EXPECT_EQ(Asked(), "TTT");
+  EXPECT_TRUE(driver.IsOnline());
+  driver.TookRemoteEvents();
+  EXPECT_FALSE(driver.LacksRemoteEvents());
+  time.Advance(10'000);
+  EXPECT_EQ(Asked(), "FF");
+  driver.Stop();
+  Start();
+  EXPECT_TRUE(driver.LacksRemoteEvents());
+}
+
 TEST_F(EngineDriver, IsLostWithTheSecondFailureAndAsksForEverythingWhenItIsBack) {
   Start();
   time.Advance(1000);
+  driver.TookRemoteEvents();
   wire.status = 0;
   time.Advance(5000);
   EXPECT_TRUE(driver.IsOnline()) << "one request may be lost";
@@ -100,6 +119,7 @@ TEST_F(EngineDriver, IsLostWithTheSecondFailureAndAsksForEverythingWhenItIsBack)
 TEST_F(EngineDriver, OneFailureIsMadeUpForBySuccess) {
   Start();
   time.Advance(1000);
+  driver.TookRemoteEvents();
   for (int i = 0; i < 3; ++i) {
     wire.status = 503;
     time.Advance(5000);
