@@ -13,10 +13,13 @@ XmlDocument::XmlDocument() = default;
 XmlDocument::~XmlDocument() = default;
 
 void XmlDocument::Create(const wchar_t* rootTag) {
-  auto fresh = std::make_unique<CStore>();
-  XmlNode* top = fresh->NewNode(ZRNarrowText(rootTag).View());
-  content = std::move(fresh);
-  root = top;
+  root = nullptr;
+  if (content != nullptr) {
+    content->Clear();
+  } else {
+    content = std::make_unique<CStore>();
+  }
+  root = content->NewNode(ZRNarrowText(rootTag).View());
 }
 
 void XmlDocument::Discard() {
@@ -119,12 +122,15 @@ void XmlDocument::XmlNode::SetValue(const wchar_t* key, const ZRString& value) {
 }
 
 void XmlDocument::XmlNode::SetChildText(const wchar_t* key, std::string_view value) {
-  const ZRNarrowText name(key);
-  XmlNode* child = Child(name.View());
-  if (child != nullptr) return tag->store->SetText(*child, value);
   CStore& store = *tag->store;
-  child = store.NewNode(name.View());
-  Append(child);
+  tagSTag& wanted = store.TagBehind(last != nullptr ? last->tag : tag, ZRNarrowText(key).View());
+  XmlNode* child = First();
+  while (child != nullptr && child->tag != &wanted)
+    child = child->Next();
+  if (child == nullptr) {
+    child = store.NewNode(wanted);
+    Append(child);
+  }
   store.SetText(*child, value);
 }
 

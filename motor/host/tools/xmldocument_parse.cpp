@@ -56,7 +56,6 @@ class XmlDocument::CParser {
   void Text(std::string_view piece);
   void RefuseHere(std::string why);
   [[nodiscard]] tagRefusal Place() const;  // what is read now, without a reason
-  tagSTag& TagInTurn(std::string_view name);
   template <typename Step>
   void Guarded(Step step);
   bool Accepted(XML_Status status);
@@ -124,7 +123,8 @@ void XmlDocument::CParser::Begin(std::string_view name) {
   if (open.size() == static_cast<std::size_t>(kMaximumDepth)) {
     return RefuseHere("nested deeper than " + std::to_string(kMaximumDepth) + " elements");
   }
-  XmlNode* node = store.NewNode(TagInTurn(name));
+  previousTag = &store.TagBehind(previousTag, name);
+  XmlNode* node = store.NewNode(*previousTag);
   const XML_Size line = XML_GetCurrentLineNumber(parser.get());
   node->line = static_cast<std::uint32_t>(
       std::min<XML_Size>(line, std::numeric_limits<std::uint32_t>::max()));
@@ -134,15 +134,6 @@ void XmlDocument::CParser::Begin(std::string_view name) {
     open.back().node->Append(node);
   }
   open.push_back({node, text.size()});
-}
-
-// Documents repeat themselves: the tag is mostly the one that followed the previous tag before.
-XmlDocument::tagSTag& XmlDocument::CParser::TagInTurn(std::string_view name) {
-  tagSTag* tag = previousTag != nullptr ? previousTag->follower : nullptr;
-  if (tag == nullptr || tag->text != name) tag = &store.Tag(name);
-  if (previousTag != nullptr) previousTag->follower = tag;
-  previousTag = tag;
-  return *tag;
 }
 
 void XmlDocument::CParser::Text(std::string_view piece) {

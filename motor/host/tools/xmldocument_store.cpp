@@ -7,10 +7,8 @@
 
 namespace {
 
-constexpr std::size_t kSmallestNodeBlock = 16;                 // nodes
-constexpr std::size_t kSmallestTextBlock = 512;                // bytes
 constexpr std::size_t kLargestBlock = std::size_t{64} * 1024;  // bytes
-constexpr std::size_t kLongText = kLargestBlock / 16;  // a longer one is allocated by itself
+constexpr std::size_t kLongReadText = kLargestBlock / 16;  // a longer one is allocated by itself
 
 bool CanBeginName(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == ':' ||
@@ -32,33 +30,71 @@ std::string WrittenTag(std::string_view tag) {
 
 }  // namespace
 
-XmlDocument::CStore::~CStore() {
-  for (const tagSBlock& block : nodeBlocks) {
-    if (ownedTexts == 0) break;
-    for (std::size_t at = 0; at < block.used; at += sizeof(XmlNode)) {
-      DropText(*std::launder(reinterpret_cast<XmlNode*>(block.bytes.get() + at)));
-    }
+// --- memory ---
+
+std::byte* XmlDocument::CStore::CBlocks::Take(std::size_t size) {
+  MakeRoom(size);
+  tagSBlock& block = blocks[at];
+  std::byte* const piece = block.bytes.get() + block.used;
+  block.used += size;
+  return piece;
+}
+
+// Blocks double up to the largest.
+void XmlDocument::CStore::CBlocks::MakeRoom(std::size_t needed) {
+  const auto hasRoom = [&](const tagSBlock& block) { return block.size - block.used >= needed; };
+  while (at < blocks.size() && !hasRoom(blocks[at]))
+    ++at;
+  if (at < blocks.size()) return;
+  const std::size_t doubled = blocks.empty() ? smallest : blocks.back().size * 2;
+  const std::size_t size = std::max(std::min(doubled, kLargestBlock), needed);
+  blocks.push_back({std::make_unique_for_overwrite<std::byte[]>(size), size, 0});
+}
+
+void XmlDocument::CStore::CBlocks::Rewind() {
+  blocks.resize(std::min(blocks.size(), at + 1));
+  for (tagSBlock& block : blocks)
+    block.used = 0;
+  at = 0;
+}
+
+template <typename Visit>
+void XmlDocument::CStore::CBlocks::ForEachPiece(std::size_t size, Visit visit) {
+  for (const tagSBlock& block : blocks) {
+    for (std::size_t begin = 0; begin < block.used; begin += size)
+      visit(block.bytes.get() + begin);
   }
 }
 
-// Makes the last block one with that much room. Blocks double up to the largest.
-void XmlDocument::CStore::MakeRoom(std::vector<tagSBlock>& blocks, std::size_t needed,
-                                   std::size_t smallest) {
-  if (!blocks.empty() && blocks.back().size - blocks.back().used >= needed) return;
-  std::size_t size = blocks.empty() ? smallest : std::min(blocks.back().size * 2, kLargestBlock);
-  size = std::max(size, needed);
-  blocks.push_back({std::make_unique_for_overwrite<std::byte[]>(size), size, 0});
+XmlDocument::CStore::~CStore() {
+  DropLongTexts();
 }
+
+void XmlDocument::CStore::Clear() {
+  DropLongTexts();
+  cursor = {};
+  freeNodes = nullptr;
+  freeTexts = {};
+  tags.clear();
+  nodeBlocks.Rewind();
+  textBlocks.Rewind();
+}
+
+void XmlDocument::CStore::DropLongTexts() noexcept {
+  if (longTexts == 0) return;
+  nodeBlocks.ForEachPiece(sizeof(XmlNode), [this](std::byte* place) {
+    DropText(*std::launder(reinterpret_cast<XmlNode*>(place)));
+  });
+}
+
+// --- nodes ---
 
 XmlDocument::XmlNode* XmlDocument::CStore::NewNode(tagSTag& tag) {
   void* place = freeNodes;
   if (freeNodes != nullptr) {
     freeNodes = freeNodes->next;
   } else {
-    MakeRoom(nodeBlocks, sizeof(XmlNode), kSmallestNodeBlock * sizeof(XmlNode));
-    tagSBlock& block = nodeBlocks.back();
-    place = block.bytes.get() + block.used;
-    block.used += sizeof(XmlNode);
+    place = nodeBlocks.Take(sizeof(XmlNode));
   }
   ++tag.nodes;
   return ::new (place) XmlNode(&tag);
@@ -105,43 +141,62 @@ void XmlDocument::CStore::Release(XmlNode* top) noexcept {
   }
 }
 
+// --- texts ---
+
+char* XmlDocument::CStore::TakeText(std::size_t size) {
+  const std::size_t steps = (size + kStep - 1) / kStep;
+  if (steps > kLargestStep) {
+    char* const room = std::make_unique_for_overwrite<char[]>(size).release();
+    ++longTexts;
+    return room;
+  }
+  char* const room = freeTexts[steps];
+  if (room == nullptr) return reinterpret_cast<char*>(textBlocks.Take(steps * kStep));
+  std::memcpy(&freeTexts[steps], room, sizeof(char*));
+  return room;
+}
+
 void XmlDocument::CStore::SetText(XmlNode& node, std::string_view text) {
   if (text.size() > kMaximumText) throw std::length_error("XmlDocument: text too long");
-  const char* copy = nullptr;
+  char* room = nullptr;
   if (!text.empty()) {
-    char* room = std::make_unique_for_overwrite<char[]>(text.size()).release();
+    room = TakeText(text.size());
     std::memcpy(room, text.data(), text.size());
-    copy = room;
   }
   DropText(node);
-  if (copy == nullptr) return;
-  node.text = copy;
+  if (room == nullptr) return;
+  node.text = room;
   node.textLength = static_cast<std::uint32_t>(text.size()) & kMaximumText;
   node.ownsText = 1;
-  ++ownedTexts;
 }
 
 void XmlDocument::CStore::SetReadText(XmlNode& node, std::string_view text) {
-  if (text.size() > kLongText) return SetText(node, text);
+  if (text.size() > kLongReadText) return SetText(node, text);
   if (text.empty()) return;
-  MakeRoom(textBlocks, text.size(), kSmallestTextBlock);
-  tagSBlock& block = textBlocks.back();
-  void* place = block.bytes.get() + block.used;
+  std::byte* const place = textBlocks.Take(text.size());
   std::memcpy(place, text.data(), text.size());
-  block.used += text.size();
-  node.text = static_cast<const char*>(place);
+  node.text = reinterpret_cast<const char*>(place);
   node.textLength = static_cast<std::uint32_t>(text.size()) & kMaximumText;
 }
 
 void XmlDocument::CStore::DropText(XmlNode& node) noexcept {
   if (node.ownsText != 0) {
-    const std::unique_ptr<const char[]> dropped(node.text);
-    --ownedTexts;
+    const std::size_t steps = (node.textLength + kStep - 1) / kStep;
+    char* const room = const_cast<char*>(node.text);
+    if (steps > kLargestStep) {
+      const std::unique_ptr<const char[]> dropped(room);
+      --longTexts;
+    } else {
+      std::memcpy(room, &freeTexts[steps], sizeof(char*));
+      freeTexts[steps] = room;
+    }
   }
   node.text = nullptr;
   node.textLength = 0;
   node.ownsText = 0;
 }
+
+// --- tags ---
 
 XmlDocument::tagSTag& XmlDocument::CStore::Tag(std::string_view text) {
   const auto found = tags.find(text);
@@ -154,6 +209,15 @@ XmlDocument::tagSTag& XmlDocument::CStore::Tag(std::string_view text) {
   return *tags.emplace(key, std::move(tag)).first->second;
 }
 
+XmlDocument::tagSTag& XmlDocument::CStore::TagBehind(tagSTag* previous, std::string_view text) {
+  if (previous == nullptr) return Tag(text);
+  const bool isThere = previous->follower != nullptr && previous->followerAge == forgottenTags;
+  if (isThere && previous->follower->text == text) return *previous->follower;
+  previous->follower = &Tag(text);
+  previous->followerAge = forgottenTags;
+  return *previous->follower;
+}
+
 void XmlDocument::CStore::SetTag(XmlNode& node, tagSTag& tag) noexcept {
   ++tag.nodes;
   ReleaseTag(*node.tag);
@@ -161,5 +225,7 @@ void XmlDocument::CStore::SetTag(XmlNode& node, tagSTag& tag) noexcept {
 }
 
 void XmlDocument::CStore::ReleaseTag(tagSTag& tag) noexcept {
-  if (--tag.nodes == 0) tags.erase(tag.text);
+  if (--tag.nodes != 0) return;
+  tags.erase(tag.text);
+  ++forgottenTags;
 }

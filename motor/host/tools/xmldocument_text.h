@@ -23,7 +23,7 @@ class ZRNarrowText {
   void Take(std::wstring_view source);
   void Take(std::string_view source);
 
-  std::array<char, 128> shortText{};
+  std::array<char, 128> shortText;  // as far as `view` says
   ZRString longText;
   std::string_view view;
 };

@@ -1,4 +1,3 @@
-#include <array>
 #include <string>
 #include <vector>
 
@@ -42,18 +41,27 @@ std::string_view Escaped(std::string_view text, std::size_t& length) {
   return kReplacement;
 }
 
-// True for the bytes that Escaped has to look at.
-constexpr std::array<bool, 256> MakeSuspects() {
-  std::array<bool, 256> suspects{};
-  for (std::size_t byte = 0; byte < ' '; ++byte)
-    suspects[byte] = byte != '\t' && byte != '\n';
-  for (const char c : std::string_view("&<>"))
-    suspects[static_cast<unsigned char>(c)] = true;
-  suspects[static_cast<unsigned char>(kNonCharacters.front())] = true;
-  return suspects;
+// True for the bytes that Escaped has to look at, and for tabs and line breaks.
+constexpr bool IsSuspect(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return byte < ' ' || c == '&' || c == '<' || c == '>' || c == kNonCharacters.front();
 }
 
-constexpr std::array<bool, 256> kSuspects = MakeSuspects();
+// The length of what stands in front of the first suspect. Blocks are looked at as a whole, so
+// that the compiler can take many bytes at once.
+std::size_t PlainLength(std::string_view text) {
+  constexpr std::size_t kBlock = 16;
+  std::size_t at = 0;
+  for (; at + kBlock <= text.size(); at += kBlock) {
+    unsigned char found = 0;
+    for (std::size_t i = 0; i < kBlock; ++i)
+      found |= static_cast<unsigned char>(IsSuspect(text[at + i]));
+    if (found != 0) break;
+  }
+  while (at < text.size() && !IsSuspect(text[at]))
+    ++at;
+  return at;
+}
 
 }  // namespace
 
@@ -118,9 +126,7 @@ void XmlDocument::CWriter::End(const XmlNode& node) {
 
 void XmlDocument::CWriter::Text(std::string_view text) {
   while (!text.empty()) {
-    std::size_t plain = 0;
-    while (plain < text.size() && !kSuspects[static_cast<unsigned char>(text[plain])])
-      ++plain;
+    const std::size_t plain = PlainLength(text);
     code += text.substr(0, plain);
     text.remove_prefix(plain);
     if (text.empty()) return;

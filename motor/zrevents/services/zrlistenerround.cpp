@@ -25,7 +25,7 @@ void ZRListenerRound::Begin(const ZREventListener& listener, bool isComplete) {
 
 // A listener takes a document with 204 and nothing else, 200 included: required.
 void ZRListenerRound::Send(const ZREventListener& listener) {
-  text = ZRString();
+  text.Clear();
   document.CreateXmlCode(text, true);
   const char* const path = listener.isUser ? kUserPath : kEnginePath;
   for (int attempt = 1;; ++attempt) {
