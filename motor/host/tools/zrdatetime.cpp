@@ -297,13 +297,13 @@ bool DateTime2String(ZRWString& text, const ZRDateTime& date, bool first, bool s
   return valid;
 }
 
-ZRString DateTime2RFC822(const ZRDateTime& date, bool local) {
+ZRString DateTime2RFC822(const ZRDateTime& date, bool utc) {
   static constexpr std::array<std::string_view, 7> kDays{"Sun", "Mon", "Tue", "Wed",
                                                          "Thu", "Fri", "Sat"};
   static constexpr std::array<std::string_view, 12> kMonths{
       "Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
   const ZRDateTime shown =
-      local ? date.UTC2LTC() : ZRDateTime::FromUtcMilliseconds(date.UtcMilliseconds());
+      utc ? ZRDateTime::FromUtcMilliseconds(date.UtcMilliseconds()) : date.UTC2LTC();
   if (!date.Valid() || !shown.Valid()) return {};
   ZRDateText text;
   text.Text(kDays.at(static_cast<std::size_t>(shown.DayOfWeek())));
@@ -316,10 +316,10 @@ ZRString DateTime2RFC822(const ZRDateTime& date, bool local) {
   text.Text(" ");
   text.Time(shown);
   text.Text(" ");
-  if (local) {
-    text.Offset(shown.offsetSeconds, "");
-  } else {
+  if (utc) {
     text.Text("GMT");
+  } else {
+    text.Offset(shown.offsetSeconds, "");
   }
   return ZRString(text.View());
 }

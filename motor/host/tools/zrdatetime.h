@@ -111,7 +111,7 @@ class ZRDateTime {
     return made;
   }
   [[nodiscard]] std::int64_t Key() const { return valid ? UtcMilliseconds() : INT64_MIN; }
-  friend ZRString DateTime2RFC822(const ZRDateTime& date, bool local);
+  friend ZRString DateTime2RFC822(const ZRDateTime& date, bool utc);
 
   // Readings: of the first and the last millisecond of the range of years, and of the double 0.
   static constexpr std::int64_t kFirst = -62'135'596'800'000;
@@ -157,6 +157,6 @@ inline std::int64_t ZRDateTime::UtcMilliseconds() const {
 [[nodiscard]] bool DateTime2String(ZRString& text, const ZRDateTime& date, bool, bool);
 [[nodiscard]] bool DateTime2String(ZRWString& text, const ZRDateTime& date, bool, bool);
 
-// "Sat, 21 Nov 2026 08:05:09 GMT" (RFC 822 as amended by RFC 1123), by UTC; with the flag true
+// "Sat, 21 Nov 2026 08:05:09 GMT" (RFC 822 as amended by RFC 1123) with the flag true; with false
 // the local reading and its offset ("+0100"). Empty for an invalid date.
-[[nodiscard]] ZRString DateTime2RFC822(const ZRDateTime& date, bool local);
+[[nodiscard]] ZRString DateTime2RFC822(const ZRDateTime& date, bool utc);
