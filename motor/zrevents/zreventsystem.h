@@ -26,6 +26,7 @@ inline constexpr const wchar_t* kParkingGroupId = L"11111111-1111-1111-1111-1111
 //           any thread between Start and Stop, kept safe by the gate of the server.
 // Order     StoreMutex, shared, for who walks the events without a token of the gate: behind it the
 //           access rule and occurrencesMutex of an event. Exclusive in Reset, behind cfgMutex.
+//           rssMutex behind occurrencesMutex; under it the disk.
 // Owns      events, time tables, groups, and the documents of generated events, until Reset.
 class ZREVENTS_API ZREventSystem {
  public:
@@ -90,10 +91,20 @@ class ZREVENTS_API ZREventSystem {
   // What is wrong with a slot of a day table, for the host's checks.
   [[nodiscard]] static ZRSlotFault SlotFault(const XmlDocument::XmlNode& slot);
 
-  // The feed. It isn't written yet: not active, and an item has no effect.
-  [[nodiscard]] bool GetRssActive() const { return rssActive; }
-  void PublishRSS(const ZRWString& title, const ZRWString& text, const ZRDateTime& time,
+  // --- the feed: publication/zreventsystem_feed.cpp ---
+
+  // Takes the feed's settings: `active` ("T" turns it on) and `items`, the limit. The channel of
+  // an active feed is loaded from its file, or made anew. Always true. Before the workers start.
+  bool LoadRssCfg(const XmlDocument::XmlNode* node);
+  // Adds an item, with the category of the transition `status`, and writes both files. The oldest
+  // items go until the new one fits. No failure reaches the caller.
+  void PublishRSS(const ZRWString& title, const ZRWString& description, const ZRDateTime& time,
                   int status);
+  [[nodiscard]] bool GetRssActive() const { return rssActive; }
+  [[nodiscard]] int GetRssMaxNumberOfItems() const;
+  [[nodiscard]] int GetRssNumberOfItems() const;
+  // How often in a row a file of the feed couldn't be written, for the host; 0 after a success.
+  [[nodiscard]] int RssFailures() const { return rssFailures; }
 
  private:
   void AddFixedGroup(const wchar_t* groupId, const ZRWString& name);
@@ -105,8 +116,18 @@ class ZREVENTS_API ZREventSystem {
   template <typename Table>
   void AddTimeTables(const XmlDocument& document, const wchar_t* branch);
   void AppendGroup(std::unique_ptr<ZREventDriverGroup> group);
+  static void CreateEventsRSS(XmlDocument& document);
+  // False if the feed couldn't be written; the old one is then as it was.
+  [[nodiscard]] bool CreateEventsRSSFile() ZR_REQUIRES(rssMutex);
+  [[nodiscard]] bool MakeRoomForItem(XmlDocument::XmlNode& channel) ZR_REQUIRES(rssMutex);
+  void NoteRssFiles(bool areWritten);
 
+  mutable ZRMutex rssMutex;
+  int rssMaxItems ZR_GUARDED_BY(rssMutex) = 20;
+  int rssItems ZR_GUARDED_BY(rssMutex) = 0;  // in the document
   std::atomic<bool> rssActive{false};
+  std::atomic<int> rssFailures{0};
+  XmlDocument rssDocument ZR_GUARDED_BY(rssMutex);  // the channel
   ZRSharedMutex storeMutex;
   // Constant between loading and Reset; changed under storeMutex.
   tagEvents events;

@@ -124,6 +124,3 @@ void ZREventSystem::AddScreen(const ZRWString& path, const ZRWString& title, ZRW
     }
   }
 }
-
-void ZREventSystem::PublishRSS(const ZRWString& /*title*/, const ZRWString& /*text*/,
-                               const ZRDateTime& /*time*/, int /*status*/) {}

@@ -53,6 +53,7 @@ class ZRTessalySetup {
 
   [[nodiscard]] const ZRWString& ProgramName() const { return programName; }
   [[nodiscard]] const ZRWString& CurrentLanguage() const { return language; }  // "en" or "es"
+  // The host under which the readers of the feed know this site.
   [[nodiscard]] const ZRWString& RssUrl() const { return rssUrl; }
   // By its name in the zone database, which Load doesn't ask; empty: the machine's.
   [[nodiscard]] const ZRString& TimeZone() const { return timeZone; }
@@ -118,7 +119,7 @@ class ZRTessalySetup {
   class CReader;
 
   ZRWString sitePath, cfgPath, dataPath;
-  ZRWString programName{L"Tessaly"}, language{L"en"}, rssUrl, logTarget{L"terminal"};
+  ZRWString programName{L"Tessaly"}, language{L"en"}, rssUrl{L"localhost"}, logTarget{L"terminal"};
   ZRString timeZone, historyDurability{"adaptive"};
   ZRString smtpServer, smtpFrom, smtpUser, smtpPassword;
   ZRString smsSender{"modem"}, smsProgram{"/usr/bin/gammu"};

@@ -107,6 +107,14 @@ bool IsHostName(std::string_view text) {
          text.find_first_not_of(kAllowed) == text.npos;
 }
 
+// The same, or an address, one of IPv6 in brackets.
+bool IsUrlHost(std::string_view text) {
+  const bool isBracketed = text.starts_with('[') && text.ends_with(']');
+  if (!isBracketed) return IsHostName(text);
+  const std::string_view inside = text.substr(1, text.size() - 2);
+  return inside.find(':') != inside.npos && IsAddress(inside);
+}
+
 ZRWString WithSeparator(const ZRWString& folder) {
   if (folder.IsEmpty()) return L"./";
   if (folder.View().ends_with(wchar_t{kSeparator})) return folder;
@@ -132,7 +140,7 @@ class ZRTessalySetup::CReader {
     ReadHttp(file.Table("http"));
     ReadChain(file.Table("chain"));
     ReadLog(file.Table("log"));
-    ReadRss(file.Table("rss"));
+    ReadFeed(file.Table("feed"));
     ReadSmtp(file.Table("smtp"));
     ReadSms(file.Table("sms"));
     ReadPreferences(file.Table("preferences"));
@@ -206,9 +214,17 @@ class ZRTessalySetup::CReader {
     log.WarnOfUnknownKeys();
   }
 
-  void ReadRss(ZRSettingsTable rss) {
-    rss.Text("url", setup.rssUrl);
-    rss.WarnOfUnknownKeys();
+  // The engine reads `active` and `items` from the tree: they are only checked here.
+  void ReadFeed(ZRSettingsTable feed) {
+    constexpr int kMostItems = 1000;
+    bool isActive = false;
+    int items = 0;
+    feed.Flag("active", isActive);
+    feed.Integer("items", items, 0, kMostItems);
+    ZRString host = Utf16ToUtf8(setup.rssUrl.View());
+    feed.Text("host", host, IsUrlHost, "must be the name or address of a host, without a port");
+    setup.rssUrl = Utf8ToUtf16(host.View());
+    feed.WarnOfUnknownKeys();
   }
 
   void ReadSmtp(ZRSettingsTable smtp) {

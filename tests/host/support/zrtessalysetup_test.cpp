@@ -54,7 +54,7 @@ TEST_F(Settings, HaveDefaultsForWhatTheFileLeavesOut) {
   EXPECT_EQ("/site/data/", Narrow(setup.DataPath()));
   EXPECT_EQ("Tessaly", Narrow(setup.ProgramName()));
   EXPECT_EQ("en", Narrow(setup.CurrentLanguage()));
-  EXPECT_EQ("", Narrow(setup.RssUrl()));
+  EXPECT_EQ("localhost", Narrow(setup.RssUrl()));
   EXPECT_TRUE(setup.TimeZone().IsEmpty());
   EXPECT_EQ(8480, setup.HttpServerPort());
   EXPECT_TRUE(setup.SmtpServer().IsEmpty());
@@ -84,8 +84,10 @@ history.durability = "off"
 [log]
 level = 4
 target = "logs/engine.log"
-[rss]
-url = "http://localhost:8480/"
+[feed]
+active = true
+items = 5
+host = "plant.example.org"
 [smtp]
 server = "mail.example.org"
 port = 465
@@ -114,7 +116,9 @@ program = "/opt/bin/gammu"
   EXPECT_TRUE(setup.HistoryDurability() == "off");
   EXPECT_EQ(4, setup.LogLevel());
   EXPECT_EQ("/site/logs/engine.log", Narrow(setup.LogTarget()));
-  EXPECT_EQ("http://localhost:8480/", Narrow(setup.RssUrl()));
+  EXPECT_EQ("plant.example.org", Narrow(setup.RssUrl()));
+  EXPECT_EQ("T", Narrow(setup.Tree()->Node(L"feed")->Value(L"active", L"")));
+  EXPECT_EQ("5", Narrow(setup.Tree()->Node(L"feed")->Value(L"items", L"")));
   EXPECT_TRUE(setup.SmtpServer() == "mail.example.org");
   EXPECT_EQ(465, setup.SmtpPort());
   EXPECT_TRUE(setup.SmtpFrom() == "plant@example.org");
@@ -153,6 +157,20 @@ TEST_F(Settings, KeysOfDevicesArePorts) {
     ASSERT_EQ(1u, warnings.size()) << bad;
     EXPECT_EQ("2:1 the key \"" + std::string(bad) + "\" in sms.devices is not known",
               Shown(warnings[0]));
+  }
+}
+
+TEST_F(Settings, OfTheFeedAreChecked) {
+  EXPECT_EQ("1:6 feed.active must be true or false", Refusal("feed.active = \"T\""));
+  for (const char* bad : {"-1", "1001"})
+    EXPECT_EQ("1:6 feed.items must be an integer from 0 to 1000",
+              Refusal("feed.items = " + std::string(bad)));
+  for (const char* bad : {"", "http://hall", "hall:80", "hall/x", "[::1", "::1", "[hall]", "[]"})
+    EXPECT_EQ("1:6 feed.host must be the name or address of a host, without a port",
+              Refusal("feed.host = \"" + std::string(bad) + "\""));
+  for (const char* good : {"hall", "hall.example.org", "192.168.1.20", "[::1]", "[2001:db8::1]"}) {
+    ASSERT_TRUE(Load("feed.host = \"" + std::string(good) + "\"")) << good;
+    EXPECT_EQ(good, Narrow(setup.RssUrl()));
   }
 }
 
