@@ -8,6 +8,7 @@
 #include "host/tools/zrtext.h"
 #include "tessaly/zrcommands.h"
 #include "tessaly/zrdatafolder.h"
+#include "tessaly/zrfeed.h"
 #include "tessaly/zrpeers.h"
 #include "tessaly/zrsharefolder.h"
 #include "tessaly/zrsite.h"
@@ -55,6 +56,7 @@ class CRun {
   ZRSiteLogins logins;
   ZRSite site;
   ZRSiteWeb web{site.Engine(), logins.Passwords()};
+  ZRFeedWatch feed;
   bool works = false;  // Begin has succeeded
 };
 
@@ -110,6 +112,7 @@ void CRun::LoadWork() {
   site.MakeDrivers(findings);
   site.StartDrivers(ZRSite::tagDrivers::kAll, findings);
   site.LoadEvents(LogTransition);
+  PrepareFeed(ZRTessalySetup::Get(), ZREventSystem::Get(), findings);
   site.CheckLoaded(findings);
   LogFindings(findings);
 }
@@ -183,6 +186,7 @@ int CRun::WaitForTheEnd() {
       case ZRSignal::kNone:
         site.ShowCycle();
         site.WatchHistory();
+        feed.Look(ZREventSystem::Get());
         logins.Look();
         break;
     }

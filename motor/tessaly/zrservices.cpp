@@ -6,6 +6,7 @@
 #include "host/tools/zrtext.h"
 #include "host/user/zrsecuritymanager.h"
 #include "tessaly/zranswers.h"
+#include "tessaly/zrfeed.h"
 #include "tessaly/zrperiod.h"
 #include "zrevents/zreventserver.h"
 
@@ -16,6 +17,8 @@ constexpr const char* kNotifiedPath = "/services/events/notified.xml";
 constexpr const char* kActionsPath = "/services/events/actions.xml";
 constexpr const char* kCountsPath = "/services/events/counts.xml";
 constexpr const char* kLoggerPath = "/services/events/logger.xml";
+
+constexpr const char* kFeedPath = "/html/events.rss";
 
 constexpr const char* kHealthPath = "/healthz";
 constexpr const char* kReadyPath = "/readyz";
@@ -104,6 +107,9 @@ void BindServices(ZRWebServer& web, ZREventServer& engine) {
         AnswerAck(engine, request, body, response);
       },
       ZRWebServer::tagPace::kMayWait);
+  web.Get(kFeedPath, [](ZRHttpRequest&, ZRHttpResponse& response) {
+    AnswerFeed(ZREventSystem::Get(), response);
+  });
   web.OnFault([](std::string_view path, std::string_view what) {
     logger(kLogInvariant, L"%s failed: %s", std::string(path).c_str(), std::string(what).c_str());
   });

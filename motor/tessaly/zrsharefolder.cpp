@@ -89,13 +89,12 @@ fs::path SmsFolder(const ZRTessalySetup& setup) {
   return {std::string(Utf16ToUtf8(setup.SmsFolder().View()).View())};
 }
 
-// True if the folder is there now.
+}  // namespace
+
 bool MakePrivateFolder(const fs::path& folder, std::error_code& error) {
   if (fs::create_directory(folder, error)) fs::permissions(folder, fs::perms::owner_all, error);
   return !error;
 }
-
-}  // namespace
 
 void PrepareShareFolder(const ZRTessalySetup& setup, ZRFindings& findings) {
   const fs::path folder = ShareFolder(setup);

@@ -2,7 +2,9 @@
 // and the mail program. And the folder of a site that keeps its SMS.
 #pragma once
 
+#include <filesystem>
 #include <string>
+#include <system_error>
 
 #include "host/support/zrtessalysetup.h"
 #include "host/tools/xmldocument.h"
@@ -10,6 +12,9 @@
 
 inline constexpr const char* kShareFolder = "share";
 inline constexpr const char* kMailProgram = "msmtp";
+
+// Makes a folder, this user's alone; one that is there stays as it is. True if it is there now.
+[[nodiscard]] bool MakePrivateFolder(const std::filesystem::path& folder, std::error_code& error);
 
 // Makes the folder, this user's alone, removes what a run that was killed has left of its mails
 // and SMS, and puts a link to the mail program of PATH there unless there is one. While none is

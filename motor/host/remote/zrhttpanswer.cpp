@@ -9,7 +9,8 @@ constexpr int kNotModified = 304;
 
 bool IsKnownKind(int kind) {
   return kind == kContentNone || kind == kContentText || kind == kContentLoggerXml ||
-         kind == kContentXml || kind == kContentLoggerXmlDeflated || kind == kContentXmlDeflated;
+         kind == kContentXml || kind == kContentLoggerXmlDeflated || kind == kContentXmlDeflated ||
+         kind == kContentRss;
 }
 
 bool IsDeflatedKind(int kind) {

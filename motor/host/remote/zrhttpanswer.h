@@ -30,7 +30,7 @@ class ZRHttpAnswer final : public ZRHttpResponse {
   // Of a complete answer.
   [[nodiscard]] int Status() const { return statusCode; }
   [[nodiscard]] bool HasBody() const { return kind != kContentNone; }
-  [[nodiscard]] bool IsText() const { return kind == kContentText; }
+  [[nodiscard]] int Kind() const { return kind; }
   [[nodiscard]] ZRContentCoding Coding() const { return coding; }
   [[nodiscard]] ZRAnswerBody& Body() { return body; }
 

@@ -9,6 +9,7 @@ inline constexpr int kContentLoggerXml = 2;
 inline constexpr int kContentXml = 3;
 inline constexpr int kContentLoggerXmlDeflated = 4;
 inline constexpr int kContentXmlDeflated = 5;
+inline constexpr int kContentRss = 6;
 
 // The answer to a request. What is written is taken at once: a slow client never holds up who
 // writes.

@@ -10,6 +10,20 @@ namespace {
 
 constexpr const char* kXmlType = "application/xml; charset=utf-8";
 constexpr const char* kTextType = "text/plain; charset=utf-8";
+constexpr const char* kRssType = "application/rss+xml";
+// A feed holds texts of events as HTML: a browser that shows it runs and loads nothing.
+constexpr const char* kRssPolicy = "default-src 'none'; sandbox";
+
+const char* TypeOf(int kind) {
+  switch (kind) {
+    case kContentText:
+      return kTextType;
+    case kContentRss:
+      return kRssType;
+    default:
+      return kXmlType;
+  }
+}
 
 void FreeText(void* text) {
   const std::unique_ptr<std::string> owned(static_cast<std::string*>(text));
@@ -54,7 +68,8 @@ ZRWebResponse::ZRWebResponse(int statusToSay)
 ZRWebResponse::ZRWebResponse(ZRHttpAnswer& answer)
     : status(answer.Status()), response(OfBody(answer.Body())) {
   if (!answer.HasBody()) return;
-  Add(MHD_HTTP_HEADER_CONTENT_TYPE, answer.IsText() ? kTextType : kXmlType);
+  Add(MHD_HTTP_HEADER_CONTENT_TYPE, TypeOf(answer.Kind()));
+  if (answer.Kind() == kContentRss) Add("Content-Security-Policy", kRssPolicy);
   Add(MHD_HTTP_HEADER_VARY, MHD_HTTP_HEADER_ACCEPT_ENCODING);
   const char* const coding = ContentCodingName(answer.Coding());
   if (coding != nullptr) Add(MHD_HTTP_HEADER_CONTENT_ENCODING, coding);
