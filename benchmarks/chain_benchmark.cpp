@@ -1,7 +1,6 @@
 // What it costs to tell listeners everything, without the network.
 
 #include <benchmark/benchmark.h>
-#include <sys/resource.h>
 
 #include <memory>
 #include <string>
@@ -10,6 +9,8 @@
 #include "host/platform/zrvirtualtime.h"
 #include "host/remote/zrhttpclient.h"
 #include "host/tools/xmldocument.h"
+#include "memoryhttp.h"
+#include "processortime.h"
 #include "zrevents/zreventserver.h"
 
 namespace {
@@ -17,14 +18,6 @@ namespace {
 constexpr int kEvents = 10'000;
 constexpr int kListeners = 32;
 constexpr std::uint32_t kRound = 1000;  // ms
-
-double ProcessorSeconds() {
-  rusage usage{};
-  (void)::getrusage(RUSAGE_SELF, &usage);
-  constexpr double kMicro = 1e-6;
-  return static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
-         static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) * kMicro;
-}
 
 // Takes every document at once, and sums up what it took to make those of a round: from each one
 // to the next.
@@ -65,15 +58,6 @@ class CountingWire final : public ZRHttpWire {
   };
 
   double last = -1;
-};
-
-class PlainRequest final : public ZRHttpRequest {
- public:
-  [[nodiscard]] bool AcceptDeflate() const override { return false; }
-  [[nodiscard]] const ZRHttpAuthorization& Authorization() const override { return nobody; }
-
- private:
-  ZRHttpAuthorization nobody;
 };
 
 std::string EventsXml(bool notify) {

@@ -4,7 +4,6 @@
 
 #include <benchmark/benchmark.h>
 #include <malloc.h>
-#include <sys/resource.h>
 
 #include <memory>
 #include <string>
@@ -18,20 +17,13 @@
 #include "host/tools/zrtext.h"
 #include "memoryhttp.h"
 #include "plausiblesite.h"
+#include "processortime.h"
 #include "zrevents/zreventdriver.h"
 #include "zrevents/zreventdrivergroup.h"
 #include "zrevents/zreventpass.h"
 #include "zrevents/zreventserver.h"
 
 namespace {
-
-double ProcessorSeconds() {
-  rusage usage{};
-  (void)::getrusage(RUSAGE_SELF, &usage);
-  constexpr double kMicro = 1e-6;
-  return static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
-         static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) * kMicro;
-}
 
 double HeapBytes() {
   const struct mallinfo2 info = ::mallinfo2();

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/driversupport/zrdriver.h"
+#include "memoryhttp.h"
 #include "zrevents/lists/zreventlist.h"
 #include "zrevents/zreventdriver.h"
 #include "zrevents/zreventserver.h"
@@ -80,15 +81,6 @@ void BM_MergeFull(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * kElements);
 }
 BENCHMARK(BM_MergeFull)->Unit(benchmark::kMillisecond);
-
-class PlainRequest final : public ZRHttpRequest {
- public:
-  [[nodiscard]] bool AcceptDeflate() const override { return false; }
-  [[nodiscard]] const ZRHttpAuthorization& Authorization() const override { return nobody; }
-
- private:
-  ZRHttpAuthorization nobody;
-};
 
 std::string EventId(int number) {
   return "aaaaaaaa-0000-4000-8000-" + std::to_string(100'000'000'000 + number);

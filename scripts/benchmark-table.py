@@ -36,6 +36,13 @@ The web server under load is measured by `scripts/benchmark-web`: [the web serve
 - **Loading** is `ZREventServer::LoadCfg` of such a document, from the file to the sorted store. The document of
   1,000,000 events is larger than one file may be: there the same steps are called one by one, without that limit.
 - **The active service** writes every event of a store in which all are active, into memory, without compression.
+- **A merged element** is one event of a remote engine that is put into the live list, out of a document of 10,000.
+- **An acknowledgement** is one event, named in a document of the acknowledge service together with as many others as
+  the table says, of a store in which all are active.
+- **A complete document** tells a listener of 10,000 active events; 31 of 32 documents of one round are counted, without
+  the network. With its notified occurrence each event stands in a document twice.
+- **A pass with mails** is one in which 1,000 events become active and each sends a mail: the time of the worker's own
+  thread. Every mail reaches a mail program that takes it at once.
 - **A month** of the history is asked for as the logger service asks: files that lie in the system's cache are read,
   checked, and put together into occurrences in their order. SQLite (WAL) has the same records in one table with an
   index on the time, in the order in which they happened, and its rows become occurrences by the same objects. A scan
@@ -83,7 +90,7 @@ class Results:
     def take(self, entry):
         if entry.get("error_occurred"):
             sys.exit(f"{entry['name']}: {entry.get('error_message', 'failed')}")
-        name = re.sub(r"/((repeats|iterations):\d+|process_time|real_time)", "", entry["run_name"])
+        name = re.sub(r"/((repeats|iterations):\d+|process_time|real_time|manual_time)", "", entry["run_name"])
         kind = entry.get("aggregate_name")
         if kind == "cv":
             self.spread[name] = entry["cpu_time"]
@@ -158,7 +165,34 @@ def goals(r, shapes):
          ratio(loads[1_000_000], loads[100_000]), "{:.2f} times", lambda v: v <= 1.5),
         ("The active service, of 10,000 events: at most 300 ns for each",
          r.cycle("ActiveService", 10_000), "{:.0f} ns", lambda v: v <= 300),
-    ] + history_goals(r)
+    ] + service_goals(r) + history_goals(r)
+
+
+ACKNOWLEDGEMENTS = ((100, 1), (1_000, 1), (1_000, 100), (10_000, 1), (10_000, 1_000))
+
+
+def acknowledged(r, events, ids):
+    """Events acknowledged in a second of processor time."""
+    return r.get(f"BM_Acknowledge/events:{events}/ids:{ids}", "items_per_second")
+
+
+def document(r, notify):
+    return r.get(f"BM_CompleteDocuments/notify:{notify}", "us_per_event_and_listener")
+
+
+def service_goals(r):
+    return [
+        ("10,000 events of a remote engine, merged into the live list: below 1 s",
+         ratio(r.nanoseconds("BM_MergeFull"), 1e9), "{:.3f} s", lambda v: v < 1),
+        ("Acknowledging: at least 10,000 events in a second",
+         worst((acknowledged(r, *shape) for shape in ACKNOWLEDGEMENTS), min), "{:,.0f}, in the worst shape",
+         lambda v: v >= 10_000),
+        ("Complete documents of 10,000 events for 32 listeners: at most 2 µs for an event and listener",
+         worst((document(r, notify) for notify in (0, 1)), max), "{:.2f} µs, with notified occurrences",
+         lambda v: v <= 2),
+        ("A pass with 1,000 mails: at most 50 ms", ratio(r.went_by("BM_MailPass"), 1e6), "{:.1f} ms",
+         lambda v: v <= 50),
+    ]
 
 
 MONTHS = ("one event", "1,000 events", "10,000 events")
@@ -238,12 +272,24 @@ def engine_table(r):
              "body_bytes_per_event": "{:.0f} bytes of answer"}
     rows = []
     for name, entry in r.median.items():
-        if not name.startswith("BM_"):
+        subject, _, count = name.removeprefix("BM_").partition("/")
+        if not name.startswith("BM_") or not count.isdigit():
             continue
-        subject, count = name[3:].split("/")
         figures = ", ".join(form.format(entry[unit]) for unit, form in units.items() if unit in entry)
         rows.append([f"{subject}, {int(count):,} events", figures, cell(r.spread.get(name), "{:.1%}")])
     return table(["Engine", "for each event; allocations in all passes", "spread"], rows)
+
+
+def services_table(r):
+    rows = [[f"Merged element, {what}", cell(ratio(r.nanoseconds(name), 1e4 * steps * 1e3), "{:.2f} µs")]
+            for what, name, steps in (("new", "BM_MergeFull", 1), ("through its life", "BM_Merge/reversed:0", 3),
+                                      ("the last ending first", "BM_Merge/reversed:1", 3))]
+    rows += [[f"Acknowledgement, {events:,} events, {ids:,} in a document",
+              cell(ratio(1e6, acknowledged(r, events, ids)), "{:.2f} µs")] for events, ids in ACKNOWLEDGEMENTS]
+    rows += [[f"Complete document, {what}, for each event", cell(document(r, notify), "{:.2f} µs")]
+             for notify, what in enumerate(("active events", "active events with notified occurrences"))]
+    rows.append(["Pass with 1,000 mails, with its waits", cell(r.get("BM_MailPass", "went_by_ms"), "{:.0f} ms")])
+    return table(["Lists, services, actions", "each"], rows)
 
 
 def month_table(r):
@@ -298,7 +344,8 @@ def main():
     print("\n## Goals\n")
     print(goal_table(r, shapes))
     print("\n## Figures\n\nMedians. The spread is the standard deviation of the repetitions by their mean.\n")
-    print("\n\n".join([evaluation_table(r, shapes), analysis_table(r, shapes), engine_table(r), month_table(r),
+    print("\n\n".join([evaluation_table(r, shapes), analysis_table(r, shapes), engine_table(r), services_table(r),
+                       month_table(r),
                        append_table(r), growth_table(r)]))
 
 
