@@ -11,7 +11,7 @@ namespace {
 constexpr std::string_view kHeader = R"(<?xml version="1.0" encoding="UTF-8" standalone="yes"?>)";
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";    // U+FFFD
 constexpr std::string_view kNonCharacters = "\xEF\xBF\xBE";  // U+FFFE; U+FFFF is one more
-constexpr std::size_t kFileChunk = std::size_t{64} * 1024;   // bytes written to a file at a time
+constexpr std::size_t kChunk = std::size_t{64} * 1024;       // bytes handed on at a time
 constexpr std::string_view kUnfinished = ".unfinished";      // end of the name of a file in work
 
 // How the byte at the front of a text is written; `length` is what that stands for.
@@ -65,18 +65,17 @@ std::size_t PlainLength(std::string_view text) {
 
 }  // namespace
 
-// Makes the text of elements; with a file, writes it there in chunks.
+// Makes the text of elements, and hands it on in chunks: to a file, or to a text.
 class XmlDocument::CWriter {
  public:
-  explicit CWriter(std::FILE* target = nullptr) : file(target) {}
+  explicit CWriter(std::FILE* target) : file(target) {}
+  explicit CWriter(ZRString& target) : out(&target) { target.GrowInSteps(); }
 
   void Header() { code += kHeader; }
   void Tree(const XmlNode& top);
 
-  // Writes what is left; false if anything couldn't be written.
+  // Hands on what is left; false if anything couldn't be written.
   [[nodiscard]] bool Finish();
-
-  [[nodiscard]] const std::string& Code() const { return code; }
 
  private:
   void Begin(const XmlNode& node);
@@ -84,7 +83,8 @@ class XmlDocument::CWriter {
   void Text(std::string_view text);
   void Flush();
 
-  std::FILE* file;
+  std::FILE* file = nullptr;
+  ZRString* out = nullptr;
   bool isWritten = true;
   std::string code;
 };
@@ -121,7 +121,7 @@ void XmlDocument::CWriter::End(const XmlNode& node) {
   code += "</";
   code += node.tag->writtenText;
   code += '>';
-  if (file != nullptr && code.size() >= kFileChunk) Flush();
+  if (code.size() >= kChunk) Flush();
 }
 
 void XmlDocument::CWriter::Text(std::string_view text) {
@@ -137,7 +137,11 @@ void XmlDocument::CWriter::Text(std::string_view text) {
 }
 
 void XmlDocument::CWriter::Flush() {
-  if (isWritten) isWritten = std::fwrite(code.data(), 1, code.size(), file) == code.size();
+  if (out != nullptr) {
+    out->Append(code);
+  } else if (isWritten) {
+    isWritten = std::fwrite(code.data(), 1, code.size(), file) == code.size();
+  }
   code.clear();
 }
 
@@ -150,11 +154,10 @@ bool XmlDocument::CWriter::Finish() {
 
 void XmlDocument::CreateXmlCode(ZRBasicString<char>& out, bool header) const {
   if (root == nullptr) return;
-  CWriter writer;
+  CWriter writer(out);
   if (header) writer.Header();
   writer.Tree(*root);
-  out.GrowInSteps();
-  out.Append(writer.Code());
+  (void)writer.Finish();
 }
 
 // Writes beside the old file and puts the new one in its place.
@@ -178,10 +181,9 @@ bool XmlDocument::Save() {
 // --- an element ---
 
 void XmlDocument::XmlNode::CreateXmlCode(ZRBasicString<char>& out) const {
-  CWriter writer;
+  CWriter writer(out);
   writer.Tree(*this);
-  out.GrowInSteps();
-  out.Append(writer.Code());
+  (void)writer.Finish();
 }
 
 bool XmlDocument::XmlNode::SaveXmlCode(std::FILE* file) const {

@@ -94,7 +94,8 @@ TEST(XmlDocumentMemory, DocumentIsMadeAgainAndAgain) {
     document.Create(L"root");
     tagFields fields;
     for (std::size_t at = 0; at < size; ++at) {
-      fields.emplace_back("event", "text " + std::to_string(at) + std::string(at % std::size_t{300}, 'x'));
+      fields.emplace_back("event",
+                          "text " + std::to_string(at) + std::string(at % std::size_t{300}, 'x'));
       document.Root()->NewChild(L"event", nullptr)->SetValue(Utf8ToUtf16(fields.back().second));
     }
     EXPECT_EQ(CodeOf(fields), Code(document)) << size;
