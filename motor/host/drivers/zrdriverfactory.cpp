@@ -12,6 +12,7 @@ constexpr std::string_view kMachine = "machine";
 constexpr std::string_view kSimulator = "simulator";
 constexpr std::string_view kReplay = "replay";
 constexpr std::string_view kEngine = "engine";
+constexpr std::string_view kModbus = "modbus";
 
 std::string DataFolder() {
   return Utf16ToUtf8(ZRTessalySetup::Get().DataPath().View()).Text();
@@ -37,9 +38,12 @@ std::unique_ptr<ZRDriver> ZRDriverFactory::Make(const XmlDocument::XmlNode& sett
     driver = MakeReplay(reader);
   } else if (type == kEngine) {
     driver = MakeEngine(reader);
+  } else if (type == kModbus) {
+    driver = MakeModbus(reader, problems);
   } else if (!type.empty()) {
-    reader.Error(kType, "must be \"machine\", \"simulator\", \"replay\" or \"engine\", not \"" +
-                            type + "\"");
+    reader.Error(
+        kType, "must be \"machine\", \"simulator\", \"replay\", \"engine\" or \"modbus\", not \"" +
+                   type + "\"");
   }
   if (driver) reader.WarnOfUnknownKeys();
   return driver;

@@ -40,6 +40,8 @@ class ZRDriverFactory {
       ZRDriverSettings& settings, std::vector<ZRSettingProblem>& problems);
   [[nodiscard]] static std::unique_ptr<ZRDriver> MakeReplay(ZRDriverSettings& settings);
   [[nodiscard]] static std::unique_ptr<ZRDriver> MakeEngine(ZRDriverSettings& settings);
+  [[nodiscard]] static std::unique_ptr<ZRDriver> MakeModbus(
+      ZRDriverSettings& settings, std::vector<ZRSettingProblem>& problems);
   [[nodiscard]] static bool ReadIdentity(ZRDriverSettings& settings, ZRWString& id,
                                          ZRWString& name);
   [[nodiscard]] static std::uint32_t ReadPeriod(ZRDriverSettings& settings,

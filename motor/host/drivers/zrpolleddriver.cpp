@@ -1,6 +1,7 @@
 #include "host/drivers/zrpolleddriver.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "host/base/zrlogger.h"
 
@@ -71,7 +72,7 @@ bool ZRPolledDriver::WaitUntilDue(std::int64_t due) {
   ZRMutexLock lock(mutex);
   while (!stopping) {
     const std::int64_t left = due - Elapsed();
-    if (left <= 0) return true;
+    if (std::exchange(woken, false) || left <= 0) return true;
     const std::int64_t wait = std::min<std::int64_t>(left, kLongestPeriod);
     (void)changed.Wait(mutex, static_cast<std::uint32_t>(wait));
   }
@@ -93,6 +94,14 @@ void ZRPolledDriver::RestartElapsed() {
 bool ZRPolledDriver::IsStopping() {
   ZRMutexLock lock(mutex);
   return stopping;
+}
+
+void ZRPolledDriver::Wake() {
+  {
+    ZRMutexLock lock(mutex);
+    woken = true;
+  }
+  changed.NotifyAll();
 }
 
 std::int64_t ZRPolledDriver::AddPolled(const ZRWString& variable) {

@@ -55,6 +55,8 @@ class ZRPolledDriver : public ZRDriver {
 
   // A request to stop is there: a long pass ends early.
   [[nodiscard]] bool IsStopping();
+  // The next pass follows at once. On any thread.
+  void Wake();
   // Not online any more, and no value in the variables made by AddPolled.
   void GoOffline();
 
@@ -71,6 +73,7 @@ class ZRPolledDriver : public ZRDriver {
   ZRMutex mutex;
   ZRCondition changed;
   bool stopping ZR_GUARDED_BY(mutex) = false;
+  bool woken ZR_GUARDED_BY(mutex) = false;
   std::atomic<bool> online{false};
   bool running = false;              // host's thread only
   std::uint32_t lastTicks = 0;       // the thread of the passes only
