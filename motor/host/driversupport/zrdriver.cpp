@@ -92,6 +92,26 @@ bool ZRDriver::ValueInfo(std::int64_t variable, tagSVariableValueInfo& info) con
   return true;
 }
 
+bool ZRDriver::FindVariable(const wchar_t* variable, tagSVariableHandle& handle) {
+  const std::int64_t number = VariableNumber(ZRWString(variable));
+  if (number >= 0) handle.number = number;
+  return number >= 0;
+}
+
+void ZRDriver::ReleaseVariable(tagSVariableHandle& handle, int /*reserved*/) {
+  handle = {};
+}
+
+bool ZRDriver::VariableInfo(const tagSVariableHandle& handle, tagSVariableInfo& info,
+                            int /*reserved*/) {
+  const auto named = std::find_if(numbers.begin(), numbers.end(),
+                                  [&](const auto& known) { return known.second == handle.number; });
+  if (named == numbers.end()) return false;
+  info.name = named->first;
+  info.flags.reset().set(Variable(handle.number).HoldsText() ? zrflag::kText : zrflag::kNumber);
+  return true;
+}
+
 void ZRDriver::CreateEventsXml(XmlDocument::XmlNode* /*events*/, XmlDocument::XmlNode* /*groups*/,
                                const ZRWideMap& /*screens*/) {}
 

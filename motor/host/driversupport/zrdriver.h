@@ -11,6 +11,7 @@
 
 #include "host/base/zrvalue.h"
 #include "host/driversupport/zrlivevalue.h"
+#include "host/driversupport/zrvariableinfo.h"
 #include "host/driversupport/zrvariablevalueinfo.h"
 #include "host/platform/zrownedlist.h"
 #include "host/tools/xmldocument.h"
@@ -56,6 +57,9 @@ class ZRDriver {
   [[nodiscard]] const ZRWString& Id() const { return ownId; }
   [[nodiscard]] const ZRWString& Name() const { return ownName; }  // as in [name.variable]
 
+  // The base reads the id: uuid::null if that isn't one.
+  [[nodiscard]] virtual uuid Uuid() const { return wtouuid(ownId); }
+
   // --- life; the base does nothing and succeeds ---
 
   [[nodiscard]] virtual bool Start() { return true; }
@@ -85,6 +89,17 @@ class ZRDriver {
   // every variable accepts forced values, and the one that holds a text is a text.
   [[nodiscard]] virtual bool ValueInfo(std::int64_t variable, tagSVariableValueInfo& info) const;
   [[nodiscard]] std::int64_t VariableNumber(const ZRWString& variable) const;  // -1 if none
+
+  // Finds a variable of this driver by its own name. False, and `handle` as it was, if there is
+  // none. A handle is given back by ReleaseVariable.
+  [[nodiscard]] virtual bool FindVariable(const wchar_t* variable, tagSVariableHandle& handle);
+  // The second argument is reserved (0).
+  virtual void ReleaseVariable(tagSVariableHandle& handle, int reserved);
+  // Tells of a variable that was found. False, and `info` as it was, if that can't be told. In the
+  // base a variable is a text while it holds one, and else a number. The last argument is reserved
+  // (0).
+  [[nodiscard]] virtual bool VariableInfo(const tagSVariableHandle& handle, tagSVariableInfo& info,
+                                          int reserved);
 
   // Lets the driver generate events and groups: writes an element `events` into the first root
   // and elements below `eventsGroups` into the second. `screens` tells which screen shows a

@@ -280,4 +280,31 @@ TEST_F(Driver, AReferenceAloneIsNoVariable) {
   ZRLiveValues::Get().Release(value);
 }
 
+TEST_F(Driver, TellsOfItsVariablesByTheirNames) {
+  CMeter* const meter = Add(L"m", L"Meter");
+  meter->Variable(meter->state).SetText("open", 0);
+  tagSVariableHandle handle;
+  EXPECT_FALSE(meter->FindVariable(L"Meter.P", handle));
+  EXPECT_EQ(-1, handle.number);
+  const std::pair<const wchar_t*, std::size_t> known[] = {{L"P", zrflag::kNumber},
+                                                          {L"state", zrflag::kText}};
+  for (const auto& [name, flag] : known) {
+    ASSERT_TRUE(meter->FindVariable(name, handle));
+    tagSVariableInfo info;
+    EXPECT_TRUE(meter->VariableInfo(handle, info, 0));
+    EXPECT_EQ(name, info.name);
+    EXPECT_EQ(tagVariableFlags().set(flag), info.flags);
+    meter->ReleaseVariable(handle, 0);
+    info.name = L"as it was";
+    EXPECT_FALSE(meter->VariableInfo(handle, info, 0));
+    EXPECT_EQ(L"as it was", info.name);
+  }
+}
+
+TEST_F(Driver, HasTheUuidThatItsIdIs) {
+  constexpr const wchar_t* kUuid = L"aaaaaaaa-0000-4000-8000-000000000001";
+  EXPECT_EQ(wtouuid(kUuid), Add(kUuid, L"A")->Uuid());
+  EXPECT_EQ(uuid::null, Add(L"m", L"Meter")->Uuid());
+}
+
 }  // namespace
