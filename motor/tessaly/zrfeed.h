@@ -14,6 +14,9 @@ inline constexpr const char* kHtmlFolder = "html";
 // on, the folder is made, this user's alone; kHint if it can't be.
 void PrepareFeed(const ZRTessalySetup& setup, ZREventSystem& store, ZRFindings& findings);
 
+// kHint if events of `store` publish and the settings have the feed off.
+void CheckFeed(const ZRTessalySetup& setup, const ZREventSystem& store, ZRFindings& findings);
+
 // The feed as it was written last; 404 while it is off or has never been written.
 void AnswerFeed(const ZREventSystem& store, ZRHttpResponse& response);
 

@@ -11,6 +11,7 @@
 #include "host/tools/zrdatetime.h"
 #include "host/tools/zrstringtable.h"
 #include "host/tools/zrtext.h"
+#include "tessaly/zrfeed.h"
 #include "tessaly/zrlogincheck.h"
 #include "tessaly/zrsharefolder.h"
 #include "tessaly/zrsitecheck.h"
@@ -153,6 +154,7 @@ void ZRSite::CheckLoaded(ZRFindings& findings) {
   CheckTimeTables(*engine.TimeTableCfg(), store, ShownFile(setup, kTimeTablesFile), findings);
   CheckMail(*engine.Cfg(), setup, findings);
   CheckSms(*engine.Cfg(), setup, findings);
+  CheckFeed(setup, store, findings);
   CheckRights(setup, store, findings);
 }
 

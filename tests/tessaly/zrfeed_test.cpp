@@ -6,6 +6,7 @@
 
 #include "host/remote/fakepasswords.h"
 #include "host/tools/zrfiles.h"
+#include "support/eventxml.h"
 #include "support/findinglines.h"
 #include "support/httpclient.h"
 #include "support/logcapture.h"
@@ -90,6 +91,29 @@ TEST_F(SiteFeed, FolderThatCanNotBeMadeIsAHint) {
   ASSERT_EQ(1u, found.size());
   EXPECT_TRUE(found[0].starts_with("html: hint: can't be made, and the feed can't be written: "))
       << found[0];
+}
+
+TEST_F(SiteFeed, EventsThatPublishWhileItIsOffAreAHint) {
+  const auto check = [&](EventXml event, const std::string& toml) {
+    (void)Prepare(toml);
+    XmlDocument document;
+    EXPECT_TRUE(document.Parse(
+        ("<main><events>" + event.Condition("1 = 1").Xml() + "</events></main>").c_str()));
+    Store().Reset();
+    EXPECT_TRUE(Store().LoadXml(document));
+    const Lines found =
+        Found([&](ZRFindings& findings) { CheckFeed(ZRTessalySetup::Get(), Store(), findings); });
+    Store().Reset();
+    return found;
+  };
+  const Lines hint{
+      "tessaly.toml: hint: events that publish to the feed: 1, but feed.active isn't true"};
+  for (const char* flag : {"rssActivate", "rssDeactivate", "rssAcknowledge"}) {
+    EXPECT_EQ(hint, check(EventXml().With(flag, "T"), "")) << flag;
+    EXPECT_EQ(hint, check(EventXml().With(flag, "T"), "feed.active = false\n")) << flag;
+    EXPECT_EQ(Lines{}, check(EventXml().With(flag, "T"), kOn)) << flag;
+  }
+  EXPECT_EQ(Lines{}, check(EventXml(), ""));
 }
 
 // --- on the web ---

@@ -503,6 +503,35 @@ TEST_F(FeedOfEvents, TransitionsThatAreNotWantedAreNone) {
   EXPECT_EQ(std::string::npos, Items().find("Pump (Activated)"));
 }
 
+TEST_F(FeedOfEvents, FailureDisturbsNoChangeOfAnEvent) {
+  fs::remove(site.path / "html");
+  Happen(EventXml("Pump")
+             .Condition("[P.RUN] = 1")
+             .Record()
+             .With("rssActivate", "T")
+             .With("rssDeactivate", "T"));
+  EXPECT_EQ(2, Store().RssFailures());
+  EXPECT_FALSE(Find("Pump")->IsEnabled());
+  EXPECT_TRUE(Find("Pump")->GetLastEventDeActivedDateTime().Valid());
+  EXPECT_EQ(0, Find("Pump")->WaitingRecords());
+}
+
+TEST_F(FeedOfEvents, AcknowledgementIsAnItem) {
+  Load(EventXml("Pump").Condition("1 = 1").Notify().With("rssAcknowledge", "T"));
+  StartServer();
+  const std::string xml = NotifiedXml();
+  const std::size_t id = xml.find("<id>");
+  const std::string body =
+      "<eventsAck>" + xml.substr(id, xml.find("</id>") + 5 - id) + "</eventsAck>";
+  FakeRequest request;
+  ASSERT_TRUE(
+      server->ProcessHttpServiceAck(request, reinterpret_cast<const unsigned char*>(body.c_str())));
+  EXPECT_EQ(
+      "<item><title>Pump (Acknowledged)</title><description></description>"
+      "<pubDate>Sat, 21 Nov 2026 08:05:09 GMT</pubDate><category>Acknowledged</category></item>",
+      Items());
+}
+
 TEST_F(FeedOfEvents, NothingIsPublishedWhileItIsOff) {
   (void)Store().LoadRssCfg(nullptr);
   Happen(EventXml("Pump").Condition("[P.RUN] = 1").With("rssActivate", "T"));
