@@ -1,5 +1,6 @@
 // Engines that watch each other, without users.
 #include "chain/engineprocess.h"
+#include "chain/ownnetwork.h"
 
 namespace {
 
@@ -191,19 +192,19 @@ TEST(Chain, OfTwoThatWatchEachOtherHasNoCircles) {
   EXPECT_TRUE(Becomes(southIsRight, 10s));
 }
 
-// --- ends without a word ---
+// --- what happens to engines and to the network between them ---
 
-int Kills() {
-  constexpr int kDefault = 5;
-  const char* const text = std::getenv("ZR_CHAIN_KILLS");
-  const int kills = text != nullptr ? std::atoi(text) : 0;
-  return kills > 0 ? kills : kDefault;
+int Disturbances() {
+  constexpr int kDefault = 4;
+  const char* const text = std::getenv("ZR_CHAIN_DISTURBANCES");
+  const int wanted = text != nullptr ? std::atoi(text) : 0;
+  return wanted > 0 ? wanted : kDefault;
 }
 
 // Three in a row: the plant has events that stay and events that come and go.
-class KilledChain : public ::testing::Test {
+class DisturbedChain : public ::testing::Test {
  protected:
-  KilledChain() {
+  DisturbedChain() {
     plant.Simulate("[[driver.variable]]\nname = \"S\"\nform = \"switch\"\non_s = 3\noff_s = 3\n");
     std::string events;
     for (int i = 1; i <= 20; ++i)
@@ -232,24 +233,52 @@ class KilledChain : public ::testing::Test {
   EngineProcess top{"Top"};
 };
 
-TEST_F(KilledChain, ShowsThePlantsOwnListInTheEnd) {
+// One disturbance of each kind in turn; who is hit, and for how long, is chance.
+TEST_F(DisturbedChain, ShowsThePlantsOwnListInTheEnd) {
+  const OwnNetwork network;
+  if (!network.IsMade()) std::printf("no network of one's own: what would be cut is held\n");
   EngineProcess* const engines[] = {&plant, &middle, &top};
   for (EngineProcess* engine : engines)
     ASSERT_TRUE(engine->Start());
   std::mt19937 random{20261121};
-  const int kills = Kills();
-  for (int i = 0; i < kills; ++i) {
+  const auto wait = [&random](unsigned milliseconds) {
+    (void)::poll(nullptr, 0, static_cast<int>(random() % milliseconds));
+  };
+  const int disturbances = Disturbances();
+  for (int i = 0; i < disturbances; ++i) {
     EngineProcess& victim = *engines[random() % 3];
-    victim.Kill();
-    (void)::poll(nullptr, 0, static_cast<int>(random() % 3000));
-    ASSERT_TRUE(victim.Start());
-    (void)::poll(nullptr, 0, static_cast<int>(random() % 3000));
+    switch (i % 4) {
+      case 0:  // an end without a word
+        victim.Kill();
+        wait(3000);
+        ASSERT_TRUE(victim.Start());
+        break;
+      case 1:  // an orderly one
+        EXPECT_EQ(victim.Stop(), 0);
+        wait(3000);
+        ASSERT_TRUE(victim.Start());
+        break;
+      case 2:  // asleep
+        victim.Signal(SIGSTOP);
+        wait(9000);
+        victim.Signal(SIGCONT);
+        break;
+      default:  // cut off
+        if (!network.IsMade()) victim.Signal(SIGSTOP);
+        ASSERT_TRUE(!network.IsMade() || network.Cut());
+        wait(9000);
+        ASSERT_TRUE(!network.IsMade() || network.Heal());
+        victim.Signal(SIGCONT);
+    }
+    wait(3000);
   }
+  const auto ended = std::chrono::steady_clock::now();
   EXPECT_TRUE(Becomes([this] { return IsOnePicture(); }, 90s))
       << "plant " << plant.Active().size() << ", middle " << middle.Active().size() << ", top "
       << top.Active().size() << "\n"
       << middle.Log() << top.Log();
-  std::printf("%d kills\n", kills);
+  std::printf("%d disturbances; one picture %d ms after the last one\n", disturbances,
+              static_cast<int>((std::chrono::steady_clock::now() - ended) / 1ms));
 }
 
 }  // namespace
