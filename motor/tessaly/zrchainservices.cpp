@@ -10,6 +10,7 @@
 #include "host/tools/zrtext.h"
 #include "host/user/zrsecuritymanager.h"
 #include "tessaly/zranswers.h"
+#include "tessaly/zrtoldcauses.h"
 #include "zrevents/zreventserver.h"
 
 namespace {
@@ -86,15 +87,25 @@ std::set<ZRWString> DriversOf(const XmlDocument& document) {
   return drivers;
 }
 
+// What is said of documents that are refused: for each user and kind of refusal the first one in an
+// hour, however they differ.
+void SayRefused(ZRToldCauses& told, ZRHttpRequest& request, const std::string& kind,
+                const std::string& detail) {
+  const ZRString& user = request.Authorization().User();
+  if (!told.IsNews(std::string(user.View()) + "\n" + kind, "")) return;
+  logger(kLogDelivery, L"a document of events is refused%s%s: %s %s",
+         user.IsEmpty() ? "" : ", of user ", user.Text(), kind.c_str(), detail.c_str());
+}
+
 // Each account speaks for the drivers that it was granted, and for no other.
-bool MaySpeak(ZRHttpRequest& request, const std::string& body) {
+bool MaySpeak(ZRHttpRequest& request, const std::string& body, ZRToldCauses& told) {
   if (!ZRSecurityManagerEnabled()) return true;
   XmlDocument document;
   if (!document.Parse(body, kMostProducerBytes, nullptr)) return true;  // the engine says so
   for (const ZRWString& driver : DriversOf(document)) {
     if (CanAccessResourcesFromEngine(kResourceProducer, driver.Text(), request, "")) continue;
-    logger(kLogDelivery, L"user '%s' may not speak for driver '%ls': a document is refused",
-           request.Authorization().User().Text(), driver.Text());
+    SayRefused(told, request, "it may not speak for driver",
+               std::string(Utf16ToUtf8(driver.View()).View()));
     return false;
   }
   return true;
@@ -113,8 +124,16 @@ void NoteCompleteDocument(const std::string& body) {
   if (driver != nullptr) driver->TookRemoteEvents();
 }
 
-void AnswerProducer(ZREventServer& engine, ZRChainDoor& door, ZRHttpRequest& request,
-                    const std::string& body, ZRHttpResponse& response) {
+// One that is no document, as opposed to one that came too early.
+void SayUnreadable(ZRToldCauses& told, ZRHttpRequest& request, const std::string& body) {
+  XmlDocument document;
+  XmlDocument::tagRefusal refusal;
+  if (!document.Parse(body, kMostProducerBytes, &refusal))
+    SayRefused(told, request, "it can't be read:", refusal.reason);
+}
+
+void AnswerProducer(ZREventServer& engine, ZRChainDoor& door, ZRToldCauses& told,
+                    ZRHttpRequest& request, const std::string& body, ZRHttpResponse& response) {
   // A peer that asks whether it is heard.
   if (request.Parameter("test") == "T") return AnswerWithoutBody(response, kNoContent);
   const ZRChainDoor::CPass pass(door);
@@ -122,11 +141,12 @@ void AnswerProducer(ZREventServer& engine, ZRChainDoor& door, ZRHttpRequest& req
   // The engine reads as far as the first zero: what is checked is what it reads.
   if (body.find('\0') != std::string::npos)
     return AnswerWord(response, kBadRequest, "The body isn't UTF-8.");
-  if (!MaySpeak(request, body))
+  if (!MaySpeak(request, body, told))
     return AnswerWord(response, kForbidden, "This user may not speak for that driver.");
   const int status = engine.ProcessHttpServiceProducer(request, BytesOf(body));
   if (status == kNoContent) NoteCompleteDocument(body);
   if (status != kBadRequest) return AnswerWithoutBody(response, status);
+  SayUnreadable(told, request, body);
   AnswerWord(response, status, "No XML document, or its driver isn't online.");
 }
 
@@ -144,12 +164,13 @@ void BindChain(ZRWebServer& web, ZREventServer& engine, ZRChainDoor& door) {
   web.Get(kListenersPath, [&engine](ZRHttpRequest& request, ZRHttpResponse& response) {
     (void)engine.ProcessHttpServiceListeners(request, response);
   });
+  const auto told = std::make_shared<ZRToldCauses>();
   for (const char* const path : {kProducerPath, kUserProducerPath}) {
     web.Put(
         path, kMostProducerBytes,
-        [&engine, &door](ZRHttpRequest& request, const std::string& body,
-                         ZRHttpResponse& response) {
-          AnswerProducer(engine, door, request, body, response);
+        [&engine, &door, told](ZRHttpRequest& request, const std::string& body,
+                               ZRHttpResponse& response) {
+          AnswerProducer(engine, door, *told, request, body, response);
         },
         ZRWebServer::tagPace::kMayWait);
   }

@@ -185,7 +185,7 @@ int CRun::WaitForTheEnd() {
         break;
       case ZRSignal::kNone:
         site.ShowCycle();
-        site.WatchHistory();
+        site.Watch();
         feed.Look(ZREventSystem::Get());
         logins.Look();
         break;

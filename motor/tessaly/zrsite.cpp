@@ -191,6 +191,11 @@ void ZRSite::StopDrivers() {
   ZRDriver::UnregisterAll();
 }
 
+void ZRSite::Watch() {
+  history.Look();
+  listeners.Look(engine.Listeners().Rows());
+}
+
 void ZRSite::ShowCycle() {
   if (machine != nullptr) machine->SetCycle(engine.LongestPass());
 }

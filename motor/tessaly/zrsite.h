@@ -8,6 +8,7 @@
 #include "tessaly/zreventvariables.h"
 #include "tessaly/zrfinding.h"
 #include "tessaly/zrhistorywatch.h"
+#include "tessaly/zrlistenerwatch.h"
 #include "zrevents/zreventserver.h"
 
 class ZRMachineDriver;
@@ -62,8 +63,9 @@ class ZRSite {
 
   // What the host shows of itself in R$SYS.
   void ShowCycle();
-  // Tells of records that can't be written, and when they could be.
-  void WatchHistory() { history.Look(); }
+  // Tells of what the engine is silent about: records that can't be written, listeners that are
+  // dropped. For every second.
+  void Watch();
 
   [[nodiscard]] ZREventServer& Engine() { return engine; }
   [[nodiscard]] const std::string& Folder() const { return folder; }
@@ -77,6 +79,7 @@ class ZRSite {
   bool engineRuns = false;
   bool needsNoHistory = false;
   ZRHistoryWatch history;
+  ZRListenerWatch listeners;
   std::unique_ptr<ZREventVariables> variables;
   ZRMachineDriver* machine = nullptr;
 };

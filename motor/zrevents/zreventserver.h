@@ -70,6 +70,8 @@ class ZREVENTS_API ZREventServer {
 
   // The remote events, and what waits for listeners.
   [[nodiscard]] ZREventList& EventList() { return eventList; }
+  // Who listens.
+  [[nodiscard]] ZRListenerBoard& Listeners() { return *listenerBoard; }
 
   // `path` is a chain of driver ids joined by ".": true if one of them, the last excepted, is that
   // of a registered listener.

@@ -113,7 +113,7 @@ TEST_F(ChainWithUsers, AccountThatMayNotSpeakIsNotHeard) {
   ASSERT_NO_FATAL_FAILURE(StartBoth());
   EXPECT_TRUE(Becomes(
       [&] {
-        return control.Log().find("user 'plant' may not speak for driver 'plant'") !=
+        return control.Log().find("of user plant: it may not speak for driver plant") !=
                std::string::npos;
       },
       kPatience))

@@ -13,6 +13,7 @@
 #include "support/golden.h"
 #include "support/httpclient.h"
 #include "support/listtest.h"
+#include "support/logcapture.h"
 #include "zrevents/zreventserver.h"
 
 namespace {
@@ -211,12 +212,17 @@ TEST_F(ChainServices, ReadNoEntitiesAndNoDepth) {
   std::string deep = "<producer>";
   for (int i = 0; i < 100'000; ++i)
     deep += "<a>";
+  const LogCapture log(kLogDelivery);
   for (const std::string& body :
        {bomb, outside, deep, std::string("<producer>&unknown;</producer>")}) {
     EXPECT_EQ(Put(kProducer, body).status, 400);
     EXPECT_EQ(Put(kListener, body.substr(0, kMostListenerBytes)).status, 400);
   }
   EXPECT_EQ(Known(), 0);
+  EXPECT_EQ(log.Starting("a document of events is refused"),
+            (std::vector<std::string>{
+                "a document of events is refused: it can't be read: a DOCTYPE is not allowed"}))
+      << "one line, however many there are";
 }
 
 // An id has no bound of its own: the document has one.

@@ -266,16 +266,16 @@ TEST_F(Site, SaysWhenRecordsBeginToWaitAndWhenTheyCouldBeWritten) {
   const LogCapture log(kLogDelivery);
   ASSERT_TRUE(site.StartEngine());
   time.Advance(2000);
-  site.WatchHistory();
-  site.WatchHistory();
+  site.Watch();
+  site.Watch();
   const std::string begin = "1 records of the history wait to be written: data files ";
   EXPECT_EQ(log.Starting(begin).size(), 1u) << "said once";
 
   folder.Remove("file");
   std::filesystem::create_directory(folder.path / "file");
   time.Advance(6000);
-  site.WatchHistory();
-  site.WatchHistory();
+  site.Watch();
+  site.Watch();
   EXPECT_EQ(log.Starting("no record of the history waits any more").size(), 1u);
   EXPECT_TRUE(std::filesystem::exists(folder.path / "file/2026/01/A 01-2026.suc"));
   site.Stop();
@@ -297,7 +297,7 @@ TEST_F(Site, SaysThatFilesAreInUseWhenTwoLooksFindARecordWaiting) {
   const LogCapture log(kLogDelivery);
   ASSERT_TRUE(site.StartEngine());
   time.Advance(3000);
-  site.WatchHistory();  // what went wrong in other tests is behind it
+  site.Watch();  // what went wrong in other tests is behind it
   ZREventDriver* const event = *ZREventSystem::Get().EventsBegin();
   ZRThread reader;
   (void)reader.Start([event] {
@@ -308,10 +308,10 @@ TEST_F(Site, SaysThatFilesAreInUseWhenTwoLooksFindARecordWaiting) {
   });
   time.Advance(4000);
   ASSERT_EQ(event->WaitingRecords(), 1);
-  site.WatchHistory();
+  site.Watch();
   EXPECT_EQ(log.Lines().size(), 0u);
-  site.WatchHistory();
-  site.WatchHistory();
+  site.Watch();
+  site.Watch();
   EXPECT_EQ(
       log.Starting("1 records of the history wait to be written: their files are in use").size(),
       1u);

@@ -7,10 +7,11 @@
 #include "host/platform/zrmutex.h"
 #include "host/tools/zrdatetime.h"
 #include "zrevents/zreventlistener.h"
+#include "zrevents/zreventsexport.h"
 
 // Threads   any.
 // Order     a leaf.
-class ZRListenerBoard {
+class ZREVENTS_API ZRListenerBoard {
  public:
   // What is told of one listener.
   struct tagRow {
