@@ -9,6 +9,7 @@ inline constexpr int kBadRequest = 400;
 inline constexpr int kUnauthorized = 401;
 inline constexpr int kForbidden = 403;
 inline constexpr int kNotFound = 404;
+inline constexpr int kConflict = 409;
 inline constexpr int kBadGateway = 502;
 inline constexpr int kServiceUnavailable = 503;
 

@@ -1,4 +1,4 @@
-// tessaly active, notified, ack, listeners: questions to a site that runs.
+// tessaly active, notified, ack, listeners, drivers, force: questions to a site that runs.
 
 #include <cstdio>
 #include <unordered_map>
@@ -6,6 +6,7 @@
 #include "host/base/zrlogger.h"
 #include "host/tools/zrtext.h"
 #include "tessaly/zrcommands.h"
+#include "tessaly/zrdriverlist.h"
 #include "tessaly/zrlistenerlist.h"
 #include "tessaly/zrlivelist.h"
 #include "tessaly/zrshowntext.h"
@@ -21,6 +22,8 @@ constexpr const char* kActivePath = "/services/events/actived.xml";
 constexpr const char* kNotifiedPath = "/services/events/notified.xml";
 constexpr const char* kAckPath = "/services/events/ack.xml";
 constexpr const char* kListenersPath = "/services/events/listeners.xml";
+constexpr const char* kDriversPath = "/services/drivers/variables.xml";
+constexpr const char* kForcePath = "/services/drivers/force.xml";
 constexpr int kOk = 200;
 constexpr int kNoContent = 204;
 
@@ -90,7 +93,10 @@ class CLiveCommand {
 
   int Show(ZRLiveList::tagKind kind, const char* path);
   int Acknowledge();
-  int ShowListeners();
+  int Force();
+  // A document of that path as a list.
+  template <typename tagList>
+  int ShowList(const char* path);
 
  private:
   // An exit code; kExitDone when the question is ready to be asked.
@@ -146,12 +152,13 @@ int CLiveCommand::Show(ZRLiveList::tagKind kind, const char* path) {
   return kExitDone;
 }
 
-int CLiveCommand::ShowListeners() {
+template <typename tagList>
+int CLiveCommand::ShowList(const char* path) {
   if (const int ready = Prepare(); ready != kExitDone) return ready;
-  question.path = kListenersPath;
+  question.path = path;
   ZRHttpReply reply;
   if (const int asked = Ask(kOk, reply); asked != kExitDone) return asked;
-  ZRListenerList list;
+  tagList list;
   std::string reason;
   if (!list.Read(reply.body, reason)) return Fail(kExitFaulty, reason);
   if (command.client.format == ZRHistoryFormat::kXml) {
@@ -159,6 +166,17 @@ int CLiveCommand::ShowListeners() {
   } else {
     list.Write(command.client.format, &Print);
   }
+  return kExitDone;
+}
+
+int CLiveCommand::Force() {
+  if (const int ready = Prepare(); ready != kExitDone) return ready;
+  question.path = kForcePath;
+  question.document = ForceDocument(command.client.variable, command.client.value);
+  ZRHttpReply reply;
+  if (const int asked = Ask(kNoContent, reply); asked != kExitDone) return asked;
+  std::printf("%s shows %s\n", ShownText(command.client.variable).c_str(),
+              ShownText(command.client.value).c_str());
   return kExitDone;
 }
 
@@ -190,5 +208,13 @@ int AcknowledgeEvents(const ZRCommand& command) {
 }
 
 int ShowListeners(const ZRCommand& command) {
-  return CLiveCommand(command).ShowListeners();
+  return CLiveCommand(command).ShowList<ZRListenerList>(kListenersPath);
+}
+
+int ShowDrivers(const ZRCommand& command) {
+  return CLiveCommand(command).ShowList<ZRDriverList>(kDriversPath);
+}
+
+int ForceVariable(const ZRCommand& command) {
+  return CLiveCommand(command).Force();
 }

@@ -185,6 +185,15 @@ void AddLiveVerbs(CLI::App& app, ZRCommand& command) {
   AddFormat(*AddLive(app, "listeners", "Ask a running site who is told of its events.", command,
                      Verb::kListeners),
             words.format);
+  AddFormat(*AddLive(app, "drivers", "Ask a running site for its drivers and their variables.",
+                     command, Verb::kDrivers),
+            words.format);
+  CLI::App* const force = AddLive(app, "force", "Make a variable of a running site show a value.",
+                                  command, Verb::kForce);
+  force->add_option("VARIABLE", words.variable, "its full name: hall.LIMIT")->required();
+  force
+      ->add_option("VALUE", words.value, "a number, or a text; behind -- if it begins with a minus")
+      ->required();
 }
 
 }  // namespace

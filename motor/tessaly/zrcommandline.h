@@ -44,6 +44,8 @@ struct ZRClientWords {
   std::string authorities;       // file of certificates to trust, in place of the site's own
   std::vector<std::string> ids;  // of kAck
   ZRHistoryFormat format = ZRHistoryFormat::kTable;
+  std::string variable;  // of kForce: its full name
+  std::string value;     // of kForce
 };
 
 struct ZRCommand {
@@ -62,7 +64,9 @@ struct ZRCommand {
     kActive,
     kNotified,
     kAck,
-    kListeners
+    kListeners,
+    kDrivers,
+    kForce
   };
 
   tagVerb verb = tagVerb::kNone;
@@ -74,7 +78,7 @@ struct ZRCommand {
   std::string file;        // for kDumpHistory: the data file; for kRename: the old document
   bool dryRun = false;     // for kRename
   ZRUserWords user;        // for kUser
-  ZRClientWords client;    // for kActive, kNotified, kAck, kListeners
+  ZRClientWords client;    // for kActive, kNotified, kAck, kListeners, kDrivers, kForce
 };
 
 // Reads the command line; help, the version and complaints are printed at once.

@@ -34,6 +34,10 @@ int CarryOut(const ZRCommand& command) {
       return AcknowledgeEvents(command);
     case ZRCommand::tagVerb::kListeners:
       return ShowListeners(command);
+    case ZRCommand::tagVerb::kDrivers:
+      return ShowDrivers(command);
+    case ZRCommand::tagVerb::kForce:
+      return ForceVariable(command);
     case ZRCommand::tagVerb::kNone:
       break;
   }

@@ -19,4 +19,6 @@
 [[nodiscard]] int ShowActive(const ZRCommand& command);
 [[nodiscard]] int ShowNotified(const ZRCommand& command);
 [[nodiscard]] int ShowListeners(const ZRCommand& command);
+[[nodiscard]] int ShowDrivers(const ZRCommand& command);
+[[nodiscard]] int ForceVariable(const ZRCommand& command);
 [[nodiscard]] int AcknowledgeEvents(const ZRCommand& command);

@@ -6,6 +6,7 @@
 #include "host/remote/zrdigestauthenticator.h"
 #include "host/tools/zrtext.h"
 #include "tessaly/zrchainservices.h"
+#include "tessaly/zrdriverservices.h"
 #include "tessaly/zropenfiles.h"
 #include "tessaly/zrservices.h"
 
@@ -57,6 +58,7 @@ ZRSiteWeb::ZRSiteWeb(ZREventServer& engine, const ZRPasswords& usersPasswords)
     : passwords(usersPasswords) {
   BindServices(web, engine);
   BindChain(web, engine, chainDoor);
+  BindDrivers(web, chainDoor);
   BindHealth(web, readiness);
   web.OnLoginNote(
       [](std::string_view note) { logger(kLogNotice, L"login: %s", std::string(note).c_str()); });

@@ -8,6 +8,7 @@
 
 #include "support/sourcedir.h"
 #include "tessaly/zrchainservices.h"
+#include "tessaly/zrdriverservices.h"
 #include "tessaly/zrservices.h"
 
 namespace {
@@ -64,6 +65,7 @@ TEST_F(Limits, AreThoseOfTheirPage) {
   EXPECT_EQ(inForce.memoryBytes, Number("Answer that is kept in memory"));
   EXPECT_EQ(inForce.answerBytes, Number("Answer"));
   EXPECT_EQ(kMostAckBytes, Number("`/services/events/ack.xml`"));
+  EXPECT_EQ(kMostForceBytes, Number("`/services/drivers/force.xml`"));
   EXPECT_EQ(kMostListenerBytes, Number("`/services/events/listener.xml`"));
   EXPECT_EQ(kMostProducerBytes, Number("`/services/events/producer.xml`"));
   EXPECT_EQ(kMostProducerBytes, Number("`/services/user/producer.xml`"));

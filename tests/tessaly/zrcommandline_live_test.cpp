@@ -39,6 +39,12 @@ TEST_F(LiveWords, NameASite) {
   EXPECT_EQ(active.client.format, ZRHistoryFormat::kTable);
   EXPECT_EQ(Parse({"notified", "house"}).verb, Verb::kNotified);
   EXPECT_EQ(Parse({"listeners", "house"}).verb, Verb::kListeners);
+  EXPECT_EQ(Parse({"drivers", "house"}).verb, Verb::kDrivers);
+  const ZRCommand force = Parse({"force", "house", "hall.LIMIT", "--", "-5"});
+  EXPECT_EQ(force.verb, Verb::kForce) << error;
+  EXPECT_EQ(force.client.variable, "hall.LIMIT");
+  EXPECT_EQ(force.client.value, "-5");
+  EXPECT_TRUE(IsRefused({"force", "house", "hall.LIMIT"}));
   EXPECT_TRUE(IsRefused({"active"}));
   EXPECT_TRUE(IsRefused({"active", "house", "more"}));
 }

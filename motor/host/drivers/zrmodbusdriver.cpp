@@ -72,6 +72,7 @@ bool ZRModbusDriver::Prepare() {
   toldSlow = false;
   ZRMutexLock lock(mutex);
   takesForced = true;
+  trouble.clear();
   answering.assign(meters.size(), false);
   return true;
 }
@@ -112,6 +113,7 @@ void ZRModbusDriver::Poll(std::int64_t /*utc*/) {
   if (!hasFailed && now - begin > Period() && !std::exchange(toldSlow, true))
     logger(kLogNotice, L"driver '%ls': the bus is too slow for its periods", Name().Text());
   Expire();
+  NoteTrouble();
   Plan();
 }
 
@@ -233,6 +235,28 @@ void ZRModbusDriver::ShowOnline(tagMeter& meter, bool isOnline) {
   if (isOnline) answers.store(true, std::memory_order_release);
   ZRMutexLock lock(mutex);
   answering[static_cast<std::size_t>(&meter - meters.data())] = isOnline;
+}
+
+void ZRModbusDriver::NoteTrouble() {
+  std::string first = busHealth.told;
+  int more = -1;
+  for (const tagMeter& meter : meters) {
+    std::string found = meter.health.told;
+    for (const tagRead& read : meter.reads)
+      if (found.empty()) found = read.health.told;
+    if (found.empty()) continue;
+    ++more;
+    if (first.empty()) first = found;
+  }
+  if (busHealth.told.empty() && more > 0)
+    first += "; and " + std::to_string(more) + " more devices";
+  ZRMutexLock lock(mutex);
+  trouble = first;
+}
+
+ZRString ZRModbusDriver::Trouble() const {
+  ZRMutexLock lock(mutex);
+  return ZRString(trouble.c_str());
 }
 
 // The next pass is due when something can be asked, or has to be given up.

@@ -62,6 +62,8 @@ class ZRModbusDriver final : public ZRPolledDriver {
   [[nodiscard]] bool ForceValue(std::int64_t variable, const ZRValue& value,
                                 const wchar_t* name) override;
   [[nodiscard]] bool ValueInfo(std::int64_t variable, tagSVariableValueInfo& info) const override;
+  // Of the bus, or of the first device that has any.
+  [[nodiscard]] ZRString Trouble() const override;
 
  protected:
   [[nodiscard]] std::int64_t NextDue(std::int64_t due) const override;
@@ -104,6 +106,7 @@ class ZRModbusDriver final : public ZRPolledDriver {
   void Expire();
   void ShowOnline(tagMeter& meter, bool isOnline);
   void Plan();
+  void NoteTrouble();
   [[nodiscard]] bool IsLost(const tagHealth& health, std::uint32_t each) const;
 
   void WriteForced();
@@ -132,9 +135,10 @@ class ZRModbusDriver final : public ZRPolledDriver {
   bool toldSlow = false;
 
   std::atomic<bool> answers{false};
-  ZRMutex mutex;
+  mutable ZRMutex mutex;
   ZRCondition ended;
   bool takesForced ZR_GUARDED_BY(mutex) = false;
   std::vector<bool> answering ZR_GUARDED_BY(mutex);  // by meter
   std::deque<tagForcedPointer> toForce ZR_GUARDED_BY(mutex);
+  std::string trouble ZR_GUARDED_BY(mutex);
 };

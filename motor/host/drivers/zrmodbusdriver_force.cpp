@@ -33,6 +33,7 @@ bool ZRModbusDriver::ValueInfo(std::int64_t variable, tagSVariableValueInfo& inf
   std::size_t index = 0;
   if (!FindRegister(variable, meter, index)) return true;
   const ZRModbusRegister& about = RegisterOf(meter, index);
+  info.measure = about.measure.c_str();
   if (about.writable) info.flags = tagSVariableValueInfo::kForceable;
   if (about.type == ZRModbusType::kText) info.type = tagSVariableValueInfo::kText;
   if (about.type != ZRModbusType::kBit) return true;

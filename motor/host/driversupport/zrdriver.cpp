@@ -138,6 +138,14 @@ bool ZRDriver::HasVariable(std::int64_t number) const {
   return number >= 0 && static_cast<std::size_t>(number) < variables.size();
 }
 
+void ZRDriver::VisitVariables(const tagVisitor& visit) const {
+  std::vector<const ZRWString*> names(variables.size());
+  for (const auto& [name, number] : numbers)
+    names[static_cast<std::size_t>(number)] = &name;
+  for (std::size_t at = 0; at < names.size(); ++at)
+    visit(static_cast<std::int64_t>(at), *names[at], *variables[at]);
+}
+
 std::int64_t ZRDriver::VariableNumber(const ZRWString& variable) const {
   const auto found = numbers.find(variable);
   return found == numbers.end() ? -1 : found->second;

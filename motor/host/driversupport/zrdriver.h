@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <iterator>
 #include <map>
 #include <memory>
@@ -89,6 +90,14 @@ class ZRDriver {
   // every variable accepts forced values, and the one that holds a text is a text.
   [[nodiscard]] virtual bool ValueInfo(std::int64_t variable, tagSVariableValueInfo& info) const;
   [[nodiscard]] std::int64_t VariableNumber(const ZRWString& variable) const;  // -1 if none
+
+  // Calls with each variable in the order of their numbers: its number, its name without the
+  // driver's, and its value.
+  using tagVisitor = std::function<void(std::int64_t, const ZRWString&, const ZRLiveValue&)>;
+  void VisitVariables(const tagVisitor& visit) const;
+  // What is wrong with the device at present, in a few words; UTF-8, empty for nothing. From any
+  // thread; waits for nothing.
+  [[nodiscard]] virtual ZRString Trouble() const { return {}; }
 
   // Finds a variable of this driver by its own name. False, and `handle` as it was, if there is
   // none. A handle is given back by ReleaseVariable.

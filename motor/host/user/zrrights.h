@@ -15,7 +15,7 @@ struct ZRResourceKind {
   std::string_view word;
   bool isOfDrivers;  // its resources are ids of drivers; else ids of groups
 };
-inline constexpr std::array<ZRResourceKind, 8> kResourceKinds = {{
+inline constexpr std::array<ZRResourceKind, 10> kResourceKinds = {{
     {kResourceActiveEvents, "active", false},
     {kResourceNotifiedEvents, "notified", false},
     {kResourceAcknowledgeEvents, "acknowledge", false},
@@ -24,6 +24,8 @@ inline constexpr std::array<ZRResourceKind, 8> kResourceKinds = {{
     {kResourceRemoteNotified, "remote-notified", true},
     {kResourceRemoteAcknowledge, "remote-acknowledge", true},
     {kResourceProducer, "producer", true},
+    {kResourceVariables, "variables", true},
+    {kResourceForce, "force", true},
 }};
 
 // Null for a word, or a type, that there isn't.

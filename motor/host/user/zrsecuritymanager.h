@@ -15,6 +15,9 @@ inline constexpr int kResourceRemoteActive = 17;
 inline constexpr int kResourceRemoteNotified = 18;
 // One of the host's own: documents that come through a driver of a remote engine.
 inline constexpr int kResourceProducer = 100;
+// And two more: the variables of a driver, seen and forced over HTTP.
+inline constexpr int kResourceVariables = 101;
+inline constexpr int kResourceForce = 102;
 
 // True if the caller of `request` may use the resource: always, as long as no users are defined.
 // `bodyDigest` is the digest of the request's body, empty for a request without one.

@@ -200,6 +200,22 @@ TEST_F(ModbusDriver, SaysACauseOnce) {
             log.Starting("driver 'hall'"));
 }
 
+TEST_F(ModbusDriver, TellsItsTrouble) {
+  bus.devices[2].isSilent = true;
+  bus.devices.erase(3);
+  Start(Meter("1-3"));
+  time.Advance(2500);
+  EXPECT_STREQ("unit 2 doesn't answer; and 1 more devices", driver->Trouble().Text());
+  bus.isUnreachable = true;
+  time.Advance(10'000);
+  EXPECT_STREQ("10.0.0.5:502 can't be reached: No route to host", driver->Trouble().Text());
+  bus.isUnreachable = false;
+  bus.devices[2].isSilent = false;
+  bus.devices[3] = bus.devices[1];
+  time.Advance(60'000);
+  EXPECT_STREQ("", driver->Trouble().Text());
+}
+
 TEST_F(ModbusDriver, ABusOutOfReachCostsOneAttemptForAllDevices) {
   bus.isUnreachable = true;
   Start(Meter("1-200"));

@@ -73,7 +73,9 @@ TEST(Rights, HaveAWordForEachType) {
                                                {"remote-acknowledge", 16},
                                                {"remote-active", 17},
                                                {"remote-notified", 18},
-                                               {"producer", 100}};
+                                               {"producer", 100},
+                                               {"variables", 101},
+                                               {"force", 102}};
   EXPECT_EQ(std::size(words), kResourceKinds.size());
   for (const auto& [word, type] : words) {
     ASSERT_NE(ResourceKind(word), nullptr) << word;
