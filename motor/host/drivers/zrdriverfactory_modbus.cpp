@@ -6,6 +6,7 @@
 #include "host/drivers/zrdriverfactory.h"
 #include "host/drivers/zrmodbusdriver.h"
 #include "host/drivers/zrmodbusmap.h"
+#include "host/drivers/zrmodbusprofiles.h"
 #include "host/remote/zrsocketaddress.h"
 #include "host/support/zrsettingstext.h"
 #include "host/tools/zrfiles.h"
@@ -81,16 +82,18 @@ std::vector<int> Units(std::string_view text, int most) {
   return {units.begin(), units.end()};
 }
 
-// The file of a profile: the site's own, or else one that came with the program.
-bool ReadProfileFile(const std::string& name, ZRString& toml, std::string& shown) {
-  const ZRWString title = Utf8ToUtf16(name + ".toml");
-  for (const ZRWString& folder : {ZRTessalySetup::Get().SitePath(), GetSharePath()}) {
-    const ZRWString path = folder + kProfiles + title;
-    shown = Utf16ToUtf8(path.View()).Text();
-    if (ReadWholeFile(path, kMaximumSettingsSize, toml)) return true;
-    if (errno != ENOENT) return false;
+// A profile: the site's own, or else one that came with the program.
+bool FindProfile(const std::string& name, ZRString& toml, std::string& shown) {
+  const ZRWString path = ZRTessalySetup::Get().SitePath() + kProfiles + Utf8ToUtf16(name + ".toml");
+  shown = Utf16ToUtf8(path.View()).Text();
+  if (ReadWholeFile(path, kMaximumSettingsSize, toml)) return true;
+  if (errno != ENOENT) return false;
+  for (const ZRModbusProfile& profile : ModbusProfiles()) {
+    if (profile.name != name) continue;
+    shown = "profiles/" + name + ".toml";
+    toml = ZRString(profile.toml.data(), profile.toml.size());
+    return true;
   }
-  shown = std::string("profiles/") + name + ".toml";
   return false;
 }
 
@@ -102,8 +105,12 @@ void ReadProfile(ZRDriverSettings& settings, std::optional<int> base,
     return settings.Error("profile", "must be a name without \"/\" and \".\"");
   ZRString toml;
   std::string shown;
-  if (!ReadProfileFile(name, toml, shown))
-    return settings.Error("profile", "can't be read: there is no file " + shown);
+  if (!FindProfile(name, toml, shown)) {
+    return settings.Error("profile",
+                          "can't be read: neither comes one of that name with the "
+                          "program, nor is there a good file " +
+                              shown);
+  }
   if (!ReadModbusProfile({toml.Text(), static_cast<std::size_t>(toml.Length())}, shown, base,
                          problems, map.registers))
     settings.Error("profile", "is broken: " + shown);
@@ -172,11 +179,10 @@ class CReader {
     std::optional<int> base;
     if (settings.Has("base")) base = settings.Integer("base", 0, -kMostPort, kMostPort);
     ReadProfile(settings, base, problems, *map);
-    if (!ReadModbusMap(settings, base, problems, map->registers)) {
-      settings.Error("register", "has errors");
-    } else if (map->registers.empty() && !settings.HasErrors()) {
+    const bool isRead = ReadModbusMap(settings, base, problems, map->registers);
+    if (!isRead && !settings.HasErrors()) settings.Error("register", "has errors");
+    if (map->registers.empty() && !settings.HasErrors())
       settings.Error("register", "or \"profile\" must be given");
-    }
     for (const ZRModbusRegister& one : map->registers)
       if (one.name == "ONLINE") settings.Error("register", "can't be called ONLINE");
     map->blocks = PlanReads(map->registers, limits, period);

@@ -340,7 +340,7 @@ std::vector<std::string> Examples() {
 TEST(DriversPage, EveryExampleMakesItsDriversWithoutAProblem) {
   const CSite site;
   const std::vector<std::string> examples = Examples();
-  ASSERT_EQ(5u, examples.size());
+  ASSERT_EQ(6u, examples.size());
   std::size_t drivers = 0;
   for (const std::string& example : examples) {
     std::vector<ZRSettingProblem> problems;
@@ -355,7 +355,7 @@ TEST(DriversPage, EveryExampleMakesItsDriversWithoutAProblem) {
     }
     EXPECT_EQ("", TextsOf(problems));
   }
-  EXPECT_EQ(7u, drivers);
+  EXPECT_EQ(8u, drivers);
 }
 
 TEST(DriversPage, AProblemOfTheFileHasTheLineOfItsTable) {

@@ -153,7 +153,7 @@ TEST(ModbusSettings, RefuseWhatMakesNoBus) {
       {host + one + "<unit>3-1</unit>", "driver \"hall\": \"unit\" must be a number up to 255"},
       {host + "<profile>../x</profile>", "driver \"hall\": \"profile\" must be a name without"},
       {host + "<profile>no-such-one</profile>",
-       "driver \"hall\": \"profile\" can't be read: there is no file profiles/no-such-one.toml"},
+       "driver \"hall\": \"profile\" can't be read: neither comes one of that name"},
       {host + "<meter><name>M</name><unit>1-2</unit>" + one + "</meter>",
        "driver \"hall\", meter: \"name\" must have a \"#\""},
       {host + "<meter><name>M</name>" + one + "</meter><meter><name>M</name>" + one + "</meter>",
