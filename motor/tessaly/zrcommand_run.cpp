@@ -12,11 +12,13 @@
 #include "tessaly/zrpeers.h"
 #include "tessaly/zrsharefolder.h"
 #include "tessaly/zrsite.h"
+#include "tessaly/zrsitebus.h"
 #include "tessaly/zrsitelock.h"
 #include "tessaly/zrsitelogins.h"
 #include "tessaly/zrsiteweb.h"
 #include "tessaly/zrsystemeventsfile.h"
 #include "tessaly/zrtransitionline.h"
+#include "zrevents/zreventdriver.h"
 
 namespace {
 
@@ -54,6 +56,7 @@ class CRun {
   const ZRCommand& command;
   ZRSiteLock lock;
   ZRSiteLogins logins;
+  ZRSiteBus bus;
   ZRSite site;
   ZRSiteWeb web{site.Engine(), logins.Passwords()};
   ZRFeedWatch feed;
@@ -111,7 +114,11 @@ void CRun::LoadWork() {
   site.Engine().AcceptUserListeners(ZRTessalySetup::Get().ChainUsers());
   site.MakeDrivers(findings);
   site.StartDrivers(ZRSite::tagDrivers::kAll, findings);
-  site.LoadEvents(LogTransition);
+  bus.Begin(ZRTessalySetup::Get(), site.Folder(), findings);
+  site.LoadEvents([this](const ZREventDriver& event, bool active, double seconds) {
+    LogTransition(event, active, seconds);
+    bus.ShowState(event.Id(), active);
+  });
   PrepareFeed(ZRTessalySetup::Get(), ZREventSystem::Get(), findings);
   site.CheckLoaded(findings);
   LogFindings(findings);
@@ -133,6 +140,7 @@ bool CRun::StartEngine() {
     logger(kLogInvariant, L"the engine can't start: the system gives no thread");
     return false;
   }
+  bus.Open();
   web.ChainDoor().Open();
   web.Readiness().Set(ZRReadiness::tagState::kRunning);
   logger(kLogNotice, L"%d events of %s are watched", ZREventSystem::Get().EventsSize(),
@@ -153,6 +161,7 @@ bool CRun::Reload() {
   web.Readiness().Set(ZRReadiness::tagState::kLoading);
   web.ChainDoor().Shut();
   site.Stop();
+  bus.End();
   TakeSettings(findings);
   if (!web.Renew(ZRTessalySetup::Get(), Address(), command.port)) return false;
   LoadWork();
@@ -197,6 +206,7 @@ void CRun::End() {
   if (works) logger(kLogNotice, L"stopping");
   web.Stop();
   site.Stop();
+  bus.End();
   ZRHistoryWatch::SayTroubles();
   if (works) logger(kLogNotice, L"stopped");
   FlushLog();

@@ -3,12 +3,9 @@
 #include <string>
 #include <utility>
 
-#include "host/platform/zrsecretfile.h"
 #include "host/support/zrsettingnode.h"
 #include "host/support/zrsettingstable.h"
-#include "host/support/zrsettingstext.h"
-#include "host/tools/zrtext.h"
-#include "tessaly/zrsitecheck.h"
+#include "tessaly/zrsecretsettings.h"
 
 namespace {
 
@@ -70,36 +67,6 @@ void ReadAccounts(const ZRSettingNode& root, ZRSettingReport& report, tagAccount
   }
 }
 
-void ReadAccounts(const ZRTessalySetup& setup, tagAccounts& accounts, ZRFindings& findings) {
-  const std::string shown = ShownFile(setup, kPeersFile);
-  const ZRSecretFile file(std::string(Utf16ToUtf8(setup.CfgPath().View()).View()), kPeersFile);
-  std::string content;
-  std::string reason;
-  switch (file.Read(kMaximumSettingsSize, content, reason)) {
-    case ZRSecretFile::tagAnswer::kMissing:
-      return;
-    case ZRSecretFile::tagAnswer::kRefused:
-      return AddBroken(findings, shown, reason);
-    case ZRSecretFile::tagAnswer::kDone:
-      break;
-  }
-  std::vector<ZRSettingProblem> problems;
-  std::vector<ZRSettingProblem> warnings;
-  ZRSettingReport report{problems, warnings};
-  ZRSettingNode root;
-  ZRSettingProblem problem;
-  if (ParseSettings(content, root, problem)) {
-    ReadAccounts(root, report, accounts);
-  } else {
-    problems.push_back(problem);
-  }
-  const std::size_t first = findings.size();
-  AddProblems(problems, Kind::kBroken, findings);
-  AddProblems(warnings, Kind::kHint, findings);
-  for (std::size_t index = first; index < findings.size(); ++index)
-    findings[index].file = shown;
-}
-
 }  // namespace
 
 void ReadPeers(const ZRTessalySetup& setup, ZRNetworks& networks,
@@ -108,7 +75,10 @@ void ReadPeers(const ZRTessalySetup& setup, ZRNetworks& networks,
   tagAccounts known;
   ZRFindings said;
   ReadNetworks(setup, allowed, said);
-  ReadAccounts(setup, known, said);
+  ReadSecretSettings(setup, kPeersFile, said,
+                     [&known](const ZRSettingNode& root, ZRSettingReport& report) {
+                       ReadAccounts(root, report, known);
+                     });
   if (!HasKind(said, Kind::kBroken)) {
     networks = std::move(allowed);
     accounts = std::move(known);

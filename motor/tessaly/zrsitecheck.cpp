@@ -7,6 +7,7 @@
 #include "tessaly/zrelementcheck.h"
 #include "tessaly/zrlogincheck.h"
 #include "tessaly/zrpeers.h"
+#include "tessaly/zrsitebus.h"
 #include "tessaly/zrusers.h"
 
 namespace {
@@ -77,4 +78,5 @@ void CheckDocuments(const ZRTessalySetup& setup, ZRFindings& findings) {
   LoadUsers(setup, users, findings);
   CheckLogins(setup, findings);
   CheckPeers(setup, findings);
+  CheckBus(setup, findings);
 }

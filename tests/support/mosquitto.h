@@ -51,6 +51,18 @@ class Mosquitto {
     words.insert(words.end(), more.begin(), more.end());
     return std::make_unique<RunningProgram>(words);
   }
+  // The same, to end after `count` messages of QoS 1, none of which it misses: the broker holds
+  // the session of a client that has subscribed under that id before.
+  [[nodiscard]] std::unique_ptr<RunningProgram> Listener(const std::string& id,
+                                                         const std::string& filter,
+                                                         int count) const {
+    std::vector<std::string> session{"-i", id, "-c", "-q", "1"};
+    std::vector<std::string> first = session;
+    first.emplace_back("-E");
+    (void)Subscriber(filter, first)->Wait();
+    session.insert(session.end(), {"-C", std::to_string(count)});
+    return Subscriber(filter, session);
+  }
   // What the broker keeps for a filter.
   [[nodiscard]] std::string Retained(const std::string& filter) const {
     const auto client = Subscriber(filter, {"--retained-only", "-W", "1"});

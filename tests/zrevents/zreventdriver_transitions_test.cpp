@@ -334,13 +334,13 @@ TEST_F(EventTransitions, BusHearsEachTransitionWithItsTextAndTheTimeOfTheMessage
             (std::vector<std::string>{
                 R"({"type":"eventTriggered","engine":"engine","time":"2026-01-01T00:00:00.000Z",)"
                 R"("id":")" +
-                    id + R"(","transition":"ON","annotation":"h\u00c3\u00a9"})",
+                    id + R"(","transition":"ON","annotation":"h\u00c3\u00a9","text":"h\u00e9"})",
                 R"({"type":"eventTriggered","engine":"engine","time":"2026-01-01T00:00:01.000Z",)"
                 R"("id":")" +
-                    id + R"(","transition":"OFF","annotation":"off"})",
+                    id + R"(","transition":"OFF","annotation":"off","text":"off"})",
                 R"({"type":"eventTriggered","engine":"engine","time":"2026-01-01T00:00:02.000Z",)"
                 R"("id":")" +
-                    id + R"(","transition":"ACK","annotation":"seen"})"}));
+                    id + R"(","transition":"ACK","annotation":"seen","text":"seen"})"}));
 }
 
 TEST_F(EventTransitions, BusHearsNothingOfAnEventWithoutRecord) {

@@ -54,9 +54,13 @@ class EngineCreationPublisherManager {
 };
 
 // The messages, as one line of JSON (RFC 8259) in plain ASCII: controls and whatever isn't ASCII
-// are written as \uXXXX, one for each UTF-16 unit, single surrogates included:
+// are written as \uXXXX, one for each UTF-16 unit; a single surrogate becomes \ufffd:
 // {"type":"eventCreated","engine":…,"id":…,"name":…,"description":…} and
-// {"type":"eventTriggered","engine":…,"time":…,"id":…,"transition":…,"annotation":…}.
+// {"type":"eventTriggered","engine":…,"time":…,"id":…,"transition":…,"annotation":…,"text":…},
+// where `annotation` comes and leaves with one unit for each byte of its UTF-8, and `text` is what
+// these bytes say: of an activation ("ON") the text whose escaped form they are.
+inline constexpr const char* kEventCreated = "eventCreated";
+inline constexpr const char* kEventTriggered = "eventTriggered";
 [[nodiscard]] std::wstring GetPublishThatANewEventHasBeenCreatedJSON(
     const std::wstring& engine, const std::wstring& eventId, const std::wstring& name,
     const std::wstring& description);

@@ -1,8 +1,10 @@
 // The text of the messages.
 #include <initializer_list>
+#include <string>
 #include <string_view>
 
 #include "host/messaging/zrmessaging.h"
+#include "host/tools/zrtext.h"
 
 namespace {
 
@@ -23,17 +25,48 @@ void AppendUnitEscape(std::wstring& json, wchar_t unit) {
     json += kDigits[(static_cast<unsigned>(unit) >> shift) & 0xF];
 }
 
+constexpr bool IsHighSurrogate(wchar_t unit) {
+  return unit >= 0xD800 && unit <= 0xDBFF;
+}
+constexpr bool IsLowSurrogate(wchar_t unit) {
+  return unit >= 0xDC00 && unit <= 0xDFFF;
+}
+
+// False for what is no unit, and for half a pair.
+bool IsWhole(std::wstring_view text, std::size_t at) {
+  const wchar_t unit = text[at];
+  if (IsHighSurrogate(unit)) return at + 1 < text.size() && IsLowSurrogate(text[at + 1]);
+  if (IsLowSurrogate(unit)) return at > 0 && IsHighSurrogate(text[at - 1]);
+  return unit <= kLastUnit;
+}
+
 void AppendEscaped(std::wstring& json, std::wstring_view text) {
-  for (const wchar_t unit : text) {
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    const wchar_t unit = text[at];
     if (unit == L'"' || unit == L'\\') {
       json += L'\\';
       json += unit;
     } else if (unit >= kFirstPrintable && unit <= kLastPrintable) {
       json += unit;
     } else {
-      AppendUnitEscape(json, unit <= kLastUnit ? unit : kReplacement);
+      AppendUnitEscape(json, IsWhole(text, at) ? unit : kReplacement);
     }
   }
+}
+
+// What the bytes of an annotation say.
+std::wstring TextOf(const std::wstring& widened, bool isXml) {
+  std::string bytes;
+  bytes.reserve(widened.size());
+  for (const wchar_t unit : widened)
+    bytes += static_cast<char>(static_cast<unsigned char>(unit));
+  ZRWString text = Utf8ToUtf16(std::string_view(bytes));
+  if (isXml) Xml2Text(text, text);
+  return std::wstring(text.View());
+}
+
+std::wstring Wide(const char* ascii) {
+  return std::wstring(ascii, ascii + std::char_traits<char>::length(ascii));
 }
 
 std::wstring MakeObject(std::initializer_list<tagField> fields) {
@@ -56,7 +89,7 @@ std::wstring GetPublishThatANewEventHasBeenCreatedJSON(const std::wstring& engin
                                                        const std::wstring& eventId,
                                                        const std::wstring& name,
                                                        const std::wstring& description) {
-  return MakeObject({{L"type", L"eventCreated"},
+  return MakeObject({{L"type", Wide(kEventCreated)},
                      {L"engine", engine},
                      {L"id", eventId},
                      {L"name", name},
@@ -67,10 +100,11 @@ std::wstring GetPublishTriggeredEventJSON(const std::wstring& engine, const std:
                                           const std::wstring& eventId,
                                           const std::wstring& transition,
                                           const std::wstring& annotation) {
-  return MakeObject({{L"type", L"eventTriggered"},
+  return MakeObject({{L"type", Wide(kEventTriggered)},
                      {L"engine", engine},
                      {L"time", time},
                      {L"id", eventId},
                      {L"transition", transition},
-                     {L"annotation", annotation}});
+                     {L"annotation", annotation},
+                     {L"text", TextOf(annotation, transition == L"ON")}});
 }

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/support/zrbussettings.h"
 #include "host/tools/xmldocument.h"
 #include "host/tools/zrbasicstring.h"
 
@@ -76,6 +77,8 @@ class ZRTessalySetup {
   // private ones.
   [[nodiscard]] const std::vector<ZRString>& ChainNetworks() const { return chainNetworks; }
 
+  [[nodiscard]] const ZRBusSettings& Bus() const { return bus; }
+
   [[nodiscard]] const ZRString& SmtpServer() const { return smtpServer; }
   [[nodiscard]] const ZRString& SmtpFrom() const { return smtpFrom; }
   [[nodiscard]] const ZRString& SmtpUser() const { return smtpUser; }
@@ -131,6 +134,7 @@ class ZRTessalySetup {
   int httpPort = kDefaultHttpPort, smtpPort = 25, smtpSizeQueue = 100, smsSizeQueue = 100;
   int logLevel = 1;
   bool httpMd5 = false, chainUsers = false, smtpAuthenticated = false, smtpSsl = false;
+  ZRBusSettings bus;
   std::unique_ptr<XmlDocument> tree;
 };
 

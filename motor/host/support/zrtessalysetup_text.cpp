@@ -115,6 +115,20 @@ bool IsUrlHost(std::string_view text) {
   return inside.find(':') != inside.npos && IsAddress(inside);
 }
 
+bool IsBroker(std::string_view text) {
+  return IsHostName(text) || IsAddress(text);
+}
+
+// The first levels of a topic. One that begins with "$" is the broker's own.
+bool IsTopic(std::string_view text) {
+  return !text.empty() && text.size() <= kMaximumName && text.find_first_of("+#") == text.npos &&
+         !text.starts_with('$') && !text.starts_with(kSeparator) && !text.ends_with(kSeparator);
+}
+
+bool IsClientId(std::string_view text) {
+  return !text.empty() && text.size() <= kMaximumName;
+}
+
 ZRWString WithSeparator(const ZRWString& folder) {
   if (folder.IsEmpty()) return L"./";
   if (folder.View().ends_with(wchar_t{kSeparator})) return folder;
@@ -139,6 +153,7 @@ class ZRTessalySetup::CReader {
     ReadHistory(file.Table("history"));
     ReadHttp(file.Table("http"));
     ReadChain(file.Table("chain"));
+    ReadBus(file.Table("bus"));
     ReadLog(file.Table("log"));
     ReadFeed(file.Table("feed"));
     ReadSmtp(file.Table("smtp"));
@@ -195,6 +210,30 @@ class ZRTessalySetup::CReader {
     chain.Flag("users", setup.chainUsers);
     chain.Texts("networks", setup.chainNetworks);
     chain.WarnOfUnknownKeys();
+  }
+
+  void ReadBus(ZRSettingsTable table) {
+    ZRBusSettings& bus = setup.bus;
+    table.Text("host", bus.host, IsBroker, "must be the name or address of a host");
+    table.Integer("port", bus.port, 1, kMaximumPort);
+    constexpr std::string_view kTopicRule =
+        "must be levels of a topic without \"+\" and \"#\", of at most 100 bytes";
+    table.Text("prefix", bus.prefix, IsTopic, kTopicRule);
+    table.Text("discovery_prefix", bus.discoveryPrefix, IsTopic, kTopicRule);
+    table.Text("client", bus.clientId, IsClientId, "must have 1 to 100 bytes");
+    table.Text("user", bus.user);
+    table.Flag("tls", bus.tls);
+    table.Flag("discovery", bus.discovery);
+    table.Integer("qos", bus.qos, 0, 1);
+    table.Integer("queue", bus.queue, 1, ZRBusSettings::kMostWaiting);
+    bus.ca = ReadFile(table, "ca");
+    bus.certificate = ReadFile(table, "certificate");
+    bus.key = ReadFile(table, "key");
+    if (bus.certificate.IsEmpty() != bus.key.IsEmpty()) {
+      table.Problem(bus.key.IsEmpty() ? "key" : "certificate",
+                    "must be given too: a certificate and its key belong together");
+    }
+    table.WarnOfUnknownKeys();
   }
 
   ZRWString ReadFile(ZRSettingsTable& table, const char* key) {

@@ -34,10 +34,10 @@ TEST(BusMessages, CreatedEventHasItsFiveFieldsInOrder) {
                                                 L"Pump 1", L"Runs dry"));
 }
 
-TEST(BusMessages, TriggeredEventHasItsSixFieldsInOrder) {
+TEST(BusMessages, TriggeredEventHasItsSevenFieldsInOrder) {
   EXPECT_EQ(
       L"{\"type\":\"eventTriggered\",\"engine\":\"\",\"time\":\"2026-11-21T08:05:09.250Z\","
-      L"\"id\":\"pump\",\"transition\":\"ON\",\"annotation\":\"by hand\"}",
+      L"\"id\":\"pump\",\"transition\":\"ON\",\"annotation\":\"by hand\",\"text\":\"by hand\"}",
       GetPublishTriggeredEventJSON(L"", L"2026-11-21T08:05:09.250Z", L"pump", L"ON", L"by hand"));
 }
 
@@ -54,8 +54,26 @@ TEST(BusMessages, WhatIsNotAsciiIsWrittenByUnit) {
   EXPECT_EQ(L"\\u00f1\\u20ac\\ud83d\\ude00", Escaped(L"\x00f1\x20ac\xd83d\xde00"));
 }
 
-TEST(BusMessages, SingleSurrogatesAreKept) {
-  EXPECT_EQ(L"\\udc00x\\ud800", Escaped(L"\xdc00x\xd800"));
+// A reader of JSON may refuse a document with half a pair.
+TEST(BusMessages, SingleSurrogatesAreReplaced) {
+  EXPECT_EQ(L"\\ufffdx\\ufffd", Escaped(L"\xdc00x\xd800"));
+  EXPECT_EQ(L"\\ufffd\\ud83d\\ude00\\ufffd", Escaped(L"\xd83d\xd83d\xde00\xde00"));
+}
+
+// The end of a triggered event's message.
+std::wstring TextOf(const std::wstring& transition, const std::wstring& annotation) {
+  const std::wstring json = GetPublishTriggeredEventJSON(L"", L"", L"", transition, annotation);
+  return json.substr(json.rfind(L"\"text\":"));
+}
+
+TEST(BusMessages, TextIsWhatTheBytesOfTheAnnotationSay) {
+  EXPECT_EQ(L"\"text\":\"\\u00f1\\u20ac\"}", TextOf(L"OFF", L"\xc3\xb1\xe2\x82\xac"));
+  EXPECT_EQ(L"\"text\":\"\\ufffd\"}", TextOf(L"OFF", L"\xc3"));
+}
+
+TEST(BusMessages, TextOfAnActivationIsntEscaped) {
+  EXPECT_EQ(L"\"text\":\"a & b\"}", TextOf(L"ON", L"a &amp; b"));
+  EXPECT_EQ(L"\"text\":\"a &amp; b\"}", TextOf(L"OFF", L"a &amp; b"));
 }
 
 TEST(BusMessages, WhatIsNoUnitIsReplaced) {

@@ -225,6 +225,49 @@ TEST_F(Settings, CertificateAndKeyBelongTogether) {
               Refusal("http.certificate = \"" + std::string(bad) + "\""));
 }
 
+TEST_F(Settings, WithoutABrokerThereIsNoBus) {
+  ASSERT_TRUE(Load(""));
+  const ZRBusSettings& bus = setup.Bus();
+  EXPECT_TRUE(bus.host.IsEmpty());
+  EXPECT_TRUE(bus.prefix == "tessaly" && bus.discoveryPrefix == "homeassistant");
+  EXPECT_EQ(0, bus.port);
+  EXPECT_EQ(1, bus.qos);
+  EXPECT_EQ(10'000, bus.queue);
+  EXPECT_FALSE(bus.tls || bus.discovery);
+}
+
+TEST_F(Settings, OfTheBusAreTaken) {
+  ASSERT_TRUE(
+      Load("[bus]\nhost = \"::1\"\nport = 1\nprefix = \"a/b\"\nclient = \"c\"\nuser = \"u\"\n"
+           "tls = true\nca = \"ca.pem\"\ncertificate = \"/c.pem\"\nkey = \"c.key\"\n"
+           "discovery = true\ndiscovery_prefix = \"ha\"\nqos = 0\nqueue = 5\n"));
+  EXPECT_TRUE(warnings.empty());
+  const ZRBusSettings& bus = setup.Bus();
+  EXPECT_TRUE(bus.host == "::1" && bus.prefix == "a/b" && bus.clientId == "c" && bus.user == "u");
+  EXPECT_EQ("/site/ca.pem", Narrow(bus.ca));
+  EXPECT_EQ("/c.pem", Narrow(bus.certificate));
+  EXPECT_EQ("/site/c.key", Narrow(bus.key));
+  EXPECT_TRUE(bus.discoveryPrefix == "ha");
+  EXPECT_TRUE(bus.tls && bus.discovery);
+  EXPECT_EQ(1, bus.port);
+  EXPECT_EQ(0, bus.qos);
+  EXPECT_EQ(5, bus.queue);
+}
+
+TEST_F(Settings, OfTheBusAreChecked) {
+  for (const char* bad : {"", "a b", "mqtt://a", "a:1883", "[::1]"})
+    EXPECT_EQ("1:5 bus.host must be the name or address of a host",
+              Refusal("bus.host = \"" + std::string(bad) + "\""));
+  for (const char* bad : {"", "a/+", "#", "$SYS", "/a", "a/"})
+    EXPECT_EQ(
+        "1:5 bus.prefix must be levels of a topic without \"+\" and \"#\", of at most 100 bytes",
+        Refusal("bus.prefix = \"" + std::string(bad) + "\""));
+  EXPECT_EQ("1:5 bus.qos must be an integer from 0 to 1", Refusal("bus.qos = 2"));
+  EXPECT_EQ("1:5 bus.client must have 1 to 100 bytes", Refusal("bus.client = \"\""));
+  EXPECT_EQ("1:1 bus.key must be given too: a certificate and its key belong together",
+            Refusal("bus.certificate = \"a.pem\""));
+}
+
 TEST_F(Settings, OfAWrongTypeAreRefusedAtTheirPlace) {
   EXPECT_EQ("2:1 name must be a text", Refusal("\nname = 5"));
   EXPECT_EQ("2:3 http.port must be an integer from 0 to 65535", Refusal("[http]\n  port = \"80\""));
