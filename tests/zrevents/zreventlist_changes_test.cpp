@@ -9,6 +9,18 @@ constexpr const char* kNorth = "BBBBBBBB-0000-4000-8000-00000000000A";
 constexpr const char* kDefaultGroup = "22222222-2222-2222-2222-222222222222";
 constexpr const char* kSouth = "bbbbbbbb-0000-4000-8000-00000000000b";
 
+// A client that takes its time over each part of the answer.
+class SlowClient final : public ZRHttpResponse {
+ public:
+  void Begin(int, int) override {}
+  void Write(const ZRBasicString<char>&) override { Take(); }
+  void Write(const char*, int) override { Take(); }
+  bool End() override { return true; }
+
+ private:
+  static void Take() { ZRPlatform::Get().Sleep(500); }
+};
+
 // Changes of an engine's own events and of remote ones, in the list of the engine.
 class ListenerChanges : public EngineTest {
  protected:
@@ -110,8 +122,11 @@ class ListenerChanges : public EngineTest {
   }
   // The values of all elements "event" of a section, one line for each.
   std::string Told(const char* section, const char* key) {
+    return Told(section, key, List().PendingChangesSize(), List().PendingRemoteChangesSize());
+  }
+  std::string Told(const char* section, const char* key, int local, int remote) {
     XmlDocument document;
-    EXPECT_TRUE(document.Parse(Document().c_str()));
+    EXPECT_TRUE(document.Parse(Document(local, remote).c_str()));
     std::string text;
     const auto* const list = document.Root()->Child(section);
     if (list == nullptr) return "no section";
@@ -240,8 +255,45 @@ TEST_F(ListenerChanges, OfCountsThatCannotBeAddNothing) {
   EXPECT_EQ(nothing.find("<event>"), std::string::npos);
   EXPECT_NE(nothing.find("<actived></actived>"), std::string::npos);
   for (const auto& [local, remote] :
-       {std::pair{4, 0}, std::pair{-1, 0}, std::pair{0, 3}, std::pair{0, -1}, std::pair{1, 3}})
-    EXPECT_EQ(Document(local, remote).find("actived"), std::string::npos) << local << remote;
+       {std::pair{4, 0}, std::pair{-1, 0}, std::pair{0, 3}, std::pair{0, -1}, std::pair{1, 3}}) {
+    EXPECT_EQ(Document(local, remote),
+              R"(<?xml version="1.0" encoding="UTF-8" standalone="yes"?><producer></producer>)")
+        << local << remote;
+  }
+}
+
+TEST_F(ListenerChanges, IntoADocumentWithoutRootAreNone) {
+  Serve({Pump()});
+  RunAndAcknowledge();
+  QueueRemoteStep("R.1", "ACTIVATION");
+  for (const bool isUser : {false, true}) {
+    listener.isUser = isUser;
+    XmlDocument document;
+    List().AddActivedChanges(document, listener, 3, 2);
+    List().AddNotifiedChanges(document, listener, 3, 2);
+    EXPECT_FALSE(document.IsOK());
+  }
+}
+
+// What is counted is what waits, whether or not it is shown.
+TEST_F(ListenerChanges, ThatAreNotShownUseUpTheirTurn) {
+  Serve({Fan(), Pump()});
+  Set("RUN", 1);
+  Passes();
+  EXPECT_EQ(Told("notified", "name", 1, 0), "") << "the fan asks for nothing";
+  EXPECT_EQ(Told("notified", "name", 2, 0), "Pump");
+  List().DropChanges(2);
+  EXPECT_TRUE(Find("Pump")->ProcessHttpServiceAck(Find("Pump")->Id()));
+  Set("RUN", 0);
+  Passes();
+  EXPECT_EQ(Told("actived", "name", 1, 0), "") << "an acknowledgement";
+  EXPECT_EQ(Told("actived", "name", 2, 0), "Fan");
+  QueueRemoteStep("R.1", "ACKNOWLEDGE");
+  QueueRemoteStep("R.2", "ACTIVATION");
+  EXPECT_EQ(Told("actived", "id", 0, 2), "");
+  EXPECT_EQ(Told("actived", "id", 0, 3), "L.R.2");
+  EXPECT_EQ(Told("notified", "id", 0, 1), "");
+  EXPECT_EQ(Told("notified", "id", 0, 2), "L.R.1");
 }
 
 TEST_F(ListenerChanges, GoToWhoWantsThem) {
@@ -269,6 +321,58 @@ TEST_F(ListenerChanges, OfRemoteEventsKeepToTheirSection) {
   EXPECT_EQ(Told("notified", "id"), "L.R.2 L.R.5");
 }
 
+TEST_F(ListenerChanges, NameTheirWayAlsoWithoutADriverName) {
+  Serve({Pump()});
+  listener.driverName = L"";
+  Set("RUN", 1);
+  Passes();
+  QueueRemoteStep("R.1", "ACTIVATION");
+  for (const char* section : {"actived", "notified"})
+    EXPECT_EQ(Told(section, "idn"), "." + EventXml::Id(1) + " .Roof.Pump");
+}
+
+// --- rights ---
+
+// With the very text that the group was configured with.
+TEST_F(ListenerChanges, OfAGroupAreSeenByWhoHasTheRightOnItsIdAsItIsWritten) {
+  Serve({Pump().Group(kNorth)});
+  Set("RUN", 1);
+  Passes();
+  {
+    const FakeSecurity security({{7, kNorth}, {8, kNorth}, {6, kNorth}});
+    EXPECT_EQ(Told("actived", "name"), "Pump");
+    EXPECT_EQ(Told("notified", "canAcknowledge"), "T");
+  }
+  const std::string inItsOneForm = Narrow(wtouuid(Wide(kNorth)).toWString());
+  const FakeSecurity security({{7, inItsOneForm}, {8, inItsOneForm}, {6, inItsOneForm}});
+  EXPECT_EQ(Told("actived", "name") + Told("notified", "name"), "");
+}
+
+TEST_F(ListenerChanges, SayWhetherTheUserMayAcknowledgeInTheGroupThatIsSeen) {
+  Serve({Pump().Group(kNorth).Group(kSouth)});
+  Set("RUN", 1);
+  Passes();
+  {
+    const FakeSecurity security({{8, kSouth}, {6, kSouth}});
+    EXPECT_EQ(Told("notified", "canAcknowledge"), "T");
+  }
+  const FakeSecurity security({{8, kSouth}, {6, kNorth}, {11, kSouth}, {16, kSouth}});
+  EXPECT_EQ(Told("notified", "canAcknowledge"), "F");
+}
+
+TEST_F(ListenerChanges, OfRemoteEventsMayBeAcknowledgedWithTheSendersConsentAndTheRight) {
+  Serve({});
+  for (const char* consent : {"T", "F", ""})
+    QueueRemote(RemoteXml("R.1").With("notified", "T").With("canAcknowledge", consent), false);
+  EXPECT_EQ(Told("notified", "canAcknowledge"), "T F F");
+  {
+    const FakeSecurity security({{18, "R"}, {16, "R"}});
+    EXPECT_EQ(Told("notified", "canAcknowledge"), "T F F");
+  }
+  const FakeSecurity security({{18, "R"}, {6, "R"}, {16, "S"}});
+  EXPECT_EQ(Told("notified", "canAcknowledge"), "F F F");
+}
+
 TEST_F(ListenerChanges, OfAListenerWhoseUserIsUnknownAreNone) {
   Serve({Pump()});
   RunAndAcknowledge();
@@ -276,6 +380,32 @@ TEST_F(ListenerChanges, OfAListenerWhoseUserIsUnknownAreNone) {
   listener.user = L"Bob";
   const FakeSecurity security({{7, kDefaultGroup}, {8, kDefaultGroup}, {17, "R"}, {18, "R"}});
   EXPECT_EQ(Told("actived", "id") + Told("notified", "id"), "");
+}
+
+// --- threads ---
+
+// An event whose occurrences are being listed keeps the document waiting, and nobody else.
+TEST_F(ListenerChanges, KeepNobodyFromQueueingWhileAnEventIsBusy) {
+  Serve({Pump()});
+  Set("RUN", 1);
+  Passes();
+  SlowClient client;
+  bool told = false;
+  ZRThread service;
+  ZRThread teller;
+  ASSERT_TRUE(service.Start(
+      [&] { EXPECT_TRUE(Find("Pump")->ProcessHttpServiceEventsNotified(client, true)); }));
+  ASSERT_TRUE(teller.Start([&] {
+    EXPECT_EQ(Told("actived", "notified", 1, 0), "T");
+    told = true;
+  }));
+  time.Advance(1);
+  const std::uint32_t before = ZRPlatform::Get().TickCount();
+  EXPECT_EQ(List().PendingChangesSize(), 1);
+  EXPECT_EQ(ZRPlatform::Get().TickCount() - before, 0u);
+  EXPECT_FALSE(told);
+  service.Join();
+  teller.Join();
 }
 
 // They name events, which go with the store.

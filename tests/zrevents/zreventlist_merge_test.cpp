@@ -39,6 +39,16 @@ TEST_F(RemoteEvents, ActivationOfAnElementRestartsItAndKeepsItsPlace) {
   EXPECT_EQ(NotifiedIds(), "L.R.1 L.R.2");
 }
 
+TEST_F(RemoteEvents, ActivationOfAnElementThatHasEndedMakesItActiveAgain) {
+  Notified(Step("ACTIVATION").On());
+  Notified(Step("DEACTIVATION").Off());
+  EXPECT_EQ(FirstNotified(), Shown("on", "", "off"));
+  Notified(Step("ACTIVATION").On("again"));
+  EXPECT_EQ(FirstNotified(), Shown("again", "", ""));
+  Notified(Step("ACKNOWLEDGE").Ack());
+  EXPECT_EQ(FirstNotified(), Shown("again", "ack", "")) << "it waits for its end";
+}
+
 TEST_F(RemoteEvents, StepOfAnUnknownElementMakesNone) {
   for (const char* why : {"DEACTIVATION", "ACKNOWLEDGE"}) {
     Active(Step(why).Off().Ack());

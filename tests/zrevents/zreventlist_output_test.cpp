@@ -137,6 +137,16 @@ TEST_F(RemoteOutput, CompleteCopyWithoutADriverNameHasNoIdn) {
       << "with one, a missing idn is empty behind its point";
 }
 
+TEST_F(RemoteOutput, CompleteCopyOfAnActiveElementHasItsIdnAlsoWithoutADriverName) {
+  Active(RemoteXml("R.1").With("idn", "Hall").On());
+  XmlDocument document;
+  document.Create(L"producer");
+  const ZREventListener listener(L"L", "", 0);
+  EXPECT_TRUE(list.AddAllActived(listener, document, L"", L"K", L""));
+  EXPECT_EQ(All(Code(document), "idn"), ".Hall");
+  EXPECT_EQ(All(Code(document), "id"), "K.R.1") << "behind the id given, not the listener's";
+}
+
 TEST_F(RemoteOutput, CompleteCopyForAUserFindsNothingAndMakesNoSection) {
   Fill();
   XmlDocument document;
@@ -213,6 +223,17 @@ TEST_F(RemoteOutput, UserSeesWhatComesThroughTheDriversOfHisRights) {
   }
   const FakeSecurity nothing({{7, "R"}, {8, "R"}, {16, "R"}});
   EXPECT_EQ(Send(kActived, "Ann") + Send(kNotified, "Ann"), "");
+}
+
+// The name comes in UTF-8.
+TEST_F(RemoteOutput, UserIsKnownWhateverTheLettersOfHisName) {
+  const char* const kName = "Jos\xC3\xA9 \xF0\x9F\x94\xA5";
+  Fill();
+  const FakeSecurity security({{17, "R"}, {18, "R"}}, kName);
+  EXPECT_EQ(All(Send(kActived, kName), "id"), "R.1");
+  EXPECT_EQ(All(Send(kNotified, kName), "id"), "R.2");
+  EXPECT_EQ(ActiveCount(kName), 1);
+  EXPECT_EQ(NotifiedCount(kName), 1);
 }
 
 TEST_F(RemoteOutput, AcknowledgingTakesTheSendersConsentAndTheRight) {
