@@ -1,6 +1,7 @@
 // Rights of the callers, for as long as the object lives.
 #pragma once
 
+#include <functional>
 #include <set>
 #include <string>
 #include <tuple>
@@ -28,6 +29,7 @@ class AccessRule {
   AccessRule& operator=(const AccessRule&) = delete;
 
   std::vector<tagQuestion> asked;  // in order
+  std::function<void()> onAsk;     // called while somebody waits for the answer
 
  private:
   static bool Ask(void* context, int right, const wchar_t* resource, ZRHttpRequest& request,
@@ -35,6 +37,7 @@ class AccessRule {
     auto& self = *static_cast<AccessRule*>(context);
     const std::string id = Narrow(resource);
     self.asked.push_back({right, id, &request, digest});
+    if (self.onAsk) self.onAsk();
     return self.rights.contains({right, id});
   }
 

@@ -111,6 +111,18 @@ TEST_F(EventElements, ActiveElementTellsSinceWhenInUtc) {
   EXPECT_EQ(Element(Active(), "dateTime"), "02072026210607");
 }
 
+// As long as the clock shows a year that no date can hold.
+TEST_F(EventElements, ActiveElementTellsNoTimeThatIsNotValid) {
+  Make(EventXml("Pump").Condition("[P.RUN] = 1"));
+  time.SetUtc(253'402'300'800'000);  // 10000-01-01T00:00:00Z
+  Holds();
+  EXPECT_TRUE(event->IsEnabled());
+  for (const std::string& xml : {Active(), ActiveDocument("D", "N")}) {
+    EXPECT_EQ(Count(xml, "<event>"), 1);
+    EXPECT_EQ(Count(xml, "ateTime"), 0);
+  }
+}
+
 TEST_F(EventElements, IdOfAnEventIsShownInItsOneForm) {
   EventXml definition = EventXml::Bare();
   definition.With("id", "{AAAAAAAA-0000-4000-8000-00000000000B}").With("name", "Pump");
@@ -246,6 +258,21 @@ TEST_F(EventElements, DocumentsAreTheGoldenFiles) {
   EXPECT_EQ(NotifiedDocument("remote", "Hall", false), Golden("listener-notified.xml"));
 }
 
+// The expansions, also the empty one before the event has ended, and not the templates.
+TEST_F(EventElements, ActiveDocumentHasTheTextsAsTheyBecame) {
+  Make(NotifyingPump()
+           .With("annotation", "on %n")
+           .With("deaAnnotation", "off %n")
+           .With("ackAnnotation", "seen %n"));
+  Holds();
+  EXPECT_EQ(Element(ActiveDocument("D", "N"), "ackAnnotation"), "");
+  EXPECT_TRUE(event->ProcessHttpServiceAck(event->Id()));
+  const std::string xml = ActiveDocument("D", "N");
+  EXPECT_EQ(Element(xml, "annotation"), "on Pump");
+  EXPECT_EQ(Element(xml, "deaAnnotation"), "");
+  EXPECT_EQ(Element(xml, "ackAnnotation"), "seen Pump");
+}
+
 TEST_F(EventElements, DocumentWithoutARootIsRefused) {
   Make(NotifyingPump());
   Holds();
@@ -345,6 +372,37 @@ TEST_F(EventElements, ComposedIdIsSeenOnTheBusOnly) {
   const LogCapture log;
   event->ExecuteActions(kMomentWhile);
   EXPECT_NE(log.Lines().at(0).text.find("event id '" + EventXml::Id(1) + "'"), std::string::npos);
+}
+
+// --- acknowledging ---
+
+// By its own id the event's first occurrence is acknowledged, and the others aren't looked at.
+TEST_F(EventElements, AcknowledgingAnEventIsForItsFirstOccurrence) {
+  Make(NotifyingPump());
+  tagSEventRT& first = *event->AddOccurrence();
+  tagSEventRT& second = *event->AddOccurrence();
+  first.status = kActivated | kDeactivated;
+  second.status = kActivated;
+  EXPECT_TRUE(event->ProcessHttpServiceAck(event->Id()));
+  EXPECT_EQ(first.status, kFinished);
+  EXPECT_TRUE(event->ProcessHttpServiceAck(event->Id())) << "found, though there is nothing to do";
+  EXPECT_EQ(second.status, kActivated);
+  EXPECT_EQ(Trace(), "acknowledge ACK");
+  Fails();
+  EXPECT_TRUE(event->ProcessHttpServiceAck(event->Id())) << "the first one has gone by now";
+  EXPECT_EQ(second.status, kActivated | kAcknowledged);
+}
+
+TEST_F(EventElements, AcknowledgingAnOccurrenceIsForNoOther) {
+  Make(NotifyingPump());
+  tagSEventRT& first = *event->AddOccurrence();
+  tagSEventRT& second = *event->AddOccurrence();
+  first.status = second.status = kActivated;
+  EXPECT_TRUE(event->ProcessHttpServiceAck(second.id));
+  EXPECT_EQ(first.status, kActivated);
+  EXPECT_EQ(second.status, kActivated | kAcknowledged);
+  EXPECT_FALSE(event->ProcessHttpServiceAck(wtouuid(Wide(kOccurrenceId))));
+  EXPECT_EQ(Trace(), "acknowledge ACK");
 }
 
 // --- from many threads ---

@@ -6,6 +6,7 @@
 #include "support/fakesecurity.h"
 #include "support/golden.h"
 #include "support/listtest.h"
+#include "support/probeaction.h"
 
 namespace {
 
@@ -187,6 +188,20 @@ TEST_F(Acknowledging, MissingRightStopsNeitherTheOthersNorTheResult) {
   EXPECT_TRUE(IsAcknowledged("B"));
 }
 
+// The search ends at the first event of that id.
+TEST_F(Acknowledging, MissingRightIsNotLookedForOnAnotherEventOfTheSameId) {
+  Serve({Event("A", 1).Group(kNorth), Event("B", 1).Group(kSouth)});
+  {
+    const AccessRule rule({{6, kSouth}});
+    EXPECT_TRUE(Ask(Named(EventXml::Id(1))));
+  }
+  EXPECT_EQ(Acknowledged(), 0u);
+  const AccessRule rule({{6, kNorth}, {6, kSouth}, {8, kNorth}, {8, kSouth}});
+  EXPECT_TRUE(Ask(Named(EventXml::Id(1))));
+  EXPECT_TRUE(IsAcknowledged("A"));
+  EXPECT_FALSE(IsAcknowledged("B"));
+}
+
 // --- the gate ---
 
 TEST_F(Acknowledging, AfterStopIsRefusedAfterTheWaitForAToken) {
@@ -291,6 +306,55 @@ TEST_F(AcknowledgingOnRecord, OfThisEngineAreToldEvenIfNothingIsLeftToDo) {
   EXPECT_TRUE(Ask(Named(EventXml::Id(1)), "Ann"));
   EXPECT_TRUE(Ask(Named(EventXml::Id(1)), "Ann"));
   EXPECT_EQ(Rows().size(), 2u);
+}
+
+TEST_F(AcknowledgingOnRecord, OfThisEngineAreToldBeforeAnythingIsDone) {
+  std::vector<std::string> rows;
+  const ProbeActions probes({"force"},
+                            [&](ZREventDriver&, int, const std::string&) { rows = Rows(); });
+  Serve({Event("A", 1).Actions("actions", "acknowledge", ProbeXml("force"))});
+  const FakeSecurity security({});
+  EXPECT_TRUE(Ask(Named(EventXml::Id(1)), "Ann"));
+  EXPECT_EQ(rows, std::vector<std::string>{"SystemEventHttpEventAcknowledge A;Ann"});
+  StopServer();
+}
+
+TEST_F(AcknowledgingOnRecord, OfThisEngineAreToldEvenIfTheOccurrenceGoesMeanwhile) {
+  Serve({Event("A", 1).Group(kNorth)});
+  const FakeSecurity security({});
+  {
+    AccessRule rule({{6, kNorth}});
+    rule.onAsk = [this] {
+      EXPECT_TRUE(Find("A")->ProcessHttpServiceAck(Find("A")->Id()));
+      Set("RUN", 0);
+      Passes();
+    };
+    EXPECT_TRUE(Ask(Named(EventXml::Id(1)), "Ann"));
+  }
+  EXPECT_FALSE(Find("A")->hasActived());
+  EXPECT_EQ(Rows(), std::vector<std::string>{"SystemEventHttpEventAcknowledge A;Ann"});
+}
+
+// Its sender may tell of its end at any time.
+TEST_F(AcknowledgingOnRecord, OfARemoteEventThatHasGoneMeanwhileHaveItsId) {
+  Serve({});
+  Remote(RemoteEvent("R.2.x.y"));
+  FakeSecurity security({});
+  security.onEnabled = [this] { server->EventList().RemoveDriverEvents(L"R"); };
+  EXPECT_TRUE(Ask(Named("R.2.x.y"), "Ann"));
+  EXPECT_EQ(roof->acknowledged, std::vector<std::string>{"2.x.y"});
+  EXPECT_EQ(Rows(),
+            std::vector<std::string>{"SystemEventHttpRemoteEventAcknowledge Roof.2.x.y;Ann"});
+}
+
+TEST_F(AcknowledgingOnRecord, OfARemoteEventHaveTheNameItHadBeforeTheDriverTookThem) {
+  Serve({});
+  Remote(RemoteEvent("R.1"));
+  roof->onAcknowledge = [this] { server->EventList().RemoveDriverEvents(L"R"); };
+  const FakeSecurity security({});
+  EXPECT_TRUE(Ask(Named("R.1"), "Ann"));
+  EXPECT_EQ(Rows(),
+            std::vector<std::string>{"SystemEventHttpRemoteEventAcknowledge Roof.Pump;Ann"});
 }
 
 TEST_F(AcknowledgingOnRecord, OfRemoteEnginesAreToldOnceTheDriverHasTakenThem) {

@@ -310,6 +310,25 @@ TEST_F(EventServices, RightToAcknowledgeOnAnotherGroupDoesNotCount) {
   EXPECT_EQ(All(Ask(kNotified).body, "canAcknowledge"), "T") << "no users are defined";
 }
 
+// Whatever the caller may do. It has none since the fixed groups go while the driver's own load.
+TEST_F(EventServices, EventWithoutAGroupIsNeitherListedNorCounted) {
+  driver->generate = [](XmlDocument::XmlNode* events, XmlDocument::XmlNode*, const ZRWideMap&) {
+    Store().Reset();
+    XmlDocument generated;
+    ASSERT_TRUE(
+        generated.Parse(("<events>" + Event("Alone", 1).Notify().Xml() + "</events>").c_str()));
+    *events->NewChild(L"events", nullptr) = *generated.Root();
+  };
+  Serve({});
+  ASSERT_NE(Find("Alone"), nullptr);
+  EXPECT_EQ(Find("Alone")->GroupsVectorSize(), 0);
+  EXPECT_TRUE(Find("Alone")->IsEnabled());
+  EXPECT_TRUE(Find("Alone")->hasNotified());
+  EXPECT_EQ(All(Ask(kActive).body + Ask(kNotified).body, "name"), "");
+  EXPECT_EQ(ActiveCount(), 0);
+  EXPECT_EQ(NotifiedCount(), 0);
+}
+
 // --- byte for byte ---
 
 // A site at its work: the boiler and the fan are active, the pump has ended, the spare is idle.

@@ -3,7 +3,8 @@
 
 namespace {
 
-constexpr const char* kNorth = "bbbbbbbb-0000-4000-8000-00000000000a";
+// As the document gives it: rights are asked with this very text.
+constexpr const char* kNorth = "BBBBBBBB-0000-4000-8000-00000000000A";
 constexpr const char* kSouth = "bbbbbbbb-0000-4000-8000-00000000000b";
 
 // The rounds of the listener thread: one each second, at most.
@@ -22,6 +23,13 @@ class Round : public ChainTest {
       if (request.host != host) return 204;
       return ++asked <= times ? first : 204;
     };
+  }
+  // A change of the pump.
+  void Queue() {
+    auto change = std::make_unique<tagSEventRT>();
+    change->status = kActivated;
+    change->driver = Find("Pump");
+    server->EventList().QueueChange(change.release());
   }
 
   int asked = 0;
@@ -158,17 +166,11 @@ TEST_F(Round, WhatIsQueuedWhileOneIsUnderWayStaysForTheNext) {
   Serve({Pump()});
   Listen("L");
   Settle();
-  const auto queue = [this] {
-    auto change = std::make_unique<tagSEventRT>();
-    change->status = kActivated;
-    change->driver = Find("Pump");
-    server->EventList().QueueChange(change.release());
-  };
   wire.decide = [&](const FakeWire::tagRequest&) {
-    if (asked++ == 0) queue();
+    if (asked++ == 0) Queue();
     return 204;
   };
-  queue();
+  Queue();
   Passes();
   ASSERT_EQ(Put("L").size(), 1u);
   EXPECT_EQ(server->EventList().PendingChangesSize(), 1);
@@ -309,6 +311,37 @@ TEST_F(Round, WithoutATokenOfTheGateKeepsTheListenerForLater) {
   EXPECT_EQ(Head(Put("L")[0], "all"), "T");
 }
 
+TEST_F(Round, PictureOfRemoteEventsOutlivesAStop) {
+  Serve({});
+  EXPECT_EQ(Produce(Produced(RemoteXml("R.1").Why("ACTIVATION").On().Xml(),
+                             RemoteXml("R.2").Why("ACTIVATION").With("notified", "T").Xml())),
+            204);
+  StopServer();
+  EXPECT_EQ(RemoteActive() + " " + RemoteNotified(), "L.R.1 L.R.2");
+  StartServer();
+  Passes();
+  EXPECT_EQ(RemoteActive() + " " + RemoteNotified(), "L.R.1 L.R.2");
+}
+
+// They name events, which go with the store.
+TEST_F(Round, ChangesThatComeWhileTheEngineStopsAreDropped) {
+  Serve({Pump()});
+  Listen("L");
+  Settle();
+  wire.decide = [this](const FakeWire::tagRequest&) {
+    ZRPlatform::Get().Sleep(60'000);  // until Stop has nobody else to wait for
+    for (int count = 0; count < 2; ++count)
+      Queue();  // one more than the round drops
+    return 204;
+  };
+  Queue();
+  Passes();
+  StopServer();
+  EXPECT_EQ(Put("L").size(), 1u);
+  EXPECT_EQ(Listeners(), 1);
+  EXPECT_EQ(server->EventList().PendingChangesSize(), 0);
+}
+
 // --- rights ---
 
 class RoundWithRights : public Round {
@@ -342,6 +375,14 @@ TEST_F(RoundWithRights, RightToAcknowledgeIsAskedOfTheGroupThatIsSeen) {
   const std::string body = Everything("Ann");
   EXPECT_EQ(Told(body, "notified", "name"), "A B");
   EXPECT_EQ(Told(body, "notified", "canAcknowledge"), "F F");
+}
+
+TEST_F(RoundWithRights, RightsAreAskedWithTheIdOfTheGroupAsItIsWritten) {
+  ServeTwoGroups();
+  const FakeSecurity security({{7, kNorth}, {8, kNorth}, {6, kNorth}});
+  const std::string body = Everything("Ann");
+  EXPECT_EQ(Told(body, "actived", "name"), "A B");
+  EXPECT_EQ(Told(body, "notified", "canAcknowledge"), "T T");
 }
 
 TEST_F(RoundWithRights, UserWhoIsNotKnownSeesNothing) {
