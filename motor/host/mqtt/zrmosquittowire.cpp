@@ -22,6 +22,8 @@ constexpr int kAnyNumber = 65535;
 
 std::string Reason(int code, int number) {
   if (code == MOSQ_ERR_ERRNO) return std::generic_category().message(number);
+  // The library has no text for it.
+  if (code == MOSQ_ERR_KEEPALIVE) return "it has fallen silent";
   return ::mosquitto_strerror(code);
 }
 
