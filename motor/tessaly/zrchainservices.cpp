@@ -7,6 +7,7 @@
 
 #include "host/base/zrlogger.h"
 #include "host/driversupport/zrdriver.h"
+#include "host/remote/zrbytebudget.h"
 #include "host/tools/zrtext.h"
 #include "host/user/zrsecuritymanager.h"
 #include "tessaly/zranswers.h"
@@ -25,6 +26,26 @@ constexpr const char* kUserProducerPath = "/services/user/producer.xml";
 const unsigned char* BytesOf(const std::string& body) {
   return reinterpret_cast<const unsigned char*>(body.c_str());
 }
+
+// What the paths share. Outlives them.
+struct tagChain {
+  tagChain(ZREventServer& ofEngine, ZRChainDoor& ofDoor, const tagChainLimits& ofLimits)
+      : engine(ofEngine), door(ofDoor), limits(ofLimits) {
+    reading.Allow(limits.bytes);
+  }
+  // No more remote events can be taken.
+  [[nodiscard]] bool IsFull() const {
+    const ZREventServer::tagRemoteLoad load = engine.RemoteLoad();
+    return load.elements >= limits.elements || load.waiting >= limits.waiting;
+  }
+
+  ZREventServer& engine;
+  ZRChainDoor& door;
+  const tagChainLimits limits;
+  ZRSemaphore registrations{kMostRegistrations};
+  ZRByteBudget reading;
+  ZRToldCauses told;
+};
 
 // --- registrations ---
 
@@ -60,12 +81,13 @@ class CPlace {
   const bool taken;
 };
 
-void AnswerListener(ZREventServer& engine, ZRChainDoor& door, ZRSemaphore& registrations,
-                    ZRHttpRequest& request, const std::string& body, ZRHttpResponse& response) {
-  const ZRChainDoor::CPass pass(door);
-  const CPlace place(registrations);
+void AnswerListener(tagChain& chain, ZRHttpRequest& request, const std::string& body,
+                    ZRHttpResponse& response) {
+  const ZRChainDoor::CPass pass(chain.door);
+  const CPlace place(chain.registrations);
   if (!pass.Given() || !place.Taken()) return AnswerWithoutBody(response, kServiceUnavailable);
-  AnswerRegistration(response, engine.ProcessHttpServiceRegisterListener(request, BytesOf(body)));
+  AnswerRegistration(response,
+                     chain.engine.ProcessHttpServiceRegisterListener(request, BytesOf(body)));
 }
 
 // --- documents ---
@@ -132,45 +154,64 @@ void SayUnreadable(ZRToldCauses& told, ZRHttpRequest& request, const std::string
     SayRefused(told, request, "it can't be read:", refusal.reason);
 }
 
-void AnswerProducer(ZREventServer& engine, ZRChainDoor& door, ZRToldCauses& told,
-                    ZRHttpRequest& request, const std::string& body, ZRHttpResponse& response) {
+// Its bytes of what may be read at once, if there are so many left; given back whatever happens.
+class CReading {
+ public:
+  CReading(ZRByteBudget& ofBudget, std::size_t ofBytes)
+      : budget(ofBudget), bytes(ofBudget.Take(ofBytes) ? ofBytes : 0), isGiven(bytes == ofBytes) {}
+  ~CReading() { budget.GiveBack(bytes); }
+  CReading(const CReading&) = delete;
+  CReading& operator=(const CReading&) = delete;
+  [[nodiscard]] bool Given() const { return isGiven; }
+
+ private:
+  ZRByteBudget& budget;
+  const std::size_t bytes;
+  const bool isGiven;
+};
+
+void AnswerProducer(tagChain& chain, ZRHttpRequest& request, const std::string& body,
+                    ZRHttpResponse& response) {
   // A peer that asks whether it is heard.
   if (request.Parameter("test") == "T") return AnswerWithoutBody(response, kNoContent);
-  const ZRChainDoor::CPass pass(door);
-  if (!pass.Given()) return AnswerWithoutBody(response, kServiceUnavailable);
+  const ZRChainDoor::CPass pass(chain.door);
+  const CReading reading(chain.reading, body.size());
+  if (!pass.Given() || !reading.Given()) return AnswerWithoutBody(response, kServiceUnavailable);
+  if (chain.IsFull()) {
+    SayRefused(chain.told, request, "as many remote events as may be are there", "");
+    return AnswerWithoutBody(response, kServiceUnavailable);
+  }
   // The engine reads as far as the first zero: what is checked is what it reads.
   if (body.find('\0') != std::string::npos)
     return AnswerWord(response, kBadRequest, "The body isn't UTF-8.");
-  if (!MaySpeak(request, body, told))
+  if (!MaySpeak(request, body, chain.told))
     return AnswerWord(response, kForbidden, "This user may not speak for that driver.");
-  const int status = engine.ProcessHttpServiceProducer(request, BytesOf(body));
+  const int status = chain.engine.ProcessHttpServiceProducer(request, BytesOf(body));
   if (status == kNoContent) NoteCompleteDocument(body);
   if (status != kBadRequest) return AnswerWithoutBody(response, status);
-  SayUnreadable(told, request, body);
+  SayUnreadable(chain.told, request, body);
   AnswerWord(response, status, "No XML document, or its driver isn't online.");
 }
 
 }  // namespace
 
-void BindChain(ZRWebServer& web, ZREventServer& engine, ZRChainDoor& door) {
-  const auto registrations = std::make_shared<ZRSemaphore>(kMostRegistrations);
+void BindChain(ZRWebServer& web, ZREventServer& engine, ZRChainDoor& door,
+               const tagChainLimits& limits) {
+  const auto chain = std::make_shared<tagChain>(engine, door, limits);
   web.Put(
       kListenerPath, kMostListenerBytes,
-      [&engine, &door, registrations](ZRHttpRequest& request, const std::string& body,
-                                      ZRHttpResponse& response) {
-        AnswerListener(engine, door, *registrations, request, body, response);
+      [chain](ZRHttpRequest& request, const std::string& body, ZRHttpResponse& response) {
+        AnswerListener(*chain, request, body, response);
       },
       ZRWebServer::tagPace::kMayWait);
   web.Get(kListenersPath, [&engine](ZRHttpRequest& request, ZRHttpResponse& response) {
     (void)engine.ProcessHttpServiceListeners(request, response);
   });
-  const auto told = std::make_shared<ZRToldCauses>();
   for (const char* const path : {kProducerPath, kUserProducerPath}) {
     web.Put(
         path, kMostProducerBytes,
-        [&engine, &door, told](ZRHttpRequest& request, const std::string& body,
-                               ZRHttpResponse& response) {
-          AnswerProducer(engine, door, *told, request, body, response);
+        [chain](ZRHttpRequest& request, const std::string& body, ZRHttpResponse& response) {
+          AnswerProducer(*chain, request, body, response);
         },
         ZRWebServer::tagPace::kMayWait);
   }

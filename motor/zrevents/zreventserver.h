@@ -70,6 +70,13 @@ class ZREVENTS_API ZREventServer {
 
   // The remote events, and what waits for listeners.
   [[nodiscard]] ZREventList& EventList() { return eventList; }
+  // How much of remote events there is: elements that are known, in both lists together, and
+  // changes that wait for listeners.
+  struct tagRemoteLoad {
+    std::size_t elements = 0;
+    int waiting = 0;
+  };
+  [[nodiscard]] tagRemoteLoad RemoteLoad();
   // Who listens.
   [[nodiscard]] ZRListenerBoard& Listeners() { return *listenerBoard; }
 

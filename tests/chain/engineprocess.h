@@ -110,6 +110,14 @@ class EngineProcess {
     return program->Wait();
   }
 
+  // The most memory that it had at once, in MiB.
+  [[nodiscard]] long PeakMemory() const {
+    std::ifstream status("/proc/" + std::to_string(program->Id()) + "/status");
+    for (std::string line; std::getline(status, line);)
+      if (line.rfind("VmHWM:", 0) == 0) return std::stol(line.substr(6)) / 1024;
+    return -1;
+  }
+
   [[nodiscard]] std::string Log() const {
     std::ostringstream text;
     text << std::ifstream(site.path / "log.txt").rdbuf();

@@ -1,5 +1,6 @@
 // Peers that mean no good, against the real program. What they do takes real time.
 #include <atomic>
+#include <thread>
 
 #include "chain/engineprocess.h"
 #include "support/scriptedserver.h"
@@ -51,8 +52,10 @@ class HostileListener : public ::testing::Test {
         [this] { return Through("plant.", control.Active()).count(EventXml::Id(2)) == 1; }, 30s));
     (void)::poll(nullptr, 0, 3000);
     EXPECT_EQ(server.Requests(), 1 + 5);
+    EXPECT_LT(plant.PeakMemory(), 100);
     EXPECT_EQ(plant.Stop(), 0);
     EXPECT_LT(plant.Log().size(), 10'000u);
+    EXPECT_NE(plant.Log().find("listener 'hostile'"), std::string::npos) << plant.Log();
   }
   void StartBoth() {
     ASSERT_TRUE(plant.Start());
@@ -101,6 +104,44 @@ TEST_F(HostileListener, ThatSendsElsewhereIsDroppedAndNotFollowed) {
   ExpectThatThePlantGoesOn();
   ExpectThatItIsDropped(server);
   EXPECT_EQ(elsewhere.Requests(), 0);
+}
+
+// --- who sends ---
+
+// Documents as large as may be, from several at once, of the kinds that take most memory.
+TEST_F(HostileListener, ThatSendsLargeDocumentsFindsABoundAndHurtsNobody) {
+  plant.Watch({{"control", &control}});
+  ASSERT_NO_FATAL_FAILURE(StartBoth());
+  const auto padded = [](const std::string& piece) {
+    constexpr std::size_t kRoom = (std::size_t{16} << 20) - 100;
+    std::string body = "<producer><driverId>x</driverId><actived>";
+    while (body.size() + piece.size() < kRoom)
+      body += piece;
+    return body + "</actived></producer>";
+  };
+  const std::string bodies[] = {
+      padded("<a/>"), padded("<event><id>nobody.1</id></event>"),
+      padded("<event><id>" + std::string(1 << 20, 'x') + "</id></event>"),
+      "<!DOCTYPE a [<!ENTITY a \"aaaaaaaaaaaaaaaa\">]><producer>&a;</producer>"};
+  std::atomic<int> answers{0};
+  std::vector<std::thread> senders;
+  for (const std::string& body : bodies)
+    senders.emplace_back([&] {
+      for (int i = 0; i < 10; ++i) {
+        const int status = plant.Put("/services/events/producer.xml", body);
+        answers += static_cast<int>(status == 204 || status == 400 || status == 503);
+      }
+    });
+  ExpectThatThePlantGoesOn();
+  for (std::thread& sender : senders)
+    sender.join();
+  EXPECT_EQ(answers, 40);
+  EXPECT_TRUE(Becomes(
+      [this] { return Through("plant.", control.Active()).count(EventXml::Id(2)) == 1; }, 30s));
+  std::printf("most memory: %ld MiB\n", plant.PeakMemory());
+  EXPECT_LT(plant.PeakMemory(), 400);
+  EXPECT_EQ(plant.Stop(), 0);
+  EXPECT_LT(plant.Log().size(), 10'000u);
 }
 
 }  // namespace

@@ -69,7 +69,12 @@ TEST_F(Limits, AreThoseOfTheirPage) {
   EXPECT_EQ(kMostListenerBytes, Number("`/services/events/listener.xml`"));
   EXPECT_EQ(kMostProducerBytes, Number("`/services/events/producer.xml`"));
   EXPECT_EQ(kMostProducerBytes, Number("`/services/user/producer.xml`"));
-  for (const char* head : {"Limit", "Path", "---"})
+  const tagChainLimits chain;
+  EXPECT_EQ(chain.bytes, Number("Documents of other engines that are read at once, together"));
+  EXPECT_EQ(chain.elements, Number("Remote elements known, active and notified ones together"));
+  EXPECT_EQ(static_cast<std::uint64_t>(chain.waiting),
+            Number("Changes of them that wait for listeners"));
+  for (const char* head : {"Limit", "Path", "What other engines tell", "---"})
     rows.erase(head);
   for (const auto& [name, number] : rows)
     ADD_FAILURE() << "nobody asks for " << name;

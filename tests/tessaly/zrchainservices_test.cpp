@@ -24,10 +24,10 @@ constexpr const char* kProducer = "/services/events/producer.xml";
 // A real server over an engine that hasn't started, and a door that is open.
 class ChainServices : public ::testing::Test {
  protected:
-  ChainServices() {
+  explicit ChainServices(const tagChainLimits& limits = {}) {
     ZRDriver::Register(std::make_unique<RemoteDriver>("R", "Roof"));
     ZRDriver::Register(std::make_unique<RemoteDriver>("S", "Shed"));
-    BindChain(web, engine, door);
+    BindChain(web, engine, door, limits);
     ZRString reason;
     EXPECT_TRUE(web.Start({}, reason)) << reason.Text();
     door.Open();
@@ -223,6 +223,61 @@ TEST_F(ChainServices, ReadNoEntitiesAndNoDepth) {
             (std::vector<std::string>{
                 "a document of events is refused: it can't be read: a DOCTYPE is not allowed"}))
       << "one line, however many there are";
+}
+
+// One that is read leaves no room for another one as large.
+TEST_F(ChainServices, ReadNoMoreAtOnceThanALargeDocumentHas) {
+  const std::string large =
+      "<producer><all>F</all><x>" + std::string(9 << 20, ' ') + "</x></producer>";
+  std::atomic<int> taken{0};
+  std::atomic<int> sentAway{0};
+  for (int round = 0; round < 20 && sentAway == 0; ++round) {
+    std::vector<ZRThread> peers(4);
+    for (ZRThread& peer : peers)
+      ASSERT_TRUE(peer.Start([&] {
+        const int status = Put(kProducer, large).status;
+        if (status == 204) ++taken;
+        if (status == 503) ++sentAway;
+      }));
+    for (ZRThread& peer : peers)
+      peer.Join();
+  }
+  EXPECT_GT(taken, 0);
+  EXPECT_GT(sentAway, 0);
+  EXPECT_EQ(Put(kProducer, large).status, 204) << "room is given back";
+}
+
+// A site that takes little.
+class SmallChainServices : public ChainServices {
+ protected:
+  SmallChainServices() : ChainServices({.bytes = 1000, .elements = 4, .waiting = 3}) {}
+};
+
+TEST_F(SmallChainServices, TakeNothingMoreWithTooManyChangesWaiting) {
+  const LogCapture log(kLogDelivery);
+  EXPECT_EQ(Put(kListener, Wish()).status, 204);
+  for (int i = 0; i < 3; ++i)
+    EXPECT_EQ(Put(kProducer, Document("R.1")).status, 204);
+  EXPECT_EQ(Put(kProducer, Document("R.1")).status, 503);
+  EXPECT_EQ(Put(kProducer, Document("R.1")).status, 503);
+  EXPECT_EQ(log.Starting("a document of events is refused"),
+            (std::vector<std::string>{
+                "a document of events is refused: as many remote events as may be are there "}));
+  engine.EventList().DropRemoteChanges(1);
+  EXPECT_EQ(Put(kProducer, Document("R.1")).status, 204);
+}
+
+TEST_F(SmallChainServices, TakeNothingMoreWithTooManyEventsKnown) {
+  for (const char* id : {"R.1", "R.2", "R.3", "R.4"})
+    EXPECT_EQ(Put(kProducer, Document(id)).status, 204);
+  EXPECT_EQ(Put(kProducer, Document("R.4")).status, 503);
+  engine.EventList().RemoveDriverEvents(L"R");
+  EXPECT_EQ(Put(kProducer, Document("R.4")).status, 204);
+}
+
+TEST_F(SmallChainServices, ReadNoDocumentThatIsLargerThanAllThatMayBeRead) {
+  EXPECT_EQ(Put(kProducer, "<producer>" + std::string(979, ' ') + "</producer>").status, 204);
+  EXPECT_EQ(Put(kProducer, "<producer>" + std::string(980, ' ') + "</producer>").status, 503);
 }
 
 // An id has no bound of its own: the document has one.

@@ -1,7 +1,10 @@
 #include "host/platform/zrlargememory.h"
 
+#include <malloc.h>
 #include <sys/mman.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdlib>
@@ -113,4 +116,13 @@ void ZRLargeMemory::Give(void* data, std::size_t bytes) noexcept {
   } else {
     std::free(data);  // NOLINT(cppcoreguidelines-no-malloc)
   }
+}
+
+void GiveBackWhatIsFreed() {
+  constexpr int kPiece = 128 * 1024;  // bytes; said, it doesn't grow by itself
+  constexpr long kLeastHeaps = 2;
+  constexpr long kMostHeaps = 64;
+  const long processors = ::sysconf(_SC_NPROCESSORS_ONLN);
+  (void)::mallopt(M_MMAP_THRESHOLD, kPiece);
+  (void)::mallopt(M_ARENA_MAX, static_cast<int>(std::clamp(processors, kLeastHeaps, kMostHeaps)));
 }

@@ -49,6 +49,11 @@ class ZRLargeMemory {
   std::size_t size = 0;
 };
 
+// From now on the process gives back to the system what it has freed: large pieces at once, and
+// there are no more heaps than processors, two at least. What many threads take one after the other
+// adds up to little then. Before a thread is started.
+void GiveBackWhatIsFreed();
+
 // For containers of the standard library.
 template <typename T>
 struct ZRLargeAllocator {

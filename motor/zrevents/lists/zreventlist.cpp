@@ -40,6 +40,11 @@ void ZREventList::QueueRemoteChange(const XmlDocument::XmlNode* event, bool isAc
   pendingRemoteChanges.push_back(std::move(change));
 }
 
+std::size_t ZREventList::RemoteSize() {
+  const ZRMutexLock lock(documentMutex);
+  return document.Size();
+}
+
 int ZREventList::PendingChangesSize() {
   const ZRMutexLock lock(localMutex);
   return static_cast<int>(pendingChanges.size());

@@ -60,6 +60,8 @@ class ZREventList {
   // unless that is empty.
   void RemoveDriverEvents(const ZRWString& driverId);
 
+  // Elements that are known, in both sections together.
+  [[nodiscard]] std::size_t RemoteSize();
   // Of the element of `notified` with exactly this id. False if there is none.
   [[nodiscard]] bool CanAcknowledge(const wchar_t* id);
   [[nodiscard]] bool EventName(const wchar_t* id, ZRWString& name);

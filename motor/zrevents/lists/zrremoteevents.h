@@ -35,6 +35,8 @@ class ZRRemoteEvents {
   // Makes the root and the sections, where they are missing.
   void Prepare();
   [[nodiscard]] bool HasRoot() const { return document.IsOK(); }
+  // Elements, of both sections.
+  [[nodiscard]] std::size_t Size() const { return index[0].size() + index[1].size(); }
   // The section of that tag; null if there is none.
   [[nodiscard]] const tagNode* Section(const wchar_t* section) const;
 

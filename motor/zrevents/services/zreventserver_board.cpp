@@ -1,4 +1,4 @@
-// Who listens, for people.
+// Who listens, for people, and how much there is to tell them.
 
 #include <string>
 
@@ -67,4 +67,8 @@ bool ZREventServer::ProcessHttpServiceListeners(ZRHttpRequest& request, ZRHttpRe
     xml.Write("</listeners>");
   }
   return response.End();
+}
+
+ZREventServer::tagRemoteLoad ZREventServer::RemoteLoad() {
+  return {eventList.RemoteSize(), eventList.PendingRemoteChangesSize()};
 }
