@@ -12,6 +12,6 @@ struct tagSVariableValueInfo {
 
   std::uint8_t flags = 0;
   std::uint32_t type = 0;
-  ZRString measure;              // unit of measure; UTF-8, empty if nobody knows it
   std::vector<ZRString> labels;  // what its states are called, from 0 on; as text of XML
+  ZRString measure{};            // unit of measure; UTF-8, empty if nobody knows it
 };
