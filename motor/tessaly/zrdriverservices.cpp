@@ -87,9 +87,10 @@ void AnswerVariables(ZRChainDoor& door, ZRHttpRequest& request, ZRHttpResponse& 
   if (!pass.Given()) return AnswerWithoutBody(response, kServiceUnavailable);
   response.Begin(kOk, request.AcceptDeflate() ? kContentXmlDeflated : kContentXml);
   response.Write(kHead.data(), static_cast<int>(kHead.size()));
-  for (auto at = ZRDriver::DriversBegin(); at != ZRDriver::DriversEnd(); ++at)
+  for (auto at = ZRDriver::DriversBegin(); at != ZRDriver::DriversEnd(); ++at) {
     if (CanAccessResourcesFromEngine(kResourceVariables, (*at)->Id().Text(), request, ""))
       WriteDriver(**at, response);
+  }
   response.Write("</drivers>", -1);
   (void)response.End();
 }

@@ -131,7 +131,8 @@ void ZRSite::MakeDrivers(ZRFindings& findings) {
 
 void ZRSite::StartDrivers(tagDrivers which, ZRFindings& findings) {
   for (auto driver = ZRDriver::DriversBegin(); driver != ZRDriver::DriversEnd(); ++driver) {
-    if (which == tagDrivers::kWithoutMachine && *driver == machine) continue;
+    const bool isOutside = *driver == machine || (*driver)->ReachesDevices();
+    if (which == tagDrivers::kWithoutMachine && isOutside) continue;
     if (Begin(**driver, which)) continue;
     const std::string name(Utf16ToUtf8((*driver)->Name().View()).View());
     findings.push_back({Kind::kDropped, ZRTessalySetup::kFileName, LineOfDriver(name), 0,

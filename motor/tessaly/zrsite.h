@@ -20,7 +20,7 @@ class ZRSite {
   // Which drivers StartDrivers starts.
   enum class tagDrivers {
     kAll,
-    kWithoutMachine,  // in virtual time the machine's facts mean nothing
+    kWithoutMachine,  // in virtual time, where the machine's facts mean nothing: nor devices
     kNone             // they are made ready only, so that their variables exist
   };
 

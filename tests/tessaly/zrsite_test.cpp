@@ -8,6 +8,7 @@
 #include "host/tools/zrdatetime.h"
 #include "host/tools/zrstringtable.h"
 #include "support/eventxml.h"
+#include "support/fakemodbus.h"
 #include "support/findinglines.h"
 #include "support/historytest.h"
 #include "support/logcapture.h"
@@ -196,6 +197,24 @@ TEST_F(Site, DriverThatCannotStartIsDroppedWithItsLine) {
   EXPECT_EQ(StartDrivers(), Lines{"tessaly.toml:2: dropped: driver 'r' can't start"});
   EXPECT_EQ(StartDrivers(ZRSite::tagDrivers::kNone),
             Lines{"tessaly.toml:2: dropped: driver 'r' can't start"});
+}
+
+TEST_F(Site, DevicesAreNeitherAskedNorToldInVirtualTime) {
+  FakeModbus bus;
+  Settings(
+      "[[driver]]\ntype = \"modbus\"\nname = \"hall\"\nhost = \"10.0.0.5\"\n"
+      "[[driver.register]]\nname = \"L\"\naddress = 1\nwrite = true\n");
+  ASSERT_EQ(LoadSettings(), Lines{});
+  ASSERT_EQ(MakeDrivers(), Lines{});
+  EXPECT_EQ(StartDrivers(), Lines{});
+  time.Advance(10'000);
+  std::int64_t limit = -1;
+  ZRDriver* const hall = ZRDriver::FindVariable(L"hall.L", limit);
+  ASSERT_NE(nullptr, hall);
+  ZRValue value;
+  value.SetNumeric(1);
+  EXPECT_FALSE(hall->ForceValue(limit, value, L"hall.L"));
+  EXPECT_EQ("", bus.Asked());
 }
 
 TEST_F(Site, DriversThatAreOnlyMadeReadyHaveTheirVariables) {

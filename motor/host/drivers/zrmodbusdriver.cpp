@@ -249,7 +249,7 @@ void ZRModbusDriver::NoteTrouble() {
     if (first.empty()) first = found;
   }
   if (busHealth.told.empty() && more > 0)
-    first += "; and " + std::to_string(more) + " more devices";
+    first += "; and " + std::to_string(more) + " more";
   ZRMutexLock lock(mutex);
   trouble = first;
 }

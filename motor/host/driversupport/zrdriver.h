@@ -66,6 +66,8 @@ class ZRDriver {
   [[nodiscard]] virtual bool Start() { return true; }
   virtual void Stop() {}
   [[nodiscard]] virtual bool IsOnline() const { return true; }
+  // It speaks with devices: nothing to start in virtual time, where they would be asked for real.
+  [[nodiscard]] virtual bool ReachesDevices() const { return false; }
 
   // Hands the acknowledgement of a remote engine's event on to that engine. `remoteEventId` is how
   // that engine calls the event; `request` asked for it. False if that was refused or failed. The

@@ -205,7 +205,7 @@ TEST_F(ModbusDriver, TellsItsTrouble) {
   bus.devices.erase(3);
   Start(Meter("1-3"));
   time.Advance(2500);
-  EXPECT_STREQ("unit 2 doesn't answer; and 1 more devices", driver->Trouble().Text());
+  EXPECT_STREQ("unit 2 doesn't answer; and 1 more", driver->Trouble().Text());
   bus.isUnreachable = true;
   time.Advance(10'000);
   EXPECT_STREQ("10.0.0.5:502 can't be reached: No route to host", driver->Trouble().Text());
@@ -343,6 +343,37 @@ TEST_F(ModbusDriver, SaysWhatCanBeForced) {
   EXPECT_EQ(0, info.flags);
   EXPECT_FALSE(driver->ValueInfo(-1, info));
   EXPECT_FALSE(driver->ValueInfo(99, info));
+}
+
+// On the system's own threads.
+TEST(ModbusDriverThreads, ForceAtOnce) {
+  FakeModbus bus;
+  bus.devices[1].Holding() = {{10, 1}, {11, 2}};
+  std::vector<ZRSettingProblem> problems;
+  const CSettings settings(std::string(kHall) +
+                           "<register><name>A</name><address>10</address><write>true</write>"
+                           "</register><register><name>B</name><address>11</address>"
+                           "<write>true</write></register>");
+  const std::unique_ptr<ZRDriver> driver = ZRDriverFactory::Make(settings.Table(), problems);
+  ASSERT_NE(nullptr, driver) << TextsOf(problems);
+  ASSERT_TRUE(driver->Start());
+  while (!driver->IsOnline())
+    ZRPlatform::Get().Sleep(0);
+  const std::int64_t a = driver->VariableNumber(L"A");
+  ZRThread threads[4];
+  for (int at = 0; at < 4; ++at) {
+    ASSERT_TRUE(threads[at].Start([&driver, a, at] {
+      ZRValue value;
+      value.SetNumeric(100 + at);
+      for (int times = 0; times < 20; ++times)
+        EXPECT_TRUE(driver->ForceValue(a + at % 2, value, L"A"));
+    }));
+  }
+  for (ZRThread& thread : threads)
+    thread.Join();
+  driver->Stop();
+  EXPECT_GE(bus.devices[1].Holding()[10], 100);
+  EXPECT_GE(bus.devices[1].Holding()[11], 101);
 }
 
 }  // namespace
