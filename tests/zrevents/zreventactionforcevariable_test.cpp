@@ -104,7 +104,7 @@ TEST_F(ForceVariable, KindGoesByTypeAndLabels) {
 }
 
 TEST_F(ForceVariable, TwoStatesChangeNothing) {
-  driver->infos[0] = {0x8, 0, "", {"OFF", "ON"}};
+  driver->infos[0] = {0x8, 0, {"OFF", "ON"}};
   EXPECT_FALSE(Loads("[P.N]", "hello"));
   ASSERT_TRUE(Loads("[P.N]", "[P.X]"));
   EXPECT_EQ(Executed(), Strings{"0 P.N 2.5"});
