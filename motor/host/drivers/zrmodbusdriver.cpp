@@ -248,8 +248,7 @@ void ZRModbusDriver::NoteTrouble() {
     ++more;
     if (first.empty()) first = found;
   }
-  if (busHealth.told.empty() && more > 0)
-    first += "; and " + std::to_string(more) + " more";
+  if (busHealth.told.empty() && more > 0) first += "; and " + std::to_string(more) + " more";
   ZRMutexLock lock(mutex);
   trouble = first;
 }
