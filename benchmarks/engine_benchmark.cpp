@@ -181,6 +181,13 @@ void BM_ActiveService(benchmark::State& state) {
 
 constexpr int kRepetitions = 5;
 
+// First: the large stores below leave a heap behind in which a new store lies scattered, as none
+// does in a process that has just started.
+BENCHMARK(BM_ActiveService)
+    ->Arg(100)
+    ->Arg(10'000)
+    ->Repetitions(kRepetitions)
+    ->ReportAggregatesOnly();
 BENCHMARK(BM_QuietPass)
     ->Arg(1000)
     ->Arg(100'000)
@@ -200,11 +207,6 @@ BENCHMARK(BM_LoadCfg)
     ->Repetitions(kRepetitions)
     ->ReportAggregatesOnly();
 BENCHMARK(BM_LoadCfg)->Arg(1'000'000)->Iterations(1);
-BENCHMARK(BM_ActiveService)
-    ->Arg(100)
-    ->Arg(10'000)
-    ->Repetitions(kRepetitions)
-    ->ReportAggregatesOnly();
 
 }  // namespace
 

@@ -49,6 +49,7 @@ class CRun {
   [[nodiscard]] bool StartWeb();
   [[nodiscard]] bool StartEngine();
   [[nodiscard]] bool Reload();
+  static void UsePort(int port);
   void TakeSettings(const ZRFindings& findings);
   void TakeLogins();
   void End();
@@ -80,6 +81,7 @@ bool CRun::LoadSite() {
     LogFindings(findings);
     return false;
   }
+  UsePort(command.port);
   if (!TakeLock()) return false;
   std::string reason;
   if (!site.OpenLog(reason)) {
@@ -119,7 +121,6 @@ void CRun::LoadWork() {
     LogTransition(event, active, seconds);
     bus.ShowState(event.Id(), active);
   });
-  PrepareFeed(ZRTessalySetup::Get(), ZREventSystem::Get(), findings);
   site.CheckLoaded(findings);
   LogFindings(findings);
 }
@@ -128,14 +129,26 @@ std::string CRun::Address() const {
   return AddressToListenOn(ZRTessalySetup::Get(), logins.HasUsers());
 }
 
+// In place of that of the settings, if there is one: drivers and the feed tell others of it.
+void CRun::UsePort(int port) {
+  if (port >= 0) ZRTessalySetup::Get().UseHttpPort(port);
+}
+
 bool CRun::StartWeb() {
   std::string reason;
-  if (web.Start(ZRTessalySetup::Get(), Address(), command.port, reason)) return true;
+  if (web.Start(ZRTessalySetup::Get(), Address(), command.port, reason)) {
+    UsePort(web.Port());
+    return true;
+  }
   logger(kLogInvariant, L"the web server can't start: %s", reason.c_str());
   return false;
 }
 
 bool CRun::StartEngine() {
+  // The feed names the port that the web server has by now.
+  ZRFindings findings;
+  PrepareFeed(ZRTessalySetup::Get(), ZREventSystem::Get(), findings);
+  LogFindings(findings);
   if (!site.StartEngine()) {
     logger(kLogInvariant, L"the engine can't start: the system gives no thread");
     return false;
@@ -164,6 +177,7 @@ bool CRun::Reload() {
   bus.End();
   TakeSettings(findings);
   if (!web.Renew(ZRTessalySetup::Get(), Address(), command.port)) return false;
+  UsePort(web.Port());
   LoadWork();
   return StartEngine();
 }
@@ -172,6 +186,7 @@ bool CRun::Reload() {
 void CRun::TakeSettings(const ZRFindings& findings) {
   ZRFindings same;
   if (!site.LoadSettings(same)) LogFindings(same);  // changed once more since that look
+  UsePort(command.port);
   std::string reason;
   if (!site.OpenLog(reason)) logger(kLogConfiguration, L"the log stays: %s", reason.c_str());
   LogFindings(findings);

@@ -42,6 +42,7 @@ class ZRSiteWeb {
   // For the documents of other engines; shut until the engine works, and while it is stopped.
   [[nodiscard]] ZRChainDoor& ChainDoor() { return chainDoor; }
   // Where it can be reached from this machine: "http://127.0.0.1:8480". Empty while it doesn't run.
+  [[nodiscard]] int Port() const { return web.Port(); }  // while it listens; else 0
   [[nodiscard]] std::string Url() const;
 
  private:

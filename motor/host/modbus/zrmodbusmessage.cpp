@@ -33,11 +33,15 @@ bool ReadsBits(std::uint8_t function) {
   return IsRead(function) && IsBitTable(static_cast<ZRModbusTable>(function));
 }
 
+std::uint16_t BitAt(ZRByteView data, std::size_t at) {
+  const unsigned byte = data[at / kByteBits];
+  return static_cast<std::uint16_t>((byte >> (at % kByteBits)) & 1U);
+}
+
 std::vector<std::uint16_t> Values(const ZRModbusRequest& request, ZRByteView data) {
   std::vector<std::uint16_t> values(request.count);
   for (std::size_t at = 0; at < values.size(); ++at) {
-    values[at] = ReadsBits(request.function) ? (data[at / kByteBits] >> (at % kByteBits)) & 1U
-                                             : WordAt(data, 2 * at);
+    values[at] = ReadsBits(request.function) ? BitAt(data, at) : WordAt(data, 2 * at);
   }
   return values;
 }

@@ -60,6 +60,8 @@ class ZRTessalySetup {
   [[nodiscard]] const ZRString& TimeZone() const { return timeZone; }
 
   [[nodiscard]] int HttpServerPort() const { return httpPort; }  // 0: any free one
+  // Another port until the next Load: the one that the web server has.
+  void UseHttpPort(int port) { httpPort = port; }
   // The address of this machine on which the web server listens, IPv4 or IPv6 in digits.
   [[nodiscard]] const ZRString& HttpAddress() const { return httpAddress; }
   // The names under which clients know the web server, besides addresses and localhost.

@@ -16,8 +16,9 @@ void Utf16ToUtf8(ZRString& narrow, const ZRWString& wide);
 void AppendUtf16(ZRWString& out, std::string_view narrow);
 void AppendUtf8(ZRString& out, std::wstring_view wide);
 
-// Replaces `out` by `in` with & < > " ' written as &amp; &lt; &gt; &quot; &apos;. A control
-// character that XML forbids (below 0x20, other than tab and the line ends) becomes U+FFFD.
+// Replaces `out` by `in` with & < > " ' written as &amp; &lt; &gt; &quot; &apos;. A character that
+// XML forbids (a control below 0x20, other than tab and the line ends; U+FFFE and U+FFFF) becomes
+// U+FFFD.
 void Text2Xml(ZRString& out, const ZRString& in);
 
 // Undoes Text2Xml, decimal and hexadecimal character references included. What isn't a complete

@@ -15,6 +15,9 @@ struct tagEntity {
 constexpr std::array<tagEntity, 5> kEntities{
     {{'&', "amp"}, {'<', "lt"}, {'>', "gt"}, {'"', "quot"}, {'\'', "apos"}}};
 
+constexpr std::string_view kReplacement = "\xEF\xBF\xBD";    // U+FFFD
+constexpr std::string_view kNonCharacters = "\xEF\xBF\xBE";  // U+FFFE; U+FFFF is one more
+
 constexpr bool IsForbiddenControl(char character) {
   return static_cast<unsigned char>(character) < 0x20 && character != '\t' && character != '\n' &&
          character != '\r';
@@ -29,18 +32,31 @@ constexpr std::array<bool, 256> SpecialBytes() {
   for (char control = 0; control < 0x20; ++control) {
     special[static_cast<unsigned char>(control)] = IsForbiddenControl(control);
   }
+  special[static_cast<unsigned char>(kNonCharacters.front())] = true;
   return special;
 }
 
-void AppendSpecial(ZRString& out, char character) {
+bool BeginsWithNonCharacter(std::string_view text) {
+  return text.size() >= kNonCharacters.size() && text.substr(0, 2) == kNonCharacters.substr(0, 2) &&
+         static_cast<unsigned char>(text[2]) >= static_cast<unsigned char>(kNonCharacters[2]);
+}
+
+// Writes what stands at the front of a text and can't be copied; the number of bytes that it has.
+std::size_t AppendSpecial(ZRString& out, std::string_view text) {
   for (const tagEntity& entity : kEntities) {
-    if (entity.character != character) continue;
+    if (entity.character != text.front()) continue;
     out.Append('&');
     out.Append(entity.name);
     out.Append(';');
-    return;
+    return 1;
   }
-  out.Append("\xEF\xBF\xBD", 3);
+  const bool isNonCharacter = BeginsWithNonCharacter(text);
+  if (isNonCharacter || IsForbiddenControl(text.front())) {
+    out.Append(kReplacement);
+  } else {
+    out.Append(text.front());  // of a longer character
+  }
+  return isNonCharacter ? kNonCharacters.size() : 1;
 }
 
 // A reference at the beginning of a text.
@@ -143,8 +159,7 @@ void Text2Xml(ZRString& out, const ZRString& in) {
     const char* const special = std::find_if(at, end, isSpecial);
     out.Append(at, static_cast<std::size_t>(special - at));
     if (special == end) return;
-    AppendSpecial(out, *special);
-    at = special + 1;
+    at = special + AppendSpecial(out, {special, static_cast<std::size_t>(end - special)});
   }
 }
 

@@ -40,6 +40,17 @@ TEST(TextXml, ControlCharactersThatXmlForbidsAreReplaced) {
   EXPECT_EQ("\xEF\xBF\xBD", Escaped(ZRString("\0", std::size_t{1})));
 }
 
+TEST(TextXml, NonCharactersAreReplaced) {
+  EXPECT_EQ(
+      "a\xEF\xBF\xBD\xEF\xBF\xBD"
+      "b",
+      Escaped("a\xEF\xBF\xBE\xEF\xBF\xBF"
+              "b"));
+  EXPECT_EQ("\xEF\xBF\xBD \xEF\xBB\xBF \xEF\xBC\xA1",
+            Escaped("\xEF\xBF\xBD \xEF\xBB\xBF \xEF\xBC\xA1"));
+  EXPECT_EQ("\xEF\xBF", Escaped("\xEF\xBF")) << "cut off";
+}
+
 TEST(TextXml, EscapedTextIsUndone) {
   const char* const text = "<a b='1'>&\"&amp;&#65;;\xE2\x82\xAC</a>";
   EXPECT_EQ(text, Undone(Escaped(text).c_str()));

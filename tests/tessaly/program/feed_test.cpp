@@ -29,6 +29,8 @@ TEST_F(ProgramFeed, TellsOfTransitionsUntilItIsTurnedOff) {
   const std::string feed = Fetch(port);
   EXPECT_NE(feed.find("<item><title>Always (Activated)</title>"), std::string::npos) << feed;
   EXPECT_TRUE(feed.ends_with("</channel></rss>200")) << feed;
+  const std::string link = "<link>http://localhost:" + std::to_string(port) + "</link>";
+  EXPECT_NE(feed.find(link), std::string::npos) << feed;
 
   Settings("feed.active = false\n");
   program->Signal(SIGHUP);
