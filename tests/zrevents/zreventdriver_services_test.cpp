@@ -88,6 +88,20 @@ TEST_F(EventElements, ActiveEventIsOneElementWithItsTextsEscaped) {
   EXPECT_EQ(Active(), "");
 }
 
+TEST_F(EventElements, NothingOfAnEarlierDefinitionIsShown) {
+  Make(NotifyingPump().With("description", "old"));
+  ASSERT_TRUE(event->LoadText(
+      EventXml("Fan").Condition("[P.RUN] = 1").Notify().With("description", "new").Xml()));
+  Holds();
+  for (const std::string& xml : {Active(), Notified()}) {
+    XmlDocument document;
+    ASSERT_TRUE(document.Parse(xml.c_str())) << xml;
+    EXPECT_EQ(document.Root()->Value(L"name", L""), L"Fan");
+    EXPECT_EQ(document.Root()->Value(L"description", L""), L"new");
+    EXPECT_EQ(Count(xml, "Pump") + Count(xml, "old"), 0) << xml;
+  }
+}
+
 TEST_F(EventElements, ActiveElementHasTheTextsOfTheEventAndNotOfAnOccurrence) {
   Make(NotifyingPump().With("annotation", "on").With("ackAnnotation", "&lt;seen&gt;"));
   Holds();

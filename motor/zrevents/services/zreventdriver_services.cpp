@@ -67,7 +67,7 @@ void ZREventDriver::PrefetchTexts() const {
 // What stands between the id and the annotation, ready to be sent: the same in every answer.
 void ZREventDriver::PrepareHead() {
   ZRString escaped;
-  head.Append("</idn><name>");
+  head = "</idn><name>";
   Text2Xml(escaped, Utf16ToUtf8(name.View()));
   head.Append(escaped.View());
   head.Append("</name><description>");
