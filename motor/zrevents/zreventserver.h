@@ -49,8 +49,8 @@ class ZREVENTS_API ZREventServer {
   // Starts the workers and the listener thread, and opens the gate. False, with nothing running,
   // if a thread can't be made. Only after Stop, or for the first time.
   //
-  // A second Start without a Stop between makes no second worker for an event; its groups and
-  // events are counted twice.
+  // A second Start without a Stop between makes no second worker for the events of groups, but one
+  // for those without a group; groups and events are counted twice.
   [[nodiscard]] bool Start();
   // Closes the gate, waits for the services in progress, ends all threads and empties the store.
   void Stop();

@@ -355,6 +355,25 @@ TEST_F(EventLoadActions, EventThatDoesNotNotifyHasNoAcknowledgeActions) {
   EXPECT_TRUE(event->hasClientActions());
 }
 
+// The condition comes before groups and actions.
+TEST_F(EventLoadActions, EventWithoutAUsableConditionJoinsNoGroupAndHasNoActions) {
+  const auto definition = [] {
+    return EventXml("Pump").Notify().Group(kNorth).Actions("actions", "while", ProbeXml("force"));
+  };
+  const int before = References(kNorth);
+  const LogCapture log;
+  for (const EventXml& broken :
+       {definition(), definition().Condition(""), definition().Condition("1 + 1")}) {
+    EXPECT_FALSE(Loads(broken)) << broken.Xml();
+    EXPECT_EQ(event->GroupsVectorSize(), 0);
+    EXPECT_EQ(all.Alive(), 0);
+  }
+  EXPECT_EQ(References(kNorth), before);
+  EXPECT_TRUE(log.Lines().empty());
+  EXPECT_TRUE(Loads(definition().Condition("1 = 1"))) << "nothing else is missing";
+  EXPECT_EQ(References(kNorth), before + 1);
+}
+
 TEST_F(EventLoadActions, ActionThatDoesNotLoadIsCountedAndDestroyed) {
   EXPECT_EQ(LogOf(Valid().Actions("actions", "while", ProbeXml("force", "broken", true))),
             (std::vector<std::string>{Line(kOneForce, "'actions'+'while'")}));

@@ -60,6 +60,24 @@ class EventServer : public EngineTest {
       all += (all.empty() ? "" : "|") + line;
     return all;
   }
+  // An event "Alone" that has no group, and one, "Grouped", of the group "!". The fixed groups are
+  // gone while these load.
+  void LoadAloneAndGrouped() {
+    driver->generate = [](XmlDocument::XmlNode* events, XmlDocument::XmlNode* groups,
+                          const ZRWideMap&) {
+      Store().Reset();
+      XmlDocument generated;
+      ASSERT_TRUE(generated.Parse(
+          ("<main><events>" + Always("Alone", 1).Xml() + Always("Grouped", 2).Group(kGroupA).Xml() +
+           "</events><eventsGroups>" + GroupXml(kGroupA, "!") + "</eventsGroups></main>")
+              .c_str()));
+      *events->NewChild(L"events", nullptr) = *generated.Root()->Node(L"events");
+      *groups->Node(L"eventsGroups") = *generated.Root()->Node(L"eventsGroups");
+    };
+    LoadXeve("");
+    ASSERT_NE(nullptr, Find("Alone"));
+    ASSERT_EQ(0, Find("Alone")->GroupsVectorSize());
+  }
   std::string Read(const std::string& name) const {
     std::ifstream file(site.path / name, std::ios::binary);
     std::ostringstream content;
@@ -275,22 +293,8 @@ TEST_F(EventServer, OfTwoGroupsOfOneNameTheLaterOneGetsTheEvents) {
             Joined(StartLines(log)));
 }
 
-// The fixed groups are gone while the driver's own load.
 TEST_F(EventServer, AnEventWithoutAGroupRunsOnTheExtraWorker) {
-  driver->generate = [](XmlDocument::XmlNode* events, XmlDocument::XmlNode* groups,
-                        const ZRWideMap&) {
-    Store().Reset();
-    XmlDocument generated;
-    ASSERT_TRUE(generated.Parse(
-        ("<main><events>" + Always("Alone", 1).Xml() + Always("Grouped", 2).Group(kGroupA).Xml() +
-         "</events><eventsGroups>" + GroupXml(kGroupA, "!") + "</eventsGroups></main>")
-            .c_str()));
-    *events->NewChild(L"events", nullptr) = *generated.Root()->Node(L"events");
-    *groups->Node(L"eventsGroups") = *generated.Root()->Node(L"eventsGroups");
-  };
-  LoadXeve("");
-  ASSERT_NE(nullptr, Find("Alone"));
-  ASSERT_EQ(0, Find("Alone")->GroupsVectorSize());
+  LoadAloneAndGrouped();
   time.FailThreadsAfter(2);
   EXPECT_FALSE(started = server->Start());
   time.FailThreadsAfter(3);  // the worker of "!", the extra one, and the listener thread
@@ -439,6 +443,16 @@ class OneMissingThread final : public ZRPlatform {
   int asked = 0;
 };
 
+// There is one more extra group, and it has never been started.
+TEST_F(EventServer, ASecondStartMakesASecondWorkerForEventsWithoutAGroupOnly) {
+  LoadAloneAndGrouped();
+  StartServer();
+  const OneMissingThread platform(time, -1);  // none is missing: it counts
+  EXPECT_TRUE(server->Start());
+  EXPECT_EQ(1, platform.Asked());
+  EXPECT_EQ(4u, server->GetNumberOfEvents());
+}
+
 // Two workers and the listener thread: whichever can't be made, all the others are ended.
 class EventServerWithoutThreads : public EventServer, public ::testing::WithParamInterface<int> {};
 
@@ -492,6 +506,23 @@ TEST_P(EventServerWithoutThreads, AsksForNoThreadBehindTheOneThatCannotBeMade) {
   EXPECT_FALSE(started = server->Start());
   EXPECT_FALSE(server->IsServerStarted());
   EXPECT_EQ(GetParam() + 1, platform.Asked());
+}
+
+// The tokens that the last Stop took come back before anything can fail.
+TEST_P(EventServerWithoutThreads, OpensTheGateThatAStopHasClosed) {
+  const std::string events =
+      Always("A1", 1).Group(kGroupA).Xml() + Always("B1", 2).Group(kGroupB).Xml();
+  const std::string groups = GroupXml(kGroupA, "A") + GroupXml(kGroupB, "B");
+  LoadXeve(events, groups);
+  StartServer();
+  StopServer();
+  ASSERT_EQ(503, ActiveStatus());
+  LoadXeve(events, groups);
+  time.FailThreadsAfter(GetParam());
+  EXPECT_FALSE(started = server->Start());
+  ASSERT_EQ(200, ActiveStatus());
+  EXPECT_EQ(0, Duration([&] { server->Stop(); }));  // it gets all tokens at once
+  EXPECT_EQ(0, Store().EventsSize());
 }
 
 INSTANTIATE_TEST_SUITE_P(Threads, EventServerWithoutThreads, ::testing::Values(0, 1, 2));

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <utility>
@@ -311,41 +312,65 @@ TEST(PassPace, BeginsAnewWithEachPass) {
 // Another thread that is ready gets its turn between two events, once a millisecond has gone by.
 class GivingWay : public EventServerGroup, public ::testing::WithParamInterface<int> {
  protected:
-  // Tells of each event that becomes active, by the number of its variable.
+  // Two events that are active while P.RUN is 1. A change of one takes the parameter's
+  // milliseconds.
+  GivingWay() {
+    Set("RUN", 0);
+    for (std::int64_t number : {1, 2}) {
+      std::int64_t seconds = 0;
+      Add(EventXml("x").Condition("[P.RUN] = 1")).setDriverVariables(&watcher, number, seconds);
+    }
+    EXPECT_TRUE(group.Start());
+    time.Advance(0);
+  }
+  ~GivingWay() override { group.Stop(); }
+
+  // The events that change in a pass, by their numbers, and "-" for another thread that is ready
+  // from the first change on.
+  std::string OrderWith(double run) {
+    order.clear();
+    Set("RUN", run);
+    Passes();
+    other.Join();
+    return order;
+  }
+  static std::string Expected() { return GetParam() == 0 ? "12-" : "1-2"; }
+
+ private:
+  // Tells of each change of an event's state, by the number of its variable.
   class CWatcher final : public TestDriver {
    public:
     explicit CWatcher(std::function<void(std::int64_t)> toCall)
-        : TestDriver("W"), onWrite(std::move(toCall)) {}
+        : TestDriver("W"), onChange(std::move(toCall)) {}
     void SetVariableValue(std::int64_t variable, double value) override {
-      if (value == 1.0) onWrite(variable);
+      if (std::exchange(values[variable], value) != value) onChange(variable);
     }
 
    private:
-    const std::function<void(std::int64_t)> onWrite;
+    const std::function<void(std::int64_t)> onChange;
+    std::map<std::int64_t, double> values;
   };
+
+  void Changed(std::int64_t variable) {
+    if (order.empty()) {
+      EXPECT_TRUE(other.Start([this] { order += "-"; }));
+    }
+    order += std::to_string(variable);
+    time.SetTickCount(time.TickCount() + static_cast<std::uint32_t>(GetParam()));
+  }
+
+  std::string order;
+  ZRThread other;
+  CWatcher watcher{[this](std::int64_t variable) { Changed(variable); }};
 };
 
-TEST_P(GivingWay, HappensBetweenTwoEventsOfAPass) {
-  const auto passed = static_cast<std::uint32_t>(GetParam());
-  std::string order;
-  CWatcher watcher([&](std::int64_t variable) {
-    order += std::to_string(variable);
-    time.SetTickCount(time.TickCount() + passed);
-  });
-  for (std::int64_t number : {1, 2}) {
-    OwnEvent& event = Add(EventXml("x").Condition("1 = 1"));
-    std::int64_t seconds = 0;
-    event.setDriverVariables(&watcher, number, seconds);
-  }
-  ZRThread other;
-  ASSERT_TRUE(other.Start([&] {
-    ZRPlatform::Get().Sleep(0);  // the worker begins before this goes on
-    order += "-";
-  }));
-  ASSERT_TRUE(group.Start());
-  time.Advance(0);
-  other.Join();
-  EXPECT_EQ(passed == 0 ? "12-" : "1-2", order);
+TEST_P(GivingWay, HappensBehindAnEventThatBegins) {
+  EXPECT_EQ(Expected(), OrderWith(1));
+}
+
+TEST_P(GivingWay, HappensBehindAnEventThatEnds) {
+  (void)OrderWith(1);
+  EXPECT_EQ(Expected(), OrderWith(0));
 }
 
 INSTANTIATE_TEST_SUITE_P(Milliseconds, GivingWay, ::testing::Values(0, 1));
@@ -432,18 +457,41 @@ TEST_F(EventServerGroup, ADeactivationAloneMovesTheTime) {
   EXPECT_EQ(20, Newest());
 }
 
-TEST_F(EventServerGroup, GivesTheNewestOfItsEvents) {
-  OwnEvent& early = Add(WithClientActions(EventXml("a").Condition("1 = 2")));
-  OwnEvent& late = Add(WithClientActions(EventXml("b").Condition("1 = 2")));
-  OwnEvent& middle = Add(WithClientActions(EventXml("c").Condition("1 = 2")));
-  ASSERT_TRUE(early.SetMark(early.AddOccurrence(), kActivated));
+// Of each kind of time, named by its mark.
+class NewestOfEvents : public EventServerGroup, public ::testing::WithParamInterface<int> {
+ protected:
+  static EventXml Resting(const std::string& name) {
+    return WithClientActions(EventXml(name).Condition("1 = 2"));
+  }
+  // An event with an occurrence, activated at once unless that is the mark.
+  void AddWithOccurrence(const std::string& name) {
+    OwnEvent& event = Add(Resting(name));
+    occurrences.push_back(event.AddOccurrence());
+    EXPECT_TRUE(GetParam() == kActivated || event.SetMark(occurrences.back(), kActivated));
+  }
+  // Ten milliseconds later the event of that place has the mark.
+  void MarkLater(std::size_t place) {
+    time.Advance(10);
+    EXPECT_TRUE(events[place]->SetMark(occurrences[place], GetParam()));
+  }
+
+ private:
+  std::vector<tagSEventRT*> occurrences;
+};
+
+TEST_P(NewestOfEvents, IsThatOfTheLatestWhateverStandsBehindIt) {
+  for (const char* name : {"early", "late", "middle"})
+    AddWithOccurrence(name);
+  Add(Resting("without any"));
+  for (const std::size_t place : {0U, 2U, 1U})
+    MarkLater(place);
   time.Advance(10);
-  ASSERT_TRUE(middle.SetMark(middle.AddOccurrence(), kActivated));
-  time.Advance(10);
-  ASSERT_TRUE(late.SetMark(late.AddOccurrence(), kActivated));
   Start();
-  EXPECT_EQ(20, Newest());
+  EXPECT_EQ(30, Newest());
 }
+
+INSTANTIATE_TEST_SUITE_P(Marks, NewestOfEvents,
+                         ::testing::Values(kActivated, kDeactivated, kAcknowledged));
 
 // A clock that is set back takes no time away that was there.
 TEST_F(EventServerGroup, AnOlderTimeReplacesNone) {

@@ -122,6 +122,18 @@ TEST_F(EventSystem, TheParkingGroupComesBehindAllOthers) {
   EXPECT_TRUE(log.Lines().empty());
 }
 
+TEST_F(EventSystem, NothingOfTheParkingDocumentIsRead) {
+  LoadDocument(Body(""));
+  XmlDocument parking;
+  ASSERT_TRUE(parking.Parse(Body(GroupXml(kGroupA, "Own"), Always("Pump").Xml()).c_str()));
+  const LogCapture log;
+  EXPECT_TRUE(Store().LoadParkingXml(parking));
+  EXPECT_EQ(8, Store().EventsGroupsSize());
+  EXPECT_EQ("< Parking >", GroupNames().back());
+  EXPECT_EQ(0, Store().EventsSize());
+  EXPECT_TRUE(log.Lines().empty());
+}
+
 // It doesn't exist yet while they load.
 TEST_F(EventSystem, NoEventJoinsTheParkingGroup) {
   LoadXeve(Always("Pump").Group("11111111-1111-1111-1111-111111111111").Xml());
@@ -459,6 +471,22 @@ TEST_F(Screens, AreHandedToEachDriver) {
   AddDriver("Q").generate = look;
   EXPECT_TRUE(server->LoadCfg());
   EXPECT_EQ(2, asked);
+}
+
+TEST_F(Screens, AreLookedForAnewByEachLoad) {
+  tagMap handed;
+  driver->generate = [&](XmlDocument::XmlNode*, XmlDocument::XmlNode*, const ZRWideMap& screens) {
+    handed.clear();
+    for (const auto& [sensor, screen] : screens)
+      handed[Narrow(sensor)] = Narrow(screen);
+  };
+  Write("1.hall.xscn", Parking("Gone"));
+  Write("2.yard.xscn", Parking("Moved"));
+  EXPECT_TRUE(server->LoadCfg());
+  EXPECT_EQ((tagMap{{"Gone", "hall"}, {"Moved", "yard"}}), handed);
+  Write("1.hall.xscn", Parking("Moved") + Fire("New"));
+  EXPECT_TRUE(server->LoadCfg());
+  EXPECT_EQ((tagMap{{"Moved", "hall"}, {"New", "hall"}}), handed);
 }
 
 // --- Reset ---
