@@ -85,6 +85,13 @@ TEST_F(Registration, NarrowsTheAddressByDroppingHighBytes) {
   EXPECT_EQ(wire.requests[0].port, 81);
 }
 
+// It is the narrowed address that would be connected to: U+0131 becomes a 1.
+TEST_F(Registration, OfItsOwnPortIsRefusedAsItIsNarrowed) {
+  const std::string own = std::to_string(ZRTessalySetup::Get().HttpServerPort());
+  EXPECT_EQ(Register(WishXml("L").At("127.0.0.\xC4\xB1", own)), 400);
+  EXPECT_TRUE(wire.requests.empty());
+}
+
 TEST_F(Registration, OfItsOwnPortIsRefusedInTwoFormsOnly) {
   const std::string own = std::to_string(ZRTessalySetup::Get().HttpServerPort());
   {

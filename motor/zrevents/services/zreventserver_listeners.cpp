@@ -65,8 +65,8 @@ ZRWString UserOf(ZRHttpRequest& request) {
 
 // Only these two forms of the own address are known.
 bool IsMyself(const tagNode& wish) {
-  const ZRWString ip = Value(wish, L"ip");
-  return (ip == L"127.0.0.1" || ip == L"localhost") &&
+  const ZRString host = Host(wish);
+  return (host == "127.0.0.1" || host == "localhost") &&
          Port(wish) == ZRTessalySetup::Get().HttpServerPort();
 }
 
