@@ -123,6 +123,9 @@ void GiveBackWhatIsFreed() {
   constexpr long kLeastHeaps = 2;
   constexpr long kMostHeaps = 64;
   const long processors = ::sysconf(_SC_NPROCESSORS_ONLN);
+  const auto heaps = static_cast<int>(std::clamp(processors, kLeastHeaps, kMostHeaps));
+  // NOLINTBEGIN(concurrency-mt-unsafe): no other thread is there yet
   (void)::mallopt(M_MMAP_THRESHOLD, kPiece);
-  (void)::mallopt(M_ARENA_MAX, static_cast<int>(std::clamp(processors, kLeastHeaps, kMostHeaps)));
+  (void)::mallopt(M_ARENA_MAX, heaps);
+  // NOLINTEND(concurrency-mt-unsafe)
 }
