@@ -213,24 +213,24 @@ class ZRTessalySetup::CReader {
   }
 
   void ReadBus(ZRSettingsTable table) {
-    ZRBusSettings& bus = setup.bus;
-    table.Text("host", bus.host, IsBroker, "must be the name or address of a host");
-    table.Integer("port", bus.port, 1, kMaximumPort);
+    ZRBusSettings& broker = setup.bus;
+    table.Text("host", broker.host, IsBroker, "must be the name or address of a host");
+    table.Integer("port", broker.port, 1, kMaximumPort);
     constexpr std::string_view kTopicRule =
         "must be levels of a topic without \"+\" and \"#\", of at most 100 bytes";
-    table.Text("prefix", bus.prefix, IsTopic, kTopicRule);
-    table.Text("discovery_prefix", bus.discoveryPrefix, IsTopic, kTopicRule);
-    table.Text("client", bus.clientId, IsClientId, "must have 1 to 100 bytes");
-    table.Text("user", bus.user);
-    table.Flag("tls", bus.tls);
-    table.Flag("discovery", bus.discovery);
-    table.Integer("qos", bus.qos, 0, 1);
-    table.Integer("queue", bus.queue, 1, ZRBusSettings::kMostWaiting);
-    bus.ca = ReadFile(table, "ca");
-    bus.certificate = ReadFile(table, "certificate");
-    bus.key = ReadFile(table, "key");
-    if (bus.certificate.IsEmpty() != bus.key.IsEmpty()) {
-      table.Problem(bus.key.IsEmpty() ? "key" : "certificate",
+    table.Text("prefix", broker.prefix, IsTopic, kTopicRule);
+    table.Text("discovery_prefix", broker.discoveryPrefix, IsTopic, kTopicRule);
+    table.Text("client", broker.clientId, IsClientId, "must have 1 to 100 bytes");
+    table.Text("user", broker.user);
+    table.Flag("tls", broker.tls);
+    table.Flag("discovery", broker.discovery);
+    table.Integer("qos", broker.qos, 0, 1);
+    table.Integer("queue", broker.queue, 1, ZRBusSettings::kMostWaiting);
+    broker.ca = ReadFile(table, "ca");
+    broker.certificate = ReadFile(table, "certificate");
+    broker.key = ReadFile(table, "key");
+    if (broker.certificate.IsEmpty() != broker.key.IsEmpty()) {
+      table.Problem(broker.key.IsEmpty() ? "key" : "certificate",
                     "must be given too: a certificate and its key belong together");
     }
     table.WarnOfUnknownKeys();
