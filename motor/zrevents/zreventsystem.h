@@ -103,7 +103,7 @@ class ZREVENTS_API ZREventSystem {
   [[nodiscard]] bool GetRssActive() const { return rssActive; }
   [[nodiscard]] int GetRssMaxNumberOfItems() const;
   [[nodiscard]] int GetRssNumberOfItems() const;
-  // How often in a row a file of the feed couldn't be written, for the host; 0 after a success.
+  // How often in a row a file of the feed couldn't be written, for the host; 0 once both are.
   [[nodiscard]] int RssFailures() const { return rssFailures; }
 
  private:

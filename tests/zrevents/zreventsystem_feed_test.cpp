@@ -408,6 +408,28 @@ TEST_F(Feed, ReloadThatCanNotSaveIsAFailure) {
   EXPECT_EQ(1, store.RssFailures());
 }
 
+TEST_F(Feed, FailureOfTheFeedAloneLeavesItsChannelSaved) {
+  Begin();
+  Publish("A");
+  time.opensFail = "html/events.rss";
+  Publish("B");
+  EXPECT_EQ((Names{"A", "B"}), Titles(ChannelFile()));
+  EXPECT_EQ(Names{"A"}, Titles(FeedFile()));
+  EXPECT_EQ(1, store.RssFailures());
+}
+
+TEST_F(Feed, ReloadThatSavesTheChannelDoesNotEndTheFailureOfTheFeed) {
+  Begin();
+  time.opensFail = "html/events.rss";
+  Publish("A");
+  ASSERT_EQ(1, store.RssFailures());
+  Begin();
+  EXPECT_EQ(1, store.RssFailures());
+  time.opensFail = nullptr;
+  Publish("B");
+  EXPECT_EQ(0, store.RssFailures());
+}
+
 // Whatever fails, a reader finds a whole document or none, of a size within bounds.
 TEST_F(Feed, IsNeverSeenInPart) {
   Chance chance(7);

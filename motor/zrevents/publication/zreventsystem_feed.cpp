@@ -92,7 +92,8 @@ bool ZREventSystem::LoadRssCfg(const XmlDocument::XmlNode* node) {
   if (const Node* limit = node->Child("items")) rssMaxItems = LimitOf(limit->Value());
   if (rssDocument.Load(path.Text())) {
     SetAddress(*rssDocument.Root());
-    NoteRssFiles(rssDocument.Save());
+    // A saved channel says nothing of the feed itself.
+    if (!rssDocument.Save()) NoteRssFiles(false);
   } else {
     CreateEventsRSS(rssDocument);
   }
