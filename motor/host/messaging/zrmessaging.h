@@ -7,7 +7,7 @@
 namespace Domain::EventsNS::EngineEventsNS {
 
 // Sends one JSON text; false if it couldn't be sent. Called from several threads, under an event's
-// lock: quick, or queueing.
+// lock: quick, or queueing. Neither a publisher nor a factory may throw.
 class EventCreationPublisher {
  public:
   virtual bool Publish(const std::wstring& json) = 0;
