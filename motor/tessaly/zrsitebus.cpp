@@ -4,6 +4,8 @@
 
 #include "host/base/zrlogger.h"
 #include "host/messaging/zrmessaging.h"
+#include "host/messaging/zrmqtttransport.h"
+#include "host/messaging/zruuidtext.h"
 #include "host/tools/zrtext.h"
 #include "tessaly/zrengineid.h"
 #include "tessaly/zrsecretsettings.h"
@@ -27,9 +29,9 @@ std::string ReadPassword(const ZRTessalySetup& setup, ZRFindings& findings) {
   return std::string(password.View());
 }
 
-ZRMqttBusSettings BusSettings(const ZRTessalySetup& setup, const uuid& engine) {
+ZRMqttTransportSettings MqttSettings(const ZRTessalySetup& setup, const uuid& engine) {
   const ZRBusSettings& given = setup.Bus();
-  ZRMqttBusSettings made;
+  ZRMqttTransportSettings made;
   made.engine = engine;
   made.siteName = Plain(setup.ProgramName());
   made.prefix = given.prefix.View();
@@ -69,10 +71,11 @@ void ZRSiteBus::Begin(const ZRTessalySetup& setup, const std::string& siteFolder
   const uuid engine = EngineIdOf(siteFolder, reason);
   if (engine == uuid::null) return AddDropped(findings, kEngineIdFile, reason);
   ZRFindings said;  // by the look at the documents
-  ZRMqttBusSettings settings = BusSettings(setup, engine);
+  ZRMqttTransportSettings settings = MqttSettings(setup, engine);
   settings.broker.password = ReadPassword(setup, said);
   EngineCreationPublisherManager::SetEngineUuid(std::wstring(engine.toWString().View()));
-  bus = std::make_unique<ZRMqttBus>(std::move(settings));
+  bus = std::make_unique<ZREventBus>(ZREventBusSettings{engine},
+                                     std::make_unique<ZRMqttTransport>(std::move(settings)));
   if (bus->Begin()) return;
   bus.reset();
   AddDropped(findings, ZRTessalySetup::kFileName, "the system gives no thread");

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "host/messaging/zrmqttbus.h"
+#include "host/messaging/zreventbus.h"
 #include "host/support/zrtessalysetup.h"
 #include "tessaly/zrfinding.h"
 
@@ -31,5 +31,5 @@ class ZRSiteBus {
   }
 
  private:
-  std::unique_ptr<ZRMqttBus> bus;  // null without one
+  std::unique_ptr<ZREventBus> bus;  // null without one
 };

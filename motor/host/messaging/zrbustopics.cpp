@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "host/messaging/zruuidtext.h"
 #include "host/tools/zrtext.h"
 
 namespace {
@@ -10,10 +11,6 @@ constexpr std::array<ZRBusTopic, 3> kKept = {ZRBusTopic::kDefinition, ZRBusTopic
                                              ZRBusTopic::kDiscovery};
 
 }  // namespace
-
-std::string UuidText(const uuid& id) {
-  return std::string(Utf16ToUtf8(id.toWString().View()).View());
-}
 
 // Discovery by Home Assistant: <prefix>/<component>/<node>/<object>/config, where node and object
 // are made of letters, digits, "_" and "-" (its documentation, "MQTT Discovery").

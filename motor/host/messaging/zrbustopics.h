@@ -1,4 +1,4 @@
-// Where on a broker the event bus is.
+// Where on an MQTT broker the event bus is.
 #pragma once
 
 #include <array>
@@ -34,5 +34,3 @@ class ZRBusTopics {
   const std::string root;       // ends in "/"
   const std::string discovery;  // the same
 };
-
-[[nodiscard]] std::string UuidText(const uuid& id);

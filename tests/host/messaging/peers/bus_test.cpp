@@ -5,8 +5,9 @@
 #include <chrono>
 #include <cstdio>
 
+#include "host/messaging/zreventbus.h"
 #include "host/messaging/zrmessaging.h"
-#include "host/messaging/zrmqttbus.h"
+#include "host/messaging/zrmqtttransport.h"
 #include "support/logcapture.h"
 #include "support/mosquitto.h"
 
@@ -22,7 +23,8 @@ class BusOnABroker : public testing::Test {
     settings.broker.port = broker.Port();
     settings.broker.clientId = "engine";
     settings.engine = wtouuid(L"aaaaaaaa-0000-4000-8000-000000000001");
-    bus = std::make_unique<ZRMqttBus>(settings);
+    bus = std::make_unique<ZREventBus>(ZREventBusSettings{settings.engine},
+                                       std::make_unique<ZRMqttTransport>(settings));
     ASSERT_TRUE(bus->Begin());
   }
 
@@ -48,8 +50,8 @@ class BusOnABroker : public testing::Test {
 
   LogCapture log{kLogDelivery};
   Mosquitto broker;
-  ZRMqttBusSettings settings;
-  std::unique_ptr<ZRMqttBus> bus;
+  ZRMqttTransportSettings settings;
+  std::unique_ptr<ZREventBus> bus;
 };
 
 // What the broker keeps is right whatever became of it, and whoever publishes doesn't notice.

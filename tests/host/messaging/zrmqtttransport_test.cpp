@@ -1,10 +1,11 @@
-#include "host/messaging/zrmqttbus.h"
+#include "host/messaging/zrmqtttransport.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <fstream>
 
+#include "host/messaging/zreventbus.h"
 #include "host/messaging/zrmessaging.h"
 #include "host/platform/zrvirtualtime.h"
 #include "host/tools/zrdatetime.h"
@@ -57,8 +58,12 @@ class MqttBus : public testing::Test {
   }
   ~MqttBus() override { bus.reset(); }
 
+  void Make() {
+    const ZREventBusSettings ofBus{settings.engine, mostTold};
+    bus = std::make_unique<ZREventBus>(ofBus, std::make_unique<ZRMqttTransport>(settings));
+  }
   void Begin() {
-    bus = std::make_unique<ZRMqttBus>(settings);
+    Make();
     ASSERT_TRUE(bus->Begin());
   }
   void Open() {
@@ -88,8 +93,9 @@ class MqttBus : public testing::Test {
   ZRVirtualTime time;
   FakeMqtt broker;
   LogCapture log{kLogDelivery};
-  ZRMqttBusSettings settings;
-  std::unique_ptr<ZRMqttBus> bus;
+  ZRMqttTransportSettings settings;
+  std::size_t mostTold = 100;
+  std::unique_ptr<ZREventBus> bus;
 };
 
 TEST_F(MqttBus, KeepsADefinitionAndAStateForEachEvent) {
@@ -211,7 +217,7 @@ TEST_F(MqttBus, SendsWhatWasToldBeforeItEnds) {
 
 // The publishers of a test in virtual time never let the bus's thread run in between.
 TEST_F(MqttBus, DropsTheOldestWhenMessagesComeTooFastButNoState) {
-  settings.mostTold = 2;
+  mostTold = 2;
   Begin();
   Open();
   bus->ShowState(wtouuid(kPump), true);
@@ -226,7 +232,7 @@ TEST_F(MqttBus, DropsTheOldestWhenMessagesComeTooFastButNoState) {
 }
 
 TEST_F(MqttBus, IsBegunOnlyWithAThread) {
-  bus = std::make_unique<ZRMqttBus>(settings);
+  Make();
   time.FailThreadsAfter(0);
   EXPECT_FALSE(bus->Begin());
   EXPECT_EQ(nullptr, EventCreationPublisherManager::GetEventCreationPublisherFactory());

@@ -1,4 +1,4 @@
-// The event bus on an MQTT broker.
+// The event bus: what is said on it.
 #pragma once
 
 #include <cstddef>
@@ -8,21 +8,14 @@
 #include <memory>
 #include <string>
 
-#include "host/messaging/zrbustopics.h"
+#include "host/messaging/zrbustransport.h"
 #include "host/messaging/zrinprocessbus.h"
-#include "host/mqtt/zrmqttclient.h"
 #include "host/platform/zrmutex.h"
 #include "host/platform/zrthread.h"
 #include "host/tools/zruuid.h"
 
-struct ZRMqttBusSettings {
-  ZRMqttSettings broker;  // birth and will are the bus's own
-  std::string prefix = "tessaly";
+struct ZREventBusSettings {
   uuid engine;
-  std::string siteName;    // UTF-8
-  bool discovery = false;  // tell Home Assistant of the events
-  std::string discoveryPrefix = "homeassistant";
-  int qos = 1;                     // of transitions
   std::size_t mostTold = 100'000;  // messages of the engine that wait to be made
 };
 
@@ -32,19 +25,15 @@ struct ZRMqttBusSettings {
 //           any; a thread of its own makes messages of what was told.
 // Order     `mutex` is a leaf. It comes behind the lock of ZRInProcessBus, and both behind those of
 //           the publishers.
+// Owns      the transport.
 // Promise   who publishes, or shows a state, waits for nothing but these locks. Beyond mostTold
 //           messages that aren't made yet the oldest are dropped and counted; a state never is.
-//           After each connection the broker keeps what it should of this engine's events, and
-//           nothing of others that the engine once had.
-class ZRMqttBus {
+class ZREventBus {
  public:
-  static constexpr const char* kOnline = "online";
-  static constexpr const char* kOffline = "offline";
-
-  explicit ZRMqttBus(ZRMqttBusSettings toUse);
-  ~ZRMqttBus();  // takes its factories away, sends what waits, and says that it is offline
-  ZRMqttBus(const ZRMqttBus&) = delete;
-  ZRMqttBus& operator=(const ZRMqttBus&) = delete;
+  ZREventBus(const ZREventBusSettings& toUse, std::unique_ptr<ZRBusTransport> toUseForTravel);
+  ~ZREventBus();  // takes its factories away, sends what waits, and says that it is offline
+  ZREventBus(const ZREventBus&) = delete;
+  ZREventBus& operator=(const ZREventBus&) = delete;
 
   // Listens to the engine from now on. False if the system gives no thread.
   [[nodiscard]] bool Begin();
@@ -66,14 +55,10 @@ class ZRMqttBus {
   void SayWhatIsDropped(std::uint64_t number);
   void Tell(const std::wstring& json);
   void KeepState(const uuid& event, const tagState& state);
-  void KeepDiscovery(const uuid& event, const std::string& name);
-  void LookForLeftovers();
-  void LookAt(const ZRMqttMessage& message);
-  [[nodiscard]] ZRMqttSettings BrokerSettings() const;
 
-  const ZRMqttBusSettings settings;
-  const ZRBusTopics topics;
-  ZRMqttClient client;
+  const ZREventBusSettings settings;
+  const std::string engine;  // its id as text
+  const std::unique_ptr<ZRBusTransport> transport;
   std::unique_ptr<ZRInProcessBus> source;
   bool saidUnreadable = false;  // the thread's own
   std::uint64_t droppedTold = 0;

@@ -1,10 +1,11 @@
-#include "host/messaging/zrmqttbus.h"
+#include "host/messaging/zreventbus.h"
 
 #include <nlohmann/json.hpp>
 #include <utility>
 
 #include "host/base/zrlogger.h"
 #include "host/messaging/zrmessaging.h"
+#include "host/messaging/zruuidtext.h"
 #include "host/tools/zrdatetime.h"
 #include "host/tools/zrtext.h"
 
@@ -35,13 +36,11 @@ std::string Written(const tagJson& message) {
 
 }  // namespace
 
-ZRMqttBus::ZRMqttBus(ZRMqttBusSettings toUse)
-    : settings(std::move(toUse)),
-      topics(settings.prefix, settings.engine, settings.discoveryPrefix),
-      client(BrokerSettings(), {[this] { LookForLeftovers(); }, nullptr,
-                                [this](const ZRMqttMessage& message) { LookAt(message); }}) {}
+ZREventBus::ZREventBus(const ZREventBusSettings& toUse,
+                       std::unique_ptr<ZRBusTransport> toUseForTravel)
+    : settings(toUse), engine(UuidText(settings.engine)), transport(std::move(toUseForTravel)) {}
 
-ZRMqttBus::~ZRMqttBus() {
+ZREventBus::~ZREventBus() {
   source.reset();
   {
     const ZRMutexLock lock(mutex);
@@ -49,32 +48,25 @@ ZRMqttBus::~ZRMqttBus() {
     changed.NotifyAll();
   }
   thread.Join();
-  client.Stop();
+  transport->Stop();
 }
 
-ZRMqttSettings ZRMqttBus::BrokerSettings() const {
-  ZRMqttSettings broker = settings.broker;
-  broker.birth = ZRMqttMessage{topics.Status(), kOnline, 1, true};
-  broker.will = ZRMqttMessage{topics.Status(), kOffline, 1, true};
-  return broker;
-}
-
-bool ZRMqttBus::Begin() {
+bool ZREventBus::Begin() {
   if (!thread.Start([this] { Work(); })) return false;
   source = std::make_unique<ZRInProcessBus>([this](const std::wstring& json) { Take(json); });
   return true;
 }
 
-bool ZRMqttBus::Open() {
+bool ZREventBus::Open() {
   {
     const ZRMutexLock lock(mutex);
     while (!isIdle || !told.empty())
       (void)changed.Wait(mutex, ZRPlatform::kInfinite);
   }
-  return client.Start();
+  return transport->Start();
 }
 
-void ZRMqttBus::Take(const std::wstring& json) {
+void ZREventBus::Take(const std::wstring& json) {
   const ZRMutexLock lock(mutex);
   told.push_back(json);
   if (told.size() > settings.mostTold) {
@@ -84,7 +76,7 @@ void ZRMqttBus::Take(const std::wstring& json) {
   if (isIdle) changed.NotifyAll();
 }
 
-void ZRMqttBus::ShowState(const uuid& event, bool active) {
+void ZREventBus::ShowState(const uuid& event, bool active) {
   const ZRWString now = ZRDateTime::UTC().ToCompleteWString();
   const ZRMutexLock lock(mutex);
   states[event] = {active, std::wstring(now.View())};
@@ -92,7 +84,7 @@ void ZRMqttBus::ShowState(const uuid& event, bool active) {
 }
 
 // Until it is to stop and nothing is left.
-void ZRMqttBus::Work() {
+void ZREventBus::Work() {
   for (;;) {
     std::deque<std::wstring> messages;
     std::map<uuid, tagState> newStates;
@@ -118,71 +110,36 @@ void ZRMqttBus::Work() {
   }
 }
 
-void ZRMqttBus::SayWhatIsDropped(std::uint64_t number) {
+void ZREventBus::SayWhatIsDropped(std::uint64_t number) {
   if (number == droppedTold) return;
   logger(kLogDelivery, L"event bus: %llu messages came too fast and were dropped",
          static_cast<unsigned long long>(number - droppedTold));
   droppedTold = number;
 }
 
-void ZRMqttBus::Tell(const std::wstring& json) {
+void ZREventBus::Tell(const std::wstring& json) {
   std::string text = Narrow(json);
   const tagJson message = tagJson::parse(text, nullptr, false);
   const uuid event = message.is_object() ? EventOf(message) : uuid::null;
   bool isTold = event != uuid::null;
   if (isTold && Text(message, "type") == kEventCreated) {
-    isTold = client.Keep(topics.Of(event, ZRBusTopic::kDefinition), std::move(text));
+    isTold = transport->KeepDefinition(event, std::move(text), Text(message, "name"));
     KeepState(event, {});
-    if (settings.discovery) KeepDiscovery(event, Text(message, "name"));
   } else if (isTold) {
-    isTold = client.Publish(
-        {topics.Of(event, ZRBusTopic::kTransition), std::move(text), settings.qos, false});
+    isTold = transport->PassTransition(event, std::move(text));
   }
   if (isTold || std::exchange(saidUnreadable, true)) return;
   logger(kLogDelivery,
          L"event bus: a message without the id of an event, or of more than %zu "
          L"bytes, isn't sent",
-         settings.broker.mostBytes);
+         transport->MostBytes());
 }
 
-void ZRMqttBus::KeepState(const uuid& event, const tagState& state) {
+void ZREventBus::KeepState(const uuid& event, const tagState& state) {
   tagJson message = {{"type", "eventState"},
-                     {"engine", topics.Engine()},
+                     {"engine", engine},
                      {"id", UuidText(event)},
                      {"state", state.active ? "ON" : "OFF"}};
   if (!state.since.empty()) message["since"] = Narrow(state.since);
-  (void)client.Keep(topics.Of(event, ZRBusTopic::kState), Written(message));
-}
-
-// The keys are those of Home Assistant's documentation, "MQTT Discovery" and "MQTT binary sensor":
-// "online" and "offline" are what it expects of an availability topic, "ON" and "OFF" of a state.
-void ZRMqttBus::KeepDiscovery(const uuid& event, const std::string& name) {
-  const tagJson message = {
-      {"name", name},
-      {"unique_id", topics.Engine() + "_" + UuidText(event)},
-      {"state_topic", topics.Of(event, ZRBusTopic::kState)},
-      {"value_template", "{{ value_json.state }}"},
-      {"availability_topic", topics.Status()},
-      {"device",
-       {{"identifiers", tagJson::array({topics.Engine()})}, {"name", settings.siteName}}}};
-  (void)client.Keep(topics.Of(event, ZRBusTopic::kDiscovery), Written(message));
-}
-
-// The broker tells what it has kept; what comes last is our own birth, as it was told behind that.
-void ZRMqttBus::LookForLeftovers() {
-  for (const std::string& filter : topics.KeptFilters())
-    client.Subscribe(filter, 1);
-  client.Subscribe(topics.Status(), 1);
-}
-
-void ZRMqttBus::LookAt(const ZRMqttMessage& message) {
-  if (message.topic == topics.Status()) {
-    if (message.retain || message.payload != kOnline) return;
-    for (const std::string& filter : topics.KeptFilters())
-      client.Unsubscribe(filter);
-    client.Unsubscribe(topics.Status());
-    return;
-  }
-  if (!message.retain || message.payload.empty() || !topics.IsKept(message.topic)) return;
-  if (!client.Keeps(message.topic)) (void)client.Keep(message.topic, "");
+  (void)transport->KeepState(event, Written(message));
 }
