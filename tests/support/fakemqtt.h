@@ -22,6 +22,7 @@ class FakeMqtt final : public ZRMqttWires {
 
   std::unique_ptr<ZRMqttWire> NewWire(const ZRMqttSettings& settings,
                                       ZRMqttWire::ZRListener& listener) override {
+    clients.push_back(settings);
     return std::make_unique<CWire>(*this, settings, listener);
   }
 
@@ -59,6 +60,7 @@ class FakeMqtt final : public ZRMqttWires {
   std::vector<ZRMqttMessage> received;
   std::map<std::string, std::string> retained;
   std::set<std::string> filters;
+  std::vector<ZRMqttSettings> clients;  // that were made
 
  private:
   class CWire final : public ZRMqttWire {

@@ -28,6 +28,7 @@ bool ZRMqttClient::Start() {
   {
     const ZRMutexLock lock(mutex);
     stopping = false;
+    trouble.clear();
   }
   return thread.Start([this] { Work(); });
 }
@@ -45,6 +46,7 @@ void ZRMqttClient::Stop() {
 bool ZRMqttClient::Publish(ZRMqttMessage message) {
   if (message.payload.size() > settings.mostBytes) return false;
   const ZRMutexLock lock(mutex);
+  if (!settings.outlasts && !connected) return false;
   waiting.push_back(std::move(message));
   DropOldest();
   WakeWire();
@@ -85,6 +87,11 @@ void ZRMqttClient::Unsubscribe(const std::string& filter) {
 bool ZRMqttClient::IsConnected() const {
   const ZRMutexLock lock(mutex);
   return connected;
+}
+
+std::string ZRMqttClient::Trouble() const {
+  const ZRMutexLock lock(mutex);
+  return trouble;
 }
 
 std::uint64_t ZRMqttClient::Dropped() const {
@@ -168,6 +175,7 @@ void ZRMqttClient::NoteConnected() {
   {
     const ZRMutexLock lock(mutex);
     connected = true;
+    trouble.clear();
     filterChanges.clear();
     for (const auto& [filter, qos] : subscriptions)
       filterChanges.emplace_back(filter, true);
@@ -241,12 +249,13 @@ bool ZRMqttClient::IsFarewellDone() {
   return isAllSent || Now() - farewellFrom >= kFarewellTime;
 }
 
-// What the broker hasn't confirmed waits again, in front of what came later.
+// What the broker hasn't confirmed waits again, in front of what came later, if it outlasts.
 void ZRMqttClient::PutBack() {
   const ZRMutexLock lock(mutex);
   for (auto entry = underWay.rbegin(); entry != underWay.rend(); ++entry)
     if (!entry->isKept) waiting.push_front(std::move(entry->message));
   underWay.clear();
+  if (!settings.outlasts) dropped += std::exchange(waiting, {}).size();
   DropOldest();
 }
 
@@ -277,9 +286,14 @@ void ZRMqttClient::NoteTrouble(const std::string& reason) {
     nextWait = kFirstWait;
   }
   accepted = false;
+  const std::string what = shown + ": not connected: " + reason;
+  {
+    const ZRMutexLock lock(mutex);
+    trouble = what;
+  }
   if (!told.insert(reason).second) return;
   saidConnected = false;
-  logger(kLogDelivery, L"%s: not connected: %s", shown.c_str(), reason.c_str());
+  logger(kLogDelivery, L"%s", what.c_str());
 }
 
 // Once when it begins, and once with the number when the queue is empty again.

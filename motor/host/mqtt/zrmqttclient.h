@@ -19,6 +19,9 @@
 // and the oldest is dropped. What is kept is a picture on the broker: one retained message for each
 // topic, of which only the newest counts; all of them are sent again after each connection.
 //
+// Without `outlasts` in its settings nothing that is published is sent late: without a connection
+// it isn't taken, and what the broker hasn't confirmed when one ends is dropped.
+//
 // Threads   Start, Stop and the destructor on one; everything else on any.
 // Order     `mutex` is a leaf. The callbacks run on the client's thread, without it.
 // Promise   no operation but Start and Stop waits for the broker, or for anything but the mutex. A
@@ -50,7 +53,8 @@ class ZRMqttClient final : private ZRMqttWire::ZRListener {
   // resolver is being asked, it waits for that too.
   void Stop() ZR_EXCLUDES(mutex);
 
-  // False, and nothing is sent, for a payload above the bound.
+  // False, and nothing is sent, for a payload above the bound, and for what doesn't outlast without
+  // a connection.
   bool Publish(ZRMqttMessage message) ZR_EXCLUDES(mutex);
   // The retained message of that topic from now on; an empty payload takes it away. False as above.
   bool Keep(const std::string& topic, std::string payload) ZR_EXCLUDES(mutex);
@@ -60,6 +64,8 @@ class ZRMqttClient final : private ZRMqttWire::ZRListener {
   void Unsubscribe(const std::string& filter) ZR_EXCLUDES(mutex);
 
   [[nodiscard]] bool IsConnected() const ZR_EXCLUDES(mutex);
+  // Why there is no connection, as in the log; empty while there is one, and while nobody knows.
+  [[nodiscard]] std::string Trouble() const ZR_EXCLUDES(mutex);
   // Messages that were dropped since the start, because the queue was full.
   [[nodiscard]] std::uint64_t Dropped() const ZR_EXCLUDES(mutex);
 
@@ -113,6 +119,7 @@ class ZRMqttClient final : private ZRMqttWire::ZRListener {
   std::vector<std::pair<std::string, bool>> filterChanges ZR_GUARDED_BY(mutex);
   std::uint64_t dropped ZR_GUARDED_BY(mutex) = 0;
   bool connected ZR_GUARDED_BY(mutex) = false;
+  std::string trouble ZR_GUARDED_BY(mutex);
   bool woken ZR_GUARDED_BY(mutex) = false;  // since the thread has last looked
   bool stopping ZR_GUARDED_BY(mutex) = false;
 

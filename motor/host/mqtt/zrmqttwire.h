@@ -30,6 +30,7 @@ struct ZRMqttSettings {
   std::string key;
   std::optional<ZRMqttMessage> birth;               // told after each connection
   std::optional<ZRMqttMessage> will;                // told when it ends, by the broker if need be
+  bool outlasts = true;                             // what is published waits for a connection
   std::size_t mostWaiting = 10'000;                 // messages that wait to be sent
   std::size_t mostBytes = std::size_t{256} * 1024;  // of one payload, in either direction
 };

@@ -261,4 +261,50 @@ TEST_F(MqttClient, PassesOverPayloadsBeyondTheBound) {
   EXPECT_THAT(log.Starting("MQTT broker broker:1883: messages of more than 3 bytes"), SizeIs(1));
 }
 
+TEST_F(MqttClient, SaysWhyThereIsNoConnection) {
+  broker.refusal = "refused";
+  Start();
+  EXPECT_EQ("MQTT broker broker:1883: not connected: refused", client->Trouble());
+  broker.refusal = "";
+  time.Advance(ZRMqttClient::kFirstWait);
+  EXPECT_EQ("", client->Trouble());
+  broker.Cut("gone");
+  time.Advance(1);
+  EXPECT_EQ("MQTT broker broker:1883: not connected: gone", client->Trouble());
+}
+
+TEST_F(MqttClient, SendsNothingLateThatDoesNotOutlastAConnection) {
+  settings.outlasts = false;
+  broker.confirms = false;
+  Make();
+  EXPECT_FALSE(client->Publish({"t", "early", 1, false}));
+  Start();
+  Publish("1");
+  for (std::size_t i = 0; i < ZRMqttClient::kMostUnderWay; ++i)
+    Publish("2");  // the last one waits
+  broker.Cut("gone");
+  time.Advance(1);
+  EXPECT_FALSE(client->Publish({"t", "without", 1, false}));
+  broker.received.clear();
+  broker.confirms = true;
+  time.Advance(ZRMqttClient::kFirstWait);
+  ASSERT_TRUE(client->IsConnected());
+  Publish("3");
+  EXPECT_THAT(broker.Payloads("t"), ElementsAre("3"));
+  EXPECT_EQ(1 + ZRMqttClient::kMostUnderWay, client->Dropped());
+}
+
+TEST_F(MqttClient, SaysItsBirthAndWillAlsoIfNothingOutlasts) {
+  settings.outlasts = false;
+  settings.birth = ZRMqttMessage{"s", "born", 1, true};
+  settings.will = ZRMqttMessage{"s", "dead", 1, true};
+  Start();
+  EXPECT_EQ("born", broker.retained["s"]);
+  broker.Cut("gone");
+  time.Advance(ZRMqttClient::kFirstWait + 1);
+  EXPECT_EQ("born", broker.retained["s"]);
+  client->Stop();
+  EXPECT_EQ("dead", broker.retained["s"]);
+}
+
 }  // namespace
