@@ -5,8 +5,6 @@
 
 #include "host/base/zrlogger.h"
 #include "host/drivers/zrmodbusdriver.h"
-#include "host/tools/zrstringtable.h"
-#include "host/tools/zrtext.h"
 
 namespace {
 
@@ -37,13 +35,7 @@ bool ZRModbusDriver::ValueInfo(std::int64_t variable, tagSVariableValueInfo& inf
   if (about.writable) info.flags = tagSVariableValueInfo::kForceable;
   if (about.type == ZRModbusType::kText) info.type = tagSVariableValueInfo::kText;
   if (about.type != ZRModbusType::kBit) return true;
-  for (const int state : {zrstring::kStateOff, zrstring::kStateOn}) {
-    ZRString word;
-    ZRString label;
-    (void)ZRLoadString(state, word);
-    Text2Xml(label, word);
-    info.labels.push_back(label);
-  }
+  info.labels = {StateLabel(false, nullptr), StateLabel(true, nullptr)};
   return true;
 }
 

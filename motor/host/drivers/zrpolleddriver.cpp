@@ -4,6 +4,8 @@
 #include <utility>
 
 #include "host/base/zrlogger.h"
+#include "host/tools/zrstringtable.h"
+#include "host/tools/zrtext.h"
 
 ZRPolledDriver::ZRPolledDriver(const ZRWString& ofId, const ZRWString& ofName,
                                std::uint32_t periodMilliseconds)
@@ -102,6 +104,18 @@ void ZRPolledDriver::Wake() {
     woken = true;
   }
   changed.NotifyAll();
+}
+
+ZRString ZRPolledDriver::StateLabel(bool isOn, const std::string* word) {
+  ZRString shown;
+  if (word != nullptr) {
+    shown = word->c_str();
+  } else {
+    (void)ZRLoadString(isOn ? zrstring::kStateOn : zrstring::kStateOff, shown);
+  }
+  ZRString label;
+  Text2Xml(label, shown);
+  return label;
 }
 
 std::int64_t ZRPolledDriver::AddPolled(const ZRWString& variable) {

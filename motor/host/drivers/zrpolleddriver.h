@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "host/driversupport/zrdriver.h"
@@ -59,6 +60,9 @@ class ZRPolledDriver : public ZRDriver {
   void Wake();
   // Not online any more, and no value in the variables made by AddPolled.
   void GoOffline();
+
+  // What a state of a switch is called, as text of XML: `word`, or without one the language's.
+  [[nodiscard]] static ZRString StateLabel(bool isOn, const std::string* word);
 
   // AddVariable, remembered for GoOffline. A name that is there already keeps its number.
   std::int64_t AddPolled(const ZRWString& variable);

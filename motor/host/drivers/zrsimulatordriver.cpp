@@ -5,7 +5,6 @@
 
 #include "host/base/zrlogger.h"
 #include "host/tools/zrdatetime.h"
-#include "host/tools/zrstringtable.h"
 #include "host/tools/zrtext.h"
 
 namespace {
@@ -29,19 +28,6 @@ std::optional<ZRValue> Accepted(const ZRValue& value, bool isText) {
   const bool fits =
       isText ? accepted.IsString() : value.IsNumeric() && std::isfinite(value.Numeric());
   return fits ? std::optional<ZRValue>(accepted) : std::nullopt;
-}
-
-// What one of the two states of a switch is called, as text of XML.
-ZRString Label(const ZRSimulation& simulation, bool on) {
-  ZRString word;
-  if (simulation.isText) {
-    word = (on ? simulation.onText : simulation.offText).c_str();
-  } else {
-    (void)ZRLoadString(on ? zrstring::kStateOn : zrstring::kStateOff, word);
-  }
-  ZRString label;
-  Text2Xml(label, word);
-  return label;
 }
 
 }  // namespace
@@ -120,7 +106,7 @@ bool ZRSimulatorDriver::ValueInfo(std::int64_t variable, tagSVariableValueInfo& 
   if (CanBeForced(simulation.form)) info.flags = tagSVariableValueInfo::kForceable;
   if (simulation.isText) info.type = tagSVariableValueInfo::kText;
   if (!std::holds_alternative<ZRSwitchForm>(simulation.form)) return true;
-  for (const bool on : {false, true})
-    info.labels.push_back(Label(simulation, on));
+  info.labels = {StateLabel(false, simulation.isText ? &simulation.offText : nullptr),
+                 StateLabel(true, simulation.isText ? &simulation.onText : nullptr)};
   return true;
 }
