@@ -3,8 +3,6 @@
 #include <string>
 #include <utility>
 
-#include "host/support/zrsettingnode.h"
-#include "host/support/zrsettingstable.h"
 #include "tessaly/zrsecretsettings.h"
 
 namespace {
@@ -30,41 +28,16 @@ void ReadNetworks(const ZRTessalySetup& setup, ZRNetworks& networks, ZRFindings&
   }
 }
 
-// Texts that must be there.
-std::string Required(ZRSettingsTable& table, std::string_view key) {
-  ZRString text;
-  table.Text(key, text);
-  if (text.IsEmpty()) table.Problem(key, "must be given");
-  return std::string(text.View());
-}
-
-void ReadAccount(const ZRSettingNode& node, ZRSettingReport& report, tagAccounts& accounts) {
-  ZRSettingsTable table(&node, "account.", report);
+void ReadAccount(ZRSettingsTable& table, tagAccounts& accounts) {
   ZRNetworkWire::tagAccount account;
-  account.host = Required(table, "host");
+  account.host = RequiredText(table, "host");
   account.port = ZRTessalySetup::kDefaultHttpPort;
   table.Integer("port", account.port, 1, kMostPort);
-  account.user = Required(table, "user");
-  account.password = Required(table, "password");
+  account.user = RequiredText(table, "user");
+  account.password = RequiredText(table, "password");
   if (!account.host.empty() && !IsPeer(account.host, account.port))
     table.Problem("host", "must be a host's name or address");
-  table.WarnOfUnknownKeys();
   accounts.push_back(std::move(account));
-}
-
-void ReadAccounts(const ZRSettingNode& root, ZRSettingReport& report, tagAccounts& accounts) {
-  ZRSettingsTable file(&root, "", report);
-  const ZRSettingNode* const list = file.Any("account");
-  file.WarnOfUnknownKeys();
-  if (list == nullptr) return;
-  for (const ZRSettingNode& node : list->children) {
-    if (list->kind != ZRSettingNode::tagKind::kArray ||
-        node.kind != ZRSettingNode::tagKind::kTable) {
-      report.Problem("account must be written as [[account]]", *list);
-      return;
-    }
-    ReadAccount(node, report, accounts);
-  }
 }
 
 }  // namespace
@@ -75,10 +48,10 @@ void ReadPeers(const ZRTessalySetup& setup, ZRNetworks& networks,
   tagAccounts known;
   ZRFindings said;
   ReadNetworks(setup, allowed, said);
-  ReadSecretSettings(setup, kPeersFile, said,
-                     [&known](const ZRSettingNode& root, ZRSettingReport& report) {
-                       ReadAccounts(root, report, known);
-                     });
+  ReadSecretSettings(
+      setup, kPeersFile, said, [&known](const ZRSettingNode& root, ZRSettingReport& report) {
+        ReadAccounts(root, report, [&known](ZRSettingsTable& table) { ReadAccount(table, known); });
+      });
   if (!HasKind(said, Kind::kBroken)) {
     networks = std::move(allowed);
     accounts = std::move(known);

@@ -41,3 +41,28 @@ void ReadSecretSettings(const ZRTessalySetup& setup, const char* name, ZRFinding
   for (std::size_t index = first; index < findings.size(); ++index)
     findings[index].file = shown;
 }
+
+void ReadAccounts(const ZRSettingNode& root, ZRSettingReport& report,
+                  const std::function<void(ZRSettingsTable&)>& read) {
+  ZRSettingsTable file(&root, "", report);
+  const ZRSettingNode* const list = file.Any("account");
+  file.WarnOfUnknownKeys();
+  if (list == nullptr) return;
+  for (const ZRSettingNode& node : list->children) {
+    if (list->kind != ZRSettingNode::tagKind::kArray ||
+        node.kind != ZRSettingNode::tagKind::kTable) {
+      report.Problem("account must be written as [[account]]", *list);
+      return;
+    }
+    ZRSettingsTable account(&node, "account.", report);
+    read(account);
+    account.WarnOfUnknownKeys();
+  }
+}
+
+std::string RequiredText(ZRSettingsTable& table, std::string_view key) {
+  ZRString text;
+  table.Text(key, text);
+  if (text.IsEmpty()) table.Problem(key, "must be given");
+  return std::string(text.View());
+}

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <functional>
+#include <string>
+#include <string_view>
 
 #include "host/support/zrsettingnode.h"
 #include "host/support/zrsettingstable.h"
@@ -12,3 +14,9 @@
 // What is wrong, with the file or by the report, becomes kBroken, and a warning kHint.
 void ReadSecretSettings(const ZRTessalySetup& setup, const char* name, ZRFindings& findings,
                         const std::function<void(const ZRSettingNode&, ZRSettingReport&)>& read);
+
+// Lets `read` have each table [[account]] of such a file, one after the other.
+void ReadAccounts(const ZRSettingNode& root, ZRSettingReport& report,
+                  const std::function<void(ZRSettingsTable&)>& read);
+// A text that must be there.
+[[nodiscard]] std::string RequiredText(ZRSettingsTable& table, std::string_view key);
