@@ -11,6 +11,7 @@
 #include "host/tools/zrdatetime.h"
 #include "host/tools/zrstringtable.h"
 #include "host/tools/zrtext.h"
+#include "tessaly/zrdriverpasswords.h"
 #include "tessaly/zrfeed.h"
 #include "tessaly/zrlogincheck.h"
 #include "tessaly/zrsharefolder.h"
@@ -118,9 +119,11 @@ bool ZRSite::OpenLog(std::string& reason) const {
 }
 
 void ZRSite::MakeDrivers(ZRFindings& findings) {
+  ZRFindings said;  // by the look at the documents
+  const ZRDriverPasswords passwords = ReadDriverPasswords(ZRTessalySetup::Get(), said);
   for (const XmlDocument::XmlNode* settings : ZRTessalySetup::Get().Drivers()) {
     std::vector<ZRSettingProblem> problems;
-    std::unique_ptr<ZRDriver> driver = ZRDriverFactory::Make(*settings, problems);
+    std::unique_ptr<ZRDriver> driver = ZRDriverFactory::Make(*settings, problems, passwords);
     AddProblems(problems, driver == nullptr ? Kind::kDropped : Kind::kHint, findings);
     if (driver != nullptr) ZRDriver::Register(std::move(driver));
   }

@@ -4,6 +4,7 @@
 
 #include "host/tools/zrfiles.h"
 #include "host/tools/zrtext.h"
+#include "tessaly/zrdriverpasswords.h"
 #include "tessaly/zrelementcheck.h"
 #include "tessaly/zrlogincheck.h"
 #include "tessaly/zrpeers.h"
@@ -79,4 +80,5 @@ void CheckDocuments(const ZRTessalySetup& setup, ZRFindings& findings) {
   CheckLogins(setup, findings);
   CheckPeers(setup, findings);
   CheckBus(setup, findings);
+  (void)ReadDriverPasswords(setup, findings);
 }

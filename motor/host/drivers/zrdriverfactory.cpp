@@ -13,6 +13,7 @@ constexpr std::string_view kSimulator = "simulator";
 constexpr std::string_view kReplay = "replay";
 constexpr std::string_view kEngine = "engine";
 constexpr std::string_view kModbus = "modbus";
+constexpr std::string_view kMqtt = "mqtt";
 
 std::string DataFolder() {
   return Utf16ToUtf8(ZRTessalySetup::Get().DataPath().View()).Text();
@@ -26,7 +27,8 @@ std::string ZRDriverFactory::SubjectOf(const XmlDocument::XmlNode& settings) {
 }
 
 std::unique_ptr<ZRDriver> ZRDriverFactory::Make(const XmlDocument::XmlNode& settings,
-                                                std::vector<ZRSettingProblem>& problems) {
+                                                std::vector<ZRSettingProblem>& problems,
+                                                const ZRDriverPasswords& passwords) {
   ZRDriverSettings reader(settings, SubjectOf(settings), problems);
   const std::string type = reader.RequiredText(kType);
   std::unique_ptr<ZRDriver> driver;
@@ -40,10 +42,13 @@ std::unique_ptr<ZRDriver> ZRDriverFactory::Make(const XmlDocument::XmlNode& sett
     driver = MakeEngine(reader);
   } else if (type == kModbus) {
     driver = MakeModbus(reader, problems);
+  } else if (type == kMqtt) {
+    driver = MakeMqtt(reader, problems, passwords);
   } else if (!type.empty()) {
-    reader.Error(
-        kType, "must be \"machine\", \"simulator\", \"replay\", \"engine\" or \"modbus\", not \"" +
-                   type + "\"");
+    reader.Error(kType,
+                 "must be \"machine\", \"simulator\", \"replay\", \"engine\", \"modbus\" or "
+                 "\"mqtt\", not \"" +
+                     type + "\"");
   }
   if (driver) reader.WarnOfUnknownKeys();
   return driver;

@@ -1,6 +1,8 @@
 // Drivers made from their settings.
 #pragma once
 
+#include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -11,6 +13,9 @@
 #include "host/drivers/zrsimulatordriver.h"
 #include "host/driversupport/zrdriver.h"
 
+// Passwords that aren't in the site's settings, by the name of the driver that needs them.
+using ZRDriverPasswords = std::map<std::string, std::string, std::less<>>;
+
 // Makes a driver from a table [[driver]] of the site's settings. docs/drivers.md describes the
 // types and their keys.
 //
@@ -20,7 +25,8 @@ class ZRDriverFactory {
   // The driver, not started yet; or null, and then at least one problem says why. Beside a driver
   // problems are warnings: keys that nobody knows.
   [[nodiscard]] static std::unique_ptr<ZRDriver> Make(const XmlDocument::XmlNode& settings,
-                                                      std::vector<ZRSettingProblem>& problems);
+                                                      std::vector<ZRSettingProblem>& problems,
+                                                      const ZRDriverPasswords& passwords = {});
 
   // The system driver with its default settings: for a site that doesn't describe it.
   [[nodiscard]] static std::unique_ptr<ZRDriver> MakeMachine();
@@ -42,6 +48,9 @@ class ZRDriverFactory {
   [[nodiscard]] static std::unique_ptr<ZRDriver> MakeEngine(ZRDriverSettings& settings);
   [[nodiscard]] static std::unique_ptr<ZRDriver> MakeModbus(
       ZRDriverSettings& settings, std::vector<ZRSettingProblem>& problems);
+  [[nodiscard]] static std::unique_ptr<ZRDriver> MakeMqtt(ZRDriverSettings& settings,
+                                                          std::vector<ZRSettingProblem>& problems,
+                                                          const ZRDriverPasswords& passwords);
   [[nodiscard]] static bool ReadIdentity(ZRDriverSettings& settings, ZRWString& id,
                                          ZRWString& name);
   [[nodiscard]] static std::uint32_t ReadPeriod(ZRDriverSettings& settings,

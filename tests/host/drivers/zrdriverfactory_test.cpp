@@ -67,8 +67,8 @@ TEST(DriverFactory, MakesTheSystemDriverWithoutSettings) {
 
 TEST(DriverFactory, RefusesAnUnknownType) {
   EXPECT_EQ(
-      "driver \"hall\": \"type\" must be \"machine\", \"simulator\", \"replay\", \"engine\" or "
-      "\"modbus\", not \"x\"",
+      "driver \"hall\": \"type\" must be \"machine\", \"simulator\", \"replay\", \"engine\", "
+      "\"modbus\" or \"mqtt\", not \"x\"",
       Refusal("<type>x</type><name>hall</name>"));
   EXPECT_EQ("driver \"hall\": \"type\" is missing", Refusal("<name>hall</name>"));
 }
@@ -340,7 +340,7 @@ std::vector<std::string> Examples() {
 TEST(DriversPage, EveryExampleMakesItsDriversWithoutAProblem) {
   const CSite site;
   const std::vector<std::string> examples = Examples();
-  ASSERT_EQ(6u, examples.size());
+  ASSERT_EQ(7u, examples.size());
   std::size_t drivers = 0;
   for (const std::string& example : examples) {
     std::vector<ZRSettingProblem> problems;
@@ -355,7 +355,7 @@ TEST(DriversPage, EveryExampleMakesItsDriversWithoutAProblem) {
     }
     EXPECT_EQ("", TextsOf(problems));
   }
-  EXPECT_EQ(8u, drivers);
+  EXPECT_EQ(9u, drivers);
 }
 
 TEST(DriversPage, AProblemOfTheFileHasTheLineOfItsTable) {
