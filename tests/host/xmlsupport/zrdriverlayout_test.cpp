@@ -57,8 +57,8 @@ TEST(DriverLayout, WithoutMetricsTellsNoLeastSize) {
 }
 
 TEST(DriverLayout, HoldsControlsGapsAndLayoutsInTheirOrder) {
-  ZRDriverLayoutVertical layout(&kMetrics);
   int living = 0;
+  ZRDriverLayoutVertical layout(&kMetrics);
   layout.AddControl(std::make_unique<CCounted>(living).release(), 20, false);
   auto inner = std::make_unique<ZRDriverLayoutHorizontal>(&kMetrics);
   inner->AddControl(std::make_unique<CCounted>(living).release(), 30, true);
