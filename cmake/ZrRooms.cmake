@@ -10,19 +10,23 @@ target_compile_options(zr_warnings INTERFACE
   $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
   $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety -Wthread-safety-beta>)
 
+# What the engine and the host are linked as.
+set(ZR_LIBRARY SHARED)
+
 if(ZR_SANITIZE)
+  # The sanitizers' own parts are in the program alone.
+  set(ZR_LIBRARY STATIC)
   add_compile_options(-fsanitize=${ZR_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${ZR_SANITIZE})
+  add_compile_definitions(ZR_SANITIZED)
   # The optimiser sees null paths through instrumented code that don't exist.
   target_compile_options(zr_warnings INTERFACE
     $<$<CXX_COMPILER_ID:GNU>:-Wno-null-dereference -Wno-maybe-uninitialized>)
 endif()
 
 if(ZR_FUZZ)
-  # Coverage for libFuzzer in every room, and the sanitizers that notice what it finds.
-  add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-omit-frame-pointer
-                      -fno-sanitize-recover=all)
-  add_link_options(-fsanitize=address,undefined)
+  # Coverage for libFuzzer in every room.
+  add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
 # zr_room(NAME [LOWER room...] [LIBRARIES third-party target...])

@@ -12,7 +12,7 @@ using namespace std::chrono_literals;
 using tagConversation = ScriptedServer::CConversation;
 
 // A sanitizer takes much more, and keeps what is freed.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(ZR_SANITIZED)
 constexpr bool kMemoryTells = false;
 #else
 constexpr bool kMemoryTells = true;
