@@ -186,6 +186,23 @@ TEST_F(Site, DriverThatCannotBeMadeIsDroppedWithItsLine) {
   EXPECT_EQ(Drivers(), 2u) << "c and the system's";
 }
 
+TEST_F(Site, SerialLineOfTwoDriversIsThatOfTheFirst) {
+  folder.Write("line", "");
+  std::filesystem::create_symlink("line", folder.path / "other");
+  const auto driver = [this](const std::string& name, const std::string& device) {
+    return "[[driver]]\ntype = \"modbus\"\nname = \"" + name + "\"\ndevice = \"" +
+           (folder.path / device).string() + "\"\n[[driver.register]]\nname = \"L\"\naddress = 1\n";
+  };
+  Settings(driver("a", "line") + driver("b", "other") + driver("c", "none") + driver("d", "none"));
+  ASSERT_EQ(LoadSettings(), Lines{});
+  EXPECT_EQ(MakeDrivers(),
+            (Lines{"tessaly.toml:8: dropped: driver \"b\": \"device\" is the serial line of driver "
+                   "\"a\" already: both would ask at once",
+                   "tessaly.toml:22: dropped: driver \"d\": \"device\" is the serial line of "
+                   "driver \"c\" already: both would ask at once"}));
+  EXPECT_EQ(Drivers(), 3u) << "a, c and the system's";
+}
+
 TEST_F(Site, DriverThatCannotStartIsDroppedWithItsLine) {
   Settings(
       "\n[[driver]]\ntype = \"replay\"\nname = \"r\"\nfile = \"r.csv\"\n"

@@ -23,7 +23,8 @@ using ZRDriverPasswords = std::map<std::string, std::string, std::less<>>;
 class ZRDriverFactory {
  public:
   // The driver, not started yet; or null, and then at least one problem says why. Beside a driver
-  // problems are warnings: keys that nobody knows.
+  // problems are warnings: keys that nobody knows. No two drivers have one serial line: that of a
+  // registered driver is taken.
   [[nodiscard]] static std::unique_ptr<ZRDriver> Make(const XmlDocument::XmlNode& settings,
                                                       std::vector<ZRSettingProblem>& problems,
                                                       const ZRDriverPasswords& passwords = {});

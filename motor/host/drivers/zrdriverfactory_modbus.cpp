@@ -1,5 +1,6 @@
 #include <cerrno>
 #include <charconv>
+#include <filesystem>
 #include <set>
 #include <utility>
 
@@ -26,12 +27,32 @@ constexpr std::size_t kMostMeters = 1000;
 constexpr std::size_t kMostVariables = 100'000;
 constexpr const wchar_t* kProfiles = L"profiles/";
 
+// The name of the registered driver that has a serial line, by any of the line's names; null if
+// nobody has it.
+const ZRWString* OwnerOf(const std::string& device) {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  const fs::path line = fs::weakly_canonical(device, error);
+  for (auto at = ZRDriver::DriversBegin(); at != ZRDriver::DriversEnd(); ++at) {
+    const std::string other = (*at)->SerialLine();
+    if (other.empty()) continue;
+    if (other == device || (!error && fs::weakly_canonical(other, error) == line && !error))
+      return &(*at)->Name();
+  }
+  return nullptr;
+}
+
 void ReadSerial(ZRDriverSettings& settings, ZRModbusBus& bus) {
   constexpr int kDefaultBaud = 9600;
   constexpr int kLeastBaud = 300;
   constexpr int kMostBaud = 921'600;
   bus.device = settings.Text("device", "");
   if (!bus.device.starts_with('/')) settings.Error("device", "must be a path such as /dev/ttyUSB0");
+  if (const ZRWString* const owner = OwnerOf(bus.device)) {
+    settings.Error("device", "is the serial line of driver \"" +
+                                 std::string(Utf16ToUtf8(owner->View()).View()) +
+                                 "\" already: both would ask at once");
+  }
   bus.baud = settings.Integer("baud", kDefaultBaud, kLeastBaud, kMostBaud);
   const std::string parity = settings.Text("parity", "even");
   if (parity != "none" && parity != "even" && parity != "odd")

@@ -58,6 +58,7 @@ class ZRModbusDriver final : public ZRPolledDriver {
   // Some device answers.
   [[nodiscard]] bool IsOnline() const override { return answers.load(std::memory_order_acquire); }
   [[nodiscard]] bool ReachesDevices() const override { return true; }
+  [[nodiscard]] std::string SerialLine() const override { return settings.bus.device; }
   // Has the device told, and waits for its answer: kForcePatience at most. What hasn't been begun
   // by then isn't done. False for what can't be written and for a device that doesn't answer.
   [[nodiscard]] bool ForceValue(std::int64_t variable, const ZRValue& value,

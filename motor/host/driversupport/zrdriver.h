@@ -7,6 +7,7 @@
 #include <iterator>
 #include <map>
 #include <memory>
+#include <string>
 #include <unordered_map>
 #include <vector>
 
@@ -68,6 +69,8 @@ class ZRDriver {
   [[nodiscard]] virtual bool IsOnline() const { return true; }
   // It speaks with devices: nothing to start in virtual time, where they would be asked for real.
   [[nodiscard]] virtual bool ReachesDevices() const { return false; }
+  // The serial line that is its own alone, as the settings call it; UTF-8, empty for none.
+  [[nodiscard]] virtual std::string SerialLine() const { return {}; }
 
   // Hands the acknowledgement of a remote engine's event on to that engine. `remoteEventId` is how
   // that engine calls the event; `request` asked for it. False if that was refused or failed. The
