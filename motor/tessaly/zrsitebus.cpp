@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "host/base/zrlogger.h"
+#include "host/messaging/zrkafkatransport.h"
 #include "host/messaging/zrmessaging.h"
 #include "host/messaging/zrmqtttransport.h"
 #include "host/messaging/zruuidtext.h"
@@ -29,7 +30,26 @@ std::string ReadPassword(const ZRTessalySetup& setup, ZRFindings& findings) {
   return std::string(password.View());
 }
 
-ZRMqttTransportSettings MqttSettings(const ZRTessalySetup& setup, const uuid& engine) {
+// Of a broker of either kind.
+template <typename Settings>
+void FillBroker(const ZRBusSettings& given, const uuid& engine, const std::string& password,
+                Settings& broker) {
+  broker.port = given.port != 0 ? given.port
+                : given.tls     ? Settings::kTlsPort
+                                : Settings::kPlainPort;
+  broker.clientId = given.clientId.View();
+  if (broker.clientId.empty()) broker.clientId = "tessaly-" + UuidText(engine);
+  broker.user = given.user.View();
+  broker.password = password;
+  broker.tls = given.tls;
+  broker.ca = Plain(given.ca);
+  broker.certificate = Plain(given.certificate);
+  broker.key = Plain(given.key);
+  broker.mostWaiting = static_cast<std::size_t>(given.queue);
+}
+
+std::unique_ptr<ZRBusTransport> MakeMqtt(const ZRTessalySetup& setup, const uuid& engine,
+                                         const std::string& password) {
   const ZRBusSettings& given = setup.Bus();
   ZRMqttTransportSettings made;
   made.engine = engine;
@@ -38,20 +58,23 @@ ZRMqttTransportSettings MqttSettings(const ZRTessalySetup& setup, const uuid& en
   made.discovery = given.discovery;
   made.discoveryPrefix = given.discoveryPrefix.View();
   made.qos = given.qos;
-  ZRMqttSettings& broker = made.broker;
-  broker.host = given.host.View();
-  broker.port = given.port != 0 ? given.port
-                : given.tls     ? ZRMqttSettings::kTlsPort
-                                : ZRMqttSettings::kPlainPort;
-  broker.clientId = given.clientId.View();
-  if (broker.clientId.empty()) broker.clientId = "tessaly-" + UuidText(engine);
-  broker.user = given.user.View();
-  broker.tls = given.tls;
-  broker.ca = Plain(given.ca);
-  broker.certificate = Plain(given.certificate);
-  broker.key = Plain(given.key);
-  broker.mostWaiting = static_cast<std::size_t>(given.queue);
-  return made;
+  made.broker.host = given.host.View();
+  FillBroker(given, engine, password, made.broker);
+  return std::make_unique<ZRMqttTransport>(std::move(made));
+}
+
+std::unique_ptr<ZRBusTransport> MakeKafka(const ZRBusSettings& given, const uuid& engine,
+                                          const std::string& password) {
+  ZRKafkaTransportSettings made;
+  made.engine = engine;
+  made.prefix = given.prefix.View();
+  made.broker.hosts.emplace_back(given.host.View());
+  for (const ZRString& host : given.further)
+    made.broker.hosts.emplace_back(host.View());
+  made.broker.mechanism = given.mechanism.View();
+  made.broker.compression = given.compression.View();
+  FillBroker(given, engine, password, made.broker);
+  return std::make_unique<ZRKafkaTransport>(std::move(made));
 }
 
 void AddDropped(ZRFindings& findings, const std::string& file, const std::string& why) {
@@ -71,11 +94,12 @@ void ZRSiteBus::Begin(const ZRTessalySetup& setup, const std::string& siteFolder
   const uuid engine = EngineIdOf(siteFolder, reason);
   if (engine == uuid::null) return AddDropped(findings, kEngineIdFile, reason);
   ZRFindings said;  // by the look at the documents
-  ZRMqttTransportSettings settings = MqttSettings(setup, engine);
-  settings.broker.password = ReadPassword(setup, said);
+  const std::string password = ReadPassword(setup, said);
   EngineCreationPublisherManager::SetEngineUuid(std::wstring(engine.toWString().View()));
-  bus = std::make_unique<ZREventBus>(ZREventBusSettings{engine},
-                                     std::make_unique<ZRMqttTransport>(std::move(settings)));
+  const bool isKafka = setup.Bus().kind == "kafka";
+  bus = std::make_unique<ZREventBus>(
+      ZREventBusSettings{engine},
+      isKafka ? MakeKafka(setup.Bus(), engine, password) : MakeMqtt(setup, engine, password));
   if (bus->Begin()) return;
   bus.reset();
   AddDropped(findings, ZRTessalySetup::kFileName, "the system gives no thread");

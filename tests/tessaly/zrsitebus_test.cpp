@@ -8,6 +8,7 @@
 
 #include "host/messaging/zrmessaging.h"
 #include "host/platform/zrvirtualtime.h"
+#include "support/fakekafka.h"
 #include "support/fakemqtt.h"
 #include "support/findinglines.h"
 #include "support/sitefolder.h"
@@ -47,6 +48,7 @@ class SiteBus : public testing::Test {
   SiteFolder site;
   ZRVirtualTime time;
   FakeMqtt broker;
+  FakeKafka cluster;
   ZRTessalySetup setup;
   ZRFindings findings;
   ZRSiteBus bus;
@@ -115,6 +117,31 @@ TEST_F(SiteBus, WithoutABrokerAsksForNoPassword) {
   Load("");
   WritePassword("x", 0644);
   CheckBus(setup, findings);
+  EXPECT_EQ("", Said());
+}
+
+TEST_F(SiteBus, IsOnKafkaIfTheSettingsSaySo) {
+  Load(
+      "[bus]\nkind = \"kafka\"\nhost = \"a\"\nfurther = [\"b\"]\ntls = true\nuser = \"me\"\n"
+      "prefix = \"hall\"\nca = \"ca.pem\"\nmechanism = \"PLAIN\"\nqueue = 7\n");
+  WritePassword("password = \"c4n4ry\"\n");
+  Begin();
+  bus.Open();
+  time.Advance(1);
+  const std::string engine = EngineId().substr(0, kUuidTextLength);
+  EXPECT_EQ("online", cluster.Newest("hall.status", engine));
+  EXPECT_EQ(0, broker.attempts);
+  const ZRKafkaSettings& given = cluster.given;
+  EXPECT_EQ((std::vector<std::string>{"a", "b"}), given.hosts);
+  EXPECT_EQ(ZRKafkaSettings::kTlsPort, given.port);
+  EXPECT_EQ("tessaly-" + engine, given.clientId);
+  EXPECT_EQ("me c4n4ry PLAIN lz4",
+            given.user + " " + given.password + " " + given.mechanism + " " + given.compression);
+  EXPECT_EQ(site.path / "ca.pem", given.ca);
+  EXPECT_EQ(7u, given.mostWaiting);
+  EXPECT_TRUE(given.tls);
+  bus.End();
+  EXPECT_EQ("offline", cluster.Newest("hall.status", engine));
   EXPECT_EQ("", Said());
 }
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <initializer_list>
 #include <set>
 #include <string>
 
@@ -18,6 +19,8 @@ namespace {
 using tagKind = ZRSettingNode::tagKind;
 
 constexpr char kSeparator = '/';
+constexpr const char* kMqtt = "mqtt";
+constexpr const char* kKafka = "kafka";
 constexpr int kMaximumPort = 65535;
 constexpr int kMaximumQueue = 1'000'000;
 constexpr int kUnlimitedQueue = -1;
@@ -125,6 +128,26 @@ bool IsTopic(std::string_view text) {
          !text.starts_with('$') && !text.starts_with(kSeparator) && !text.ends_with(kSeparator);
 }
 
+bool IsBusKind(std::string_view text) {
+  return text == kMqtt || text == kKafka;
+}
+
+// The beginning of the names of topics.
+bool IsTopicName(std::string_view text) {
+  constexpr std::string_view kAllowed =
+      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789._-";
+  return !text.empty() && text.size() <= kMaximumName &&
+         text.find_first_not_of(kAllowed) == text.npos;
+}
+
+bool IsMechanism(std::string_view text) {
+  return text == "PLAIN" || text == "SCRAM-SHA-256" || text == "SCRAM-SHA-512";
+}
+
+bool IsCompression(std::string_view text) {
+  return text == "none" || text == "gzip" || text == "snappy" || text == "lz4" || text == "zstd";
+}
+
 bool IsClientId(std::string_view text) {
   return !text.empty() && text.size() <= kMaximumName;
 }
@@ -214,17 +237,12 @@ class ZRTessalySetup::CReader {
 
   void ReadBus(ZRSettingsTable table) {
     ZRBusSettings& broker = setup.bus;
+    table.Text("kind", broker.kind, IsBusKind, "must be \"mqtt\" or \"kafka\"");
     table.Text("host", broker.host, IsBroker, "must be the name or address of a host");
     table.Integer("port", broker.port, 1, kMaximumPort);
-    constexpr std::string_view kTopicRule =
-        "must be levels of a topic without \"+\" and \"#\", of at most 100 bytes";
-    table.Text("prefix", broker.prefix, IsTopic, kTopicRule);
-    table.Text("discovery_prefix", broker.discoveryPrefix, IsTopic, kTopicRule);
     table.Text("client", broker.clientId, IsClientId, "must have 1 to 100 bytes");
     table.Text("user", broker.user);
     table.Flag("tls", broker.tls);
-    table.Flag("discovery", broker.discovery);
-    table.Integer("qos", broker.qos, 0, 1);
     table.Integer("queue", broker.queue, 1, ZRBusSettings::kMostWaiting);
     broker.ca = ReadFile(table, "ca");
     broker.certificate = ReadFile(table, "certificate");
@@ -233,7 +251,50 @@ class ZRTessalySetup::CReader {
       table.Problem(broker.key.IsEmpty() ? "key" : "certificate",
                     "must be given too: a certificate and its key belong together");
     }
+    if (broker.kind == kKafka) {
+      ReadKafka(table);
+    } else {
+      ReadMqtt(table);
+    }
     table.WarnOfUnknownKeys();
+  }
+
+  void ReadMqtt(ZRSettingsTable& table) {
+    ZRBusSettings& broker = setup.bus;
+    constexpr std::string_view kTopicRule =
+        "must be levels of a topic without \"+\" and \"#\", of at most 100 bytes";
+    table.Text("prefix", broker.prefix, IsTopic, kTopicRule);
+    table.Text("discovery_prefix", broker.discoveryPrefix, IsTopic, kTopicRule);
+    table.Flag("discovery", broker.discovery);
+    table.Integer("qos", broker.qos, 0, 1);
+    RefuseKeys(table, {"further", "mechanism", "compression"}, kKafka);
+  }
+
+  void ReadKafka(ZRSettingsTable& table) {
+    ZRBusSettings& broker = setup.bus;
+    table.Text("prefix", broker.prefix, IsTopicName,
+               "must have 1 to 100 letters, digits, \".\", \"_\" and \"-\"");
+    table.Texts("further", broker.further);
+    if (!std::all_of(broker.further.begin(), broker.further.end(),
+                     [](const ZRString& host) { return IsBroker(host.View()); })) {
+      table.Problem("further", "must be names or addresses of hosts, without ports");
+    }
+    table.Text("mechanism", broker.mechanism, IsMechanism,
+               "must be \"PLAIN\", \"SCRAM-SHA-256\" or \"SCRAM-SHA-512\"");
+    table.Text("compression", broker.compression, IsCompression,
+               "must be \"none\", \"gzip\", \"snappy\", \"lz4\" or \"zstd\"");
+    if (broker.mechanism == "PLAIN" && !broker.tls)
+      table.Problem("mechanism", "PLAIN shows the password to whoever listens: it needs bus.tls");
+    RefuseKeys(table, {"discovery", "discovery_prefix", "qos"}, kMqtt);
+  }
+
+  // Whoever writes them expects an effect that they wouldn't have.
+  static void RefuseKeys(ZRSettingsTable& table, std::initializer_list<const char*> keys,
+                         const std::string& kind) {
+    for (const char* key : keys) {
+      if (table.Any(key) != nullptr)
+        table.Problem(key, "is for a bus of the kind \"" + kind + "\" only");
+    }
   }
 
   ZRWString ReadFile(ZRSettingsTable& table, const char* key) {

@@ -3,15 +3,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <fstream>
-
 #include "host/messaging/zreventbus.h"
 #include "host/messaging/zrmessaging.h"
 #include "host/platform/zrvirtualtime.h"
 #include "host/tools/zrdatetime.h"
+#include "support/busexample.h"
 #include "support/fakemqtt.h"
 #include "support/logcapture.h"
-#include "support/sourcedir.h"
 
 namespace {
 
@@ -28,26 +26,6 @@ const std::string kDiscovery =
     "homeassistant/binary_sensor/aaaaaaaa-0000-4000-8000-000000000001/"
     "bbbbbbbb-0000-4000-8000-000000000002/config";
 const std::string kStatus = kRoot + "status";
-
-enum tagExample { kDefinitionExample, kStateExample, kTransitionExample, kDiscoveryExample };
-
-// An example of docs/bus.md, on one line.
-std::string Example(tagExample number) {
-  std::ifstream page(RepositoryPath("docs/bus.md"));
-  std::string example;
-  int blocks = 0;
-  bool inside = false;
-  for (std::string line; std::getline(page, line);) {
-    if (line == "```json") {
-      inside = blocks++ == number;
-    } else if (line == "```") {
-      inside = false;
-    } else if (inside) {
-      example += line.substr(line.find_first_not_of(' '));
-    }
-  }
-  return example;
-}
 
 class MqttBus : public testing::Test {
  protected:
@@ -102,7 +80,7 @@ TEST_F(MqttBus, KeepsADefinitionAndAStateForEachEvent) {
   Begin();
   Define();
   Open();
-  EXPECT_EQ(Example(kDefinitionExample), Kept(kPumpRoot + "definition"));
+  EXPECT_EQ(BusExample(kDefinitionExample), Kept(kPumpRoot + "definition"));
   EXPECT_EQ(R"({"type":"eventState","engine":"aaaaaaaa-0000-4000-8000-000000000001",)"
             R"("id":"bbbbbbbb-0000-4000-8000-000000000002","state":"OFF"})",
             Kept(kPumpRoot + "state"));
@@ -116,7 +94,7 @@ TEST_F(MqttBus, ShowsTheStateOfAnEvent) {
   Open();
   bus->ShowState(wtouuid(kPump), true);
   time.Advance(1);
-  EXPECT_EQ(Example(kStateExample), Kept(kPumpRoot + "state"));
+  EXPECT_EQ(BusExample(kStateExample), Kept(kPumpRoot + "state"));
   bus->ShowState(wtouuid(kPump), false);
   time.Advance(1);
   EXPECT_NE(std::string::npos, Kept(kPumpRoot + "state").find(R"("state":"OFF","since")"));
@@ -127,7 +105,8 @@ TEST_F(MqttBus, PassesTransitionsOnAndKeepsNone) {
   Open();
   Trigger(kPump, L"\xc3\xb1");
   time.Advance(1);
-  EXPECT_THAT(broker.Payloads(kPumpRoot + "transition"), ElementsAre(Example(kTransitionExample)));
+  EXPECT_THAT(broker.Payloads(kPumpRoot + "transition"),
+              ElementsAre(BusExample(kTransitionExample)));
   EXPECT_EQ(1, broker.received.back().qos);
   EXPECT_THAT(broker.retained, ElementsAre(Pair(kStatus, "online")));
 }
@@ -156,7 +135,7 @@ TEST_F(MqttBus, TellsHomeAssistantOfAnEvent) {
   Begin();
   Define();
   Open();
-  EXPECT_EQ(Example(kDiscoveryExample), Kept(kDiscovery));
+  EXPECT_EQ(BusExample(kDiscoveryExample), Kept(kDiscovery));
 }
 
 TEST_F(MqttBus, TakesAwayWhatIsKeptOfEventsThatAreGone) {

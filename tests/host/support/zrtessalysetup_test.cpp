@@ -268,6 +268,56 @@ TEST_F(Settings, OfTheBusAreChecked) {
             Refusal("bus.certificate = \"a.pem\""));
 }
 
+TEST_F(Settings, OfABusOnKafka) {
+  ASSERT_TRUE(
+      Load("[bus]\nkind = \"kafka\"\nhost = \"a\"\nfurther = [\"b\", \"::1\"]\n"
+           "prefix = \"a.b_c-d\"\nmechanism = \"SCRAM-SHA-256\"\n"
+           "compression = \"zstd\"\n"));
+  EXPECT_TRUE(warnings.empty());
+  const ZRBusSettings& bus = setup.Bus();
+  EXPECT_TRUE(bus.kind == "kafka" && bus.host == "a" && bus.prefix == "a.b_c-d");
+  ASSERT_EQ(2u, bus.further.size());
+  EXPECT_TRUE(bus.further[0] == "b" && bus.further[1] == "::1");
+  EXPECT_TRUE(bus.mechanism == "SCRAM-SHA-256" && bus.compression == "zstd");
+  ASSERT_TRUE(Load("bus.kind = \"kafka\""));
+  EXPECT_TRUE(setup.Bus().mechanism == "SCRAM-SHA-512" && setup.Bus().compression == "lz4");
+  ASSERT_TRUE(Load("bus = { kind = \"kafka\", mechanism = \"PLAIN\", tls = true }"));
+  ASSERT_TRUE(Load(""));
+  EXPECT_TRUE(setup.Bus().kind == "mqtt");
+}
+
+TEST_F(Settings, OfABusOnKafkaAreRefused) {
+  const auto kafka = [this](const std::string& more) {
+    return Refusal("bus = { kind = \"kafka\", " + more + " }");
+  };
+  EXPECT_EQ("1:5 bus.kind must be \"mqtt\" or \"kafka\"", Refusal("bus.kind = \"other\""));
+  for (const char* bad : {"a/b", "", "\u00f1", "a b"}) {
+    EXPECT_EQ("1:25 bus.prefix must have 1 to 100 letters, digits, \".\", \"_\" and \"-\"",
+              kafka("prefix = \"" + std::string(bad) + "\""));
+  }
+  EXPECT_EQ("1:25 bus.further must be names or addresses of hosts, without ports",
+            kafka("further = [\"a\", \"b:9092\"]"));
+  EXPECT_EQ("1:25 bus.mechanism must be \"PLAIN\", \"SCRAM-SHA-256\" or \"SCRAM-SHA-512\"",
+            kafka("mechanism = \"GSSAPI\""));
+  EXPECT_EQ("1:25 bus.mechanism PLAIN shows the password to whoever listens: it needs bus.tls",
+            kafka("mechanism = \"PLAIN\""));
+  EXPECT_EQ("1:25 bus.compression must be \"none\", \"gzip\", \"snappy\", \"lz4\" or \"zstd\"",
+            kafka("compression = \"rar\""));
+}
+
+TEST_F(Settings, OfOneKindOfBusAreRefusedForTheOther) {
+  for (const char* line : {"discovery = true", "discovery_prefix = \"a\"", "qos = 1"}) {
+    const std::string key = std::string(line).substr(0, std::string(line).find(' '));
+    EXPECT_EQ("1:25 bus." + key + " is for a bus of the kind \"mqtt\" only",
+              Refusal("bus = { kind = \"kafka\", " + std::string(line) + " }"));
+  }
+  for (const char* line : {"further = [\"a\"]", "mechanism = \"PLAIN\"", "compression = \"lz4\""}) {
+    const std::string key = std::string(line).substr(0, std::string(line).find(' '));
+    EXPECT_EQ("1:5 bus." + key + " is for a bus of the kind \"kafka\" only",
+              Refusal("bus." + std::string(line)));
+  }
+}
+
 TEST_F(Settings, OfAWrongTypeAreRefusedAtTheirPlace) {
   EXPECT_EQ("2:1 name must be a text", Refusal("\nname = 5"));
   EXPECT_EQ("2:3 http.port must be an integer from 0 to 65535", Refusal("[http]\n  port = \"80\""));
@@ -596,6 +646,24 @@ TEST_F(Settings, ExampleOfThePageIsRead) {
   EXPECT_TRUE(setup.SmtpServer() == "mail.example.org");
   EXPECT_EQ(2u, setup.Drivers().size());
   EXPECT_EQ("3", Narrow(setup.Tree()->Node(L"preferences/modem/port")->Value()));
+}
+
+TEST_F(Settings, ExamplesOfTheBusPageAreRead) {
+  std::ifstream page(RepositoryPath("docs/bus.md"));
+  std::string example;
+  int read = 0;
+  for (std::string line; std::getline(page, line);) {
+    if (line == "[bus]") example = "\n";
+    if (!example.empty()) example += line + "\n";
+    if (line != "```" || example.empty()) continue;
+    const std::string text = example.substr(0, example.rfind("```"));
+    EXPECT_TRUE(Load(text)) << text << Shown(problems.at(0));
+    EXPECT_TRUE(warnings.empty()) << text;
+    EXPECT_EQ(read == 0, setup.Bus().kind == "mqtt");
+    ++read;
+    example.clear();
+  }
+  EXPECT_EQ(2, read);
 }
 
 }  // namespace
