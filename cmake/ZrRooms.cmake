@@ -68,7 +68,7 @@ function(zr_test name)
   add_executable(${name} ${sources})
   target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
   # Optimised or not is a question to the house: its tests needn't be.
-  target_compile_options(${name} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-O0>)
+  target_compile_options(${name} PRIVATE -O0)
   target_link_libraries(${name} PRIVATE zr_warnings ${TEST_LINK} zr_testsupport GTest::gtest GTest::gmock GTest::gtest_main)
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
                        PROPERTIES TIMEOUT ${TEST_TIMEOUT} LABELS ${TEST_LABEL})
