@@ -6,6 +6,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -13,6 +14,8 @@
 #include <system_error>
 #include <utility>
 #include <vector>
+
+#include "host/platform/zrresolver.h"
 
 namespace {
 
@@ -64,6 +67,10 @@ class CWire final : public ZRMqttWire {
   }
 
  private:
+  // What to connect to, one after the other; none, with a reason, if nobody knows. With TLS it is
+  // the name, which the certificate has to be for, and else its addresses, each time with another
+  // one first: one that never answers is given up by the client.
+  [[nodiscard]] std::vector<std::string> Targets(std::string& reason);
   [[nodiscard]] int Configure();
   [[nodiscard]] int ConfigureTls();
   void SetCallbacks();
@@ -79,6 +86,8 @@ class CWire final : public ZRMqttWire {
   ZRListener& listener;
   const int bell;
   mosquitto* handle = nullptr;
+  ZRResolver resolver;
+  std::size_t attempts = 0;
   int answer = 0;  // of the broker to the login; not 0: refused
   bool accepted = false;
   std::vector<int> sent;  // not told yet
@@ -92,6 +101,8 @@ bool CWire::Connect(std::string& reason) {
     reason = "the system gives no descriptor";
     return false;
   }
+  const std::vector<std::string> targets = Targets(reason);
+  if (targets.empty()) return false;
   handle = ::mosquitto_new(settings.clientId.c_str(), true, this);
   if (handle == nullptr) {
     reason = "the client's id can't be used";
@@ -99,14 +110,26 @@ bool CWire::Connect(std::string& reason) {
   }
   SetCallbacks();
   int code = Configure();
-  if (code == MOSQ_ERR_SUCCESS) {
-    code = ::mosquitto_connect_async(handle, settings.host.c_str(), settings.port,
+  const bool isReady = code == MOSQ_ERR_SUCCESS;
+  for (std::size_t at = 0; isReady && at < targets.size(); ++at) {
+    code = ::mosquitto_connect_async(handle, targets[at].c_str(), settings.port,
                                      ZRMosquittoWires::kKeepAlive);
+    if (code == MOSQ_ERR_SUCCESS) return true;
   }
-  if (code == MOSQ_ERR_SUCCESS) return true;
   reason = Reason(code, errno);
   End();
   return false;
+}
+
+std::vector<std::string> CWire::Targets(std::string& reason) {
+  ZRResolver::tagFound found;
+  const auto known = resolver.Ask(settings.host, ZRMosquittoWires::kNameTime, found);
+  reason = found.reason;
+  if (known != ZRResolver::tagAnswer::kDone) return {};
+  if (settings.tls) return {settings.host};
+  const auto first = static_cast<std::ptrdiff_t>(attempts++ % found.addresses.size());
+  std::rotate(found.addresses.begin(), found.addresses.begin() + first, found.addresses.end());
+  return found.addresses;
 }
 
 int CWire::Configure() {

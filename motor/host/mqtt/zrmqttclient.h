@@ -49,8 +49,8 @@ class ZRMqttClient final : private ZRMqttWire::ZRListener {
 
   // False if the system gives no thread.
   [[nodiscard]] bool Start();
-  // Sends what waits and the will, for kFarewellTime at most, and ends the connection. If the
-  // resolver is being asked, it waits for that too.
+  // Sends what waits and the will, for kFarewellTime at most, and ends the connection. If the wire
+  // is looking for the host's name, it waits for that too.
   void Stop() ZR_EXCLUDES(mutex);
 
   // False, and nothing is sent, for a payload above the bound, and for what doesn't outlast without

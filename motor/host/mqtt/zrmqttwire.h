@@ -51,7 +51,7 @@ class ZRMqttWire {
 
   virtual ~ZRMqttWire() = default;
 
-  // Begins a connection. False with a reason. Waits for the resolver at most.
+  // Begins a connection. False with a reason. Waits for the host's name at most.
   [[nodiscard]] virtual bool Connect(std::string& reason) = 0;
   // Waits for the network, for Wake or for so many ms, and does what there is to do. False with a
   // reason when the connection is over.

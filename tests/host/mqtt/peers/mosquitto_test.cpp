@@ -32,12 +32,13 @@ class Broker : public testing::Test {
   [[nodiscard]] bool IsConnectedSoon() const {
     return Mosquitto::Until([this] { return client->IsConnected(); });
   }
+  [[nodiscard]] bool Told(const std::string& reason) const {
+    for (const auto& line : log.Lines())
+      if (line.text.find(reason) != std::string::npos) return true;
+    return false;
+  }
   [[nodiscard]] bool IsToldSoon(const std::string& reason) const {
-    return Mosquitto::Until([&] {
-      for (const auto& line : log.Lines())
-        if (line.text.find(reason) != std::string::npos) return true;
-      return false;
-    });
+    return Mosquitto::Until([&] { return Told(reason); });
   }
   [[nodiscard]] bool Sees(const std::string& message) {
     return Mosquitto::Until([&] {
@@ -114,6 +115,19 @@ TEST_F(Broker, TellsTheWillOfAClientThatIsLost) {
   EXPECT_TRUE(Sees("status (kept) again"));
   const auto other = broker.Subscriber("nothing", {"-i", "test"});
   EXPECT_TRUE(Sees("status (kept) offline"));  // when it is back
+}
+
+TEST_F(Broker, IsFoundByItsNameAtAnyOfItsAddresses) {
+  ASSERT_TRUE(broker.Start());  // at 127.0.0.1 alone, which may be the second address
+  settings.host = "localhost";
+  StartClient();
+  EXPECT_TRUE(IsConnectedSoon());
+  EXPECT_FALSE(Told("not connected"));
+  client.reset();
+  settings.host = "name with blanks";
+  StartClient();
+  EXPECT_TRUE(IsToldSoon("not connected: "));
+  EXPECT_FALSE(client->IsConnected());
 }
 
 TEST_F(Broker, WithALoginTakesNobodyElse) {
