@@ -8,6 +8,7 @@
 #include "host/drivers/zrmodbusdriver.h"
 #include "host/drivers/zrmodbusmap.h"
 #include "host/drivers/zrmodbusprofiles.h"
+#include "host/remote/zrhttpclient.h"
 #include "host/remote/zrsocketaddress.h"
 #include "host/support/zrsettingstext.h"
 #include "host/tools/zrfiles.h"
@@ -71,8 +72,9 @@ ZRModbusBus ReadBus(ZRDriverSettings& settings) {
     bus.host = settings.Text("host", "");
     bus.port = settings.Integer("port", kModbusPort, 1, kMostPort);
     ZRSocketAddress address;
-    if (!address.Parse(bus.host, static_cast<std::uint16_t>(bus.port)))
-      settings.Error("host", "must be an address in digits, not \"" + bus.host + "\"");
+    if (!address.Parse(bus.host, static_cast<std::uint16_t>(bus.port)) &&
+        !IsPeer(bus.host, bus.port))
+      settings.Error("host", "must be a host's name or address");
   }
   bus.timeout = static_cast<std::uint32_t>(
       settings.Integer("timeout_ms", kDefaultTimeout, kShortestTimeout, kLongestTimeout));

@@ -6,11 +6,14 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
 #include <system_error>
 
+#include "host/platform/zrplatform.h"
+#include "host/platform/zrresolver.h"
 #include "host/remote/zrsocketaddress.h"
 
 namespace {
@@ -76,10 +79,11 @@ class CLink : public ZRModbusLink {
                                        bus.timeout % kSecond * kMicrosecond) == 0 &&
            modbus_set_byte_timeout(made, 0, 0) == 0;
   }
-  [[nodiscard]] bool Fail(int error) {
-    reason = TextOf(error);
+  [[nodiscard]] bool Fail(const std::string& why) {
+    reason = why;
     return false;
   }
+  [[nodiscard]] bool Fail(int error) { return Fail(TextOf(error)); }
 
   const ZRModbusBus bus;
   std::unique_ptr<modbus_t, tagRelease> context;
@@ -100,12 +104,27 @@ class CTcpLink final : public CLink {
 
  private:
   bool Open() override {
+    const std::uint32_t begin = ZRPlatform::Get().TickCount();
+    ZRResolver::tagFound found;
+    if (resolver.Ask(bus.host, bus.timeout, found) != ZRResolver::tagAnswer::kDone)
+      return Fail(found.reason);
+    // Each gets its share of the time that is left.
+    for (std::size_t left = found.addresses.size(); left > 0; --left) {
+      const std::uint32_t gone = ZRPlatform::Get().TickCount() - begin;
+      const auto share = (bus.timeout - std::min(gone, bus.timeout)) / left;
+      if (OpenAt(found.addresses[found.addresses.size() - left], static_cast<int>(share)))
+        return true;
+    }
+    return false;
+  }
+
+  [[nodiscard]] bool OpenAt(const std::string& host, int milliseconds) {
     ZRSocketAddress address;
-    if (!address.Parse(bus.host, static_cast<std::uint16_t>(bus.port))) return Fail(EINVAL);
+    if (!address.Parse(host, static_cast<std::uint16_t>(bus.port))) return Fail(EINVAL);
     const int made = ::socket(address.Family(), SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (made < 0) return Fail(errno);
     // libmodbus waits with select, which has no place for more.
-    const int error = made >= FD_SETSIZE ? EMFILE : Connect(made, address);
+    const int error = made >= FD_SETSIZE ? EMFILE : Connect(made, address, milliseconds);
     // The address given here is never used.
     if (error == 0 && Prepare(modbus_new_tcp("127.0.0.1", MODBUS_TCP_DEFAULT_PORT)))
       return modbus_set_socket(context.get(), made) == 0;
@@ -114,11 +133,11 @@ class CTcpLink final : public CLink {
   }
 
   // 0, or what the system says.
-  [[nodiscard]] int Connect(int to, const ZRSocketAddress& address) const {
+  [[nodiscard]] static int Connect(int to, const ZRSocketAddress& address, int milliseconds) {
     if (::connect(to, address.Name(), address.Size()) == 0) return 0;
     if (errno != EINPROGRESS) return errno;
     pollfd waiting{to, POLLOUT, 0};
-    const int ready = ::poll(&waiting, 1, static_cast<int>(bus.timeout));
+    const int ready = ::poll(&waiting, 1, milliseconds);
     if (ready == 0) return ETIMEDOUT;
     int error = 0;
     socklen_t size = sizeof error;
@@ -144,6 +163,7 @@ class CTcpLink final : public CLink {
     return TakeTcpFrame(frame, transaction, unit, bytes);
   }
 
+  ZRResolver resolver;
   std::uint16_t transaction = 0;
 };
 

@@ -9,13 +9,13 @@
 
 // Where a bus is.
 struct ZRModbusBus {
-  std::string host;  // an address in digits; empty for a serial line
+  std::string host;  // name or address; empty for a serial line
   int port = 0;
   std::string device;
   int baud = 0;
   char parity = 'N';  // or 'E', 'O'
   int stopBits = 1;
-  std::uint32_t timeout = 0;  // ms: for a connection, and for a whole answer
+  std::uint32_t timeout = 0;  // ms: for a connection with its name, and for a whole answer
 };
 
 // The bus as people call it: "192.168.1.50:502" or "/dev/ttyUSB0".

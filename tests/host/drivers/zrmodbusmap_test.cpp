@@ -141,8 +141,7 @@ TEST(ModbusSettings, RefuseWhatMakesNoBus) {
   const std::pair<std::string, std::string> cases[] = {
       {one, "driver \"hall\": \"host\" or \"device\" must be given, and not both"},
       {one + host + "<device>/dev/ttyS0</device>", "driver \"hall\": \"host\" or \"device\""},
-      {one + "<host>meter.example</host>",
-       "driver \"hall\": \"host\" must be an address in digits"},
+      {one + "<host>a meter</host>", "driver \"hall\": \"host\" must be a host's name or address"},
       {one + "<device>ttyS0</device>", "driver \"hall\": \"device\" must be a path"},
       {one + "<device>/dev/ttyS0</device><parity>mark</parity>",
        "driver \"hall\": \"parity\" must"},

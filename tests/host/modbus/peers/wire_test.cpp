@@ -172,6 +172,15 @@ TEST_F(ModbusWire, SaysWhyItCantReachAnybody) {
   EXPECT_EQ("Connection refused", link->Reason());
 }
 
+TEST_F(ModbusWire, FindsAHostByItsName) {
+  Play([](const tagBytes& request) { return tagReply{ScriptedMeter::Answer(request, 7)}; });
+  Connect(meter->Port(), "localhost");
+  EXPECT_EQ(Outcome::kDone, Ask());
+  Connect(meter->Port(), "name with blanks");
+  EXPECT_EQ(Outcome::kUnreachable, Ask());
+  EXPECT_NE("", link->Reason());
+}
+
 TEST_F(ModbusWire, ASerialLineThatIsNoneIsUnreachable) {
   for (const char* const device : {"/nonexistent/tty", "/dev/null"}) {
     ZRModbusBus bus;
