@@ -141,6 +141,7 @@ TEST_F(Selection, RowForAllGoesByTheWantedFlagsAlone) {
   device.Has("ST", tagVariableFlags("100"));
   EXPECT_EQ((Names{"State"}), Values(Make(tagVariableFlags("100")), "text"));
   EXPECT_EQ((Names{"Select all", "State"}), Values(Make(tagVariableFlags("1100")), "text"));
+  EXPECT_EQ((Names{"Select all", "State"}), Values(Make(tagVariableFlags("10100")), "text"));
 }
 
 TEST_F(Selection, LeavesOutWhatCanNotBeTold) {

@@ -226,6 +226,20 @@ TEST_F(XmlFile, SaveWritesToThePathOfTheLastLoad) {
   EXPECT_EQ(1, Count());
 }
 
+TEST_F(XmlFile, SaveKeepsToTheLastOfTwoLoads) {
+  Write("<first/>");
+  ASSERT_TRUE(document.Load(widePath.Text()));
+  const std::string other = path + ".other";
+  std::ofstream(other) << "<second/>";
+  ASSERT_TRUE(document.Load(Wide(other).Text()));
+  document.Create(L"anew");
+  EXPECT_TRUE(document.Save());
+  EXPECT_EQ("<first/>", Content());
+  std::ifstream saved(other);
+  EXPECT_EQ(kHeader + std::string("<anew></anew>"),
+            std::string(std::istreambuf_iterator<char>(saved), {}));
+}
+
 TEST_F(XmlFile, SaveWritesAlsoAfterALoadThatFailed) {
   EXPECT_FALSE(document.Load(widePath.Text()));
   document.Create(L"new");

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <climits>
 #include <cmath>
 #include <limits>
@@ -287,6 +288,30 @@ TEST_F(DateTime, FeedsFormHasEnglishNames) {
   EXPECT_STREQ("Sat, 21 Nov 2026 08:05:09 GMT", DateTime2RFC822(date.UTC2LTC(), true).Text());
   ASSERT_TRUE(ZRDateTime::SetLocalZone("America/St_Johns"));
   EXPECT_STREQ("Sat, 21 Nov 2026 04:35:09 -0330", DateTime2RFC822(date, false).Text());
+}
+
+TEST_F(DateTime, FeedsFormNamesEveryDayAndEveryMonth) {
+  const std::array<const char*, 12> months = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                              "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+  for (int month = 1; month <= 12; ++month) {
+    const std::string shown = DateTime2RFC822(Reading(2026, month, 1, 0, 0, 0), true).Text();
+    EXPECT_EQ(months[static_cast<std::size_t>(month - 1)], shown.substr(8, 3));
+  }
+  const std::array<const char*, 7> days = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
+  for (int day = 1; day <= 7; ++day) {  // the first of November 2026 is a Sunday
+    const std::string shown = DateTime2RFC822(Reading(2026, 11, day, 0, 0, 0), true).Text();
+    EXPECT_EQ(days[static_cast<std::size_t>(day - 1)], shown.substr(0, 3));
+  }
+}
+
+TEST_F(DateTime, CompleteTextTellsTheOffset) {
+  const ZRDateTime date = Reading(2026, 11, 21, 8, 5, 9, 7);
+  EXPECT_EQ(L"2026-11-21T08:05:09.007Z", Complete(date));
+  EXPECT_EQ(L"2026-11-21T09:05:09.007+01:00", Complete(date.UTC2LTC()));
+  ASSERT_TRUE(ZRDateTime::SetLocalZone("America/St_Johns"));
+  EXPECT_EQ(L"2026-11-21T04:35:09.007-03:30", Complete(date.UTC2LTC()));
+  ASSERT_TRUE(ZRDateTime::SetLocalZone("Etc/GMT-12"));
+  EXPECT_EQ(L"2026-11-21T20:05:09.007+12:00", Complete(date.UTC2LTC()));
 }
 
 TEST_F(DateTime, ThreadsShareTheZone) {
