@@ -1,6 +1,7 @@
 #include "host/driversupport/zrdriver.h"
 
 #include <algorithm>
+#include <atomic>
 #include <utility>
 
 #include "host/drivervariables/zrdrivervariablenames.h"
@@ -12,6 +13,11 @@ namespace {
 ZRDriver::tagDrivers& Drivers() {
   static ZRDriver::tagDrivers drivers;
   return drivers;
+}
+
+std::atomic<ZRDriverSource*>& SourceInUse() {
+  static std::atomic<ZRDriverSource*> source{nullptr};
+  return source;
 }
 
 }  // namespace
@@ -41,11 +47,21 @@ ZRDriver::const_iterator ZRDriver::DriversEnd() {
   return Drivers().end();
 }
 
+void ZRDriver::UseSource(ZRDriverSource* source) {
+  SourceInUse().store(source, std::memory_order_release);
+  ZRLiveValues::Get().UseSource(source);
+}
+
+ZRDriverSource* ZRDriver::Source() {
+  return SourceInUse().load(std::memory_order_acquire);
+}
+
 ZRDriver* ZRDriver::LockDriver(const wchar_t* id, const void* /*reserved*/) {
   if (id == nullptr) return nullptr;
   const auto found = std::find_if(DriversBegin(), DriversEnd(),
                                   [id](const ZRDriver* driver) { return driver->Id() == id; });
-  return found == DriversEnd() ? nullptr : *found;
+  if (found != DriversEnd()) return *found;
+  return Source() == nullptr ? nullptr : Source()->DriverOfId(ZRWString(id));
 }
 
 ZRDriver* ZRDriver::FindVariable(const ZRWString& fullName, std::int64_t& variable) {
@@ -59,7 +75,7 @@ ZRDriver* ZRDriver::FindVariable(const ZRWString& fullName, std::int64_t& variab
     variable = number;
     return driver;
   }
-  return nullptr;
+  return Source() == nullptr ? nullptr : Source()->DriverOfVariable(fullName, variable);
 }
 
 bool ZRDriver::AcknowledgeRemoteEvent(ZRHttpRequest& /*request*/,
@@ -72,6 +88,8 @@ void ZRDriver::SetVariableValue(std::int64_t variable, double value) {
     Variable(variable).SetNumber(value, ZRPlatform::Get().UtcMilliseconds());
   }
 }
+
+void ZRDriver::NoteMark(std::int64_t /*state*/, int /*mark*/, std::int64_t /*utc*/) {}
 
 bool ZRDriver::ForceValue(std::int64_t variable, const ZRValue& value, const wchar_t* /*name*/) {
   if (!HasVariable(variable)) return false;

@@ -25,6 +25,26 @@ class ZRHttpRequest;
 // Wide text by wide text, in the order of ZRWideChar::Compare.
 using ZRWideMap = std::map<ZRWString, ZRWString>;
 
+class ZRDriver;
+
+// Drivers that are too many to be made before somebody asks for them. What it gives lives until it
+// is replaced.
+//
+// Threads   any; called with whatever lock is held where an expression is made: it takes none that
+//           is held there.
+class ZRDriverSource : public ZRLiveSource {
+ public:
+  // Null if it has none of that id; of that name (the first of several); none that has the
+  // variable of that full name, whose number is left as it was then.
+  [[nodiscard]] virtual ZRDriver* DriverOfId(const ZRWString& id) = 0;
+  [[nodiscard]] virtual ZRDriver* DriverOfName(const ZRWString& name) = 0;
+  [[nodiscard]] virtual ZRDriver* DriverOfVariable(const ZRWString& fullName,
+                                                   std::int64_t& variable) = 0;
+
+ protected:
+  ~ZRDriverSource() = default;
+};
+
 // One device. The host makes and registers drivers, starts and stops them; the engine finds them
 // through the static operations.
 //
@@ -43,10 +63,14 @@ class ZRDriver {
   using tagDrivers = ZROwnedList<ZRDriver>;
   using const_iterator = tagDrivers::const_iterator;  // walks as ZRDriver*
 
+  // Those of the source aren't among them; the searches ask it for what the list doesn't have.
   static ZRDriver* Register(std::unique_ptr<ZRDriver> driver);  // takes it over
   static void UnregisterAll();                                  // destroys them, the last first
   [[nodiscard]] static const_iterator DriversBegin();
   [[nodiscard]] static const_iterator DriversEnd();
+  // Where drivers come from that aren't in the list; null, as in the beginning, for nowhere.
+  static void UseSource(ZRDriverSource* source);
+  [[nodiscard]] static ZRDriverSource* Source();
   // The driver with that id, or null. Nothing has to be unlocked. The second argument is
   // reserved (null).
   [[nodiscard]] static ZRDriver* LockDriver(const wchar_t* id, const void* reserved);
@@ -87,6 +111,10 @@ class ZRDriver {
   // Writes a variable by its number, good as of now. An unknown number is passed over. Quick, from
   // any thread.
   virtual void SetVariableValue(std::int64_t variable, double value);
+  // An event whose state is shown by the variable `state` (ZREventDriver::setDriverVariables) has
+  // got a mark: one of kActivated, kDeactivated, kAcknowledged, at `utc` in ms. Quick, and waits
+  // for nothing: the event's occurrences are locked. The base passes it over.
+  virtual void NoteMark(std::int64_t state, int mark, std::int64_t utc);
   // Makes a variable, by its number, show `value`. `name` is what the caller calls it. False if
   // there is no such variable, or it doesn't accept such a value. The base accepts every value.
   [[nodiscard]] virtual bool ForceValue(std::int64_t variable, const ZRValue& value,

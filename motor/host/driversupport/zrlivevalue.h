@@ -75,10 +75,21 @@ class ZRLiveValue {
   std::atomic<tagText*> text{nullptr};  // owned, made by the first text and kept
 };
 
+// Publishes variables that are too many to be published before somebody asks for them.
+class ZRLiveSource {
+ public:
+  // Publishes the variable of that full name, if it has it. From any thread.
+  virtual void Bring(const ZRWString& fullName) = 0;
+
+ protected:
+  ~ZRLiveSource() = default;
+};
+
 // The names of all variables, and who refers to them. A name that an expression refers to before
 // any driver has it exists too, with quality kUnknown, until a driver publishes it.
 //
-// Threads   any; a leaf lock inside. Nothing of it is on the path of an evaluation.
+// Threads   any; a leaf lock inside, which isn't held while the source is asked. Nothing of it is
+// on the path of an evaluation.
 class ZRLiveValues {
  public:
   [[nodiscard]] static ZRLiveValues& Get();
@@ -104,6 +115,12 @@ class ZRLiveValues {
 
   // The value of a published name with one more reference, or null.
   [[nodiscard]] ZRLiveValue* Find(const ZRWString& fullName);
+  // The source isn't asked.
+  [[nodiscard]] bool IsPublished(const ZRWString& fullName);
+
+  // Who is asked for a name that nobody has published when it is referred to or looked for; at once
+  // for all those that are referred to already. Null, as in the beginning: nobody.
+  void UseSource(ZRLiveSource* toAsk);
 
   // Number of names that somebody refers to or has published.
   [[nodiscard]] std::size_t Size();
@@ -115,6 +132,10 @@ class ZRLiveValues {
   tagEntry* Enter(std::wstring_view fullName) ZR_REQUIRES(mutex);
   void Leave(tagEntry* entry) ZR_REQUIRES(mutex);
 
+  [[nodiscard]] ZRLiveValue* FindPublished(std::wstring_view fullName);
+  void Ask(std::wstring_view fullName);
+
+  std::atomic<ZRLiveSource*> source{nullptr};
   ZRMutex mutex;
   const std::unique_ptr<tagNames> names;  // what it holds is protected by `mutex`
 };

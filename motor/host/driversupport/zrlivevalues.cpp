@@ -2,6 +2,7 @@
 #include <string_view>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include "host/driversupport/zrlivevalue.h"
 
@@ -28,8 +29,33 @@ ZRLiveValues::ZRLiveValues() : names(std::make_unique<tagNames>()) {}
 ZRLiveValues::~ZRLiveValues() = default;
 
 ZRLiveValue* ZRLiveValues::Reference(std::wstring_view fullName) {
-  const ZRMutexLock lock(mutex);
-  return Enter(fullName);
+  tagEntry* entry = nullptr;
+  bool isPublished = false;
+  {
+    const ZRMutexLock lock(mutex);
+    entry = Enter(fullName);
+    isPublished = entry->published != 0;
+  }
+  if (!isPublished) Ask(fullName);
+  return entry;
+}
+
+void ZRLiveValues::Ask(std::wstring_view fullName) {
+  ZRLiveSource* const toAsk = source.load(std::memory_order_acquire);
+  if (toAsk != nullptr) toAsk->Bring(ZRWString(fullName));
+}
+
+void ZRLiveValues::UseSource(ZRLiveSource* toAsk) {
+  source.store(toAsk, std::memory_order_release);
+  if (toAsk == nullptr) return;
+  std::vector<ZRWString> missing;
+  {
+    const ZRMutexLock lock(mutex);
+    for (const auto& [name, entry] : names->entries)
+      if (entry->published == 0) missing.push_back(entry->name);
+  }
+  for (const ZRWString& name : missing)
+    toAsk->Bring(name);
 }
 
 void ZRLiveValues::Release(ZRLiveValue* value) {
@@ -52,8 +78,21 @@ void ZRLiveValues::Withdraw(ZRLiveValue* value) {
 }
 
 ZRLiveValue* ZRLiveValues::Find(const ZRWString& fullName) {
+  ZRLiveValue* const found = FindPublished(fullName.View());
+  if (found != nullptr) return found;
+  Ask(fullName.View());
+  return FindPublished(fullName.View());
+}
+
+bool ZRLiveValues::IsPublished(const ZRWString& fullName) {
   const ZRMutexLock lock(mutex);
   const auto found = names->entries.find(fullName.View());
+  return found != names->entries.end() && found->second->published != 0;
+}
+
+ZRLiveValue* ZRLiveValues::FindPublished(std::wstring_view fullName) {
+  const ZRMutexLock lock(mutex);
+  const auto found = names->entries.find(fullName);
   if (found == names->entries.end() || found->second->published == 0) return nullptr;
   ++found->second->references;
   return found->second.get();

@@ -307,4 +307,40 @@ TEST_F(Driver, HasTheUuidThatItsIdIs) {
   EXPECT_EQ(uuid::null, Add(L"m", L"Meter")->Uuid());
 }
 
+// One driver that isn't in the list.
+class CSource final : public ZRDriverSource {
+ public:
+  ZRDriver* DriverOfId(const ZRWString& id) override { return id == L"m9" ? &meter : nullptr; }
+  ZRDriver* DriverOfName(const ZRWString& name) override {
+    return name == L"Hall" ? &meter : nullptr;
+  }
+  ZRDriver* DriverOfVariable(const ZRWString& fullName, std::int64_t& variable) override {
+    if (!(fullName == L"Hall.P") && !(fullName == L"Main.P")) return nullptr;
+    variable = 77;
+    return &meter;
+  }
+  void Bring(const ZRWString&) override {}
+
+  CMeter meter{L"m9", L"Hall"};
+};
+
+TEST_F(Driver, SourceIsAskedBehindTheList) {
+  ZRDriver* const main = ZRDriver::Register(std::make_unique<CMeter>(L"m1", L"Main"));
+  CSource source;
+  std::int64_t number = -1;
+  EXPECT_EQ(ZRDriver::LockDriver(L"m9", nullptr), nullptr);
+  ZRDriver::UseSource(&source);
+  EXPECT_EQ(ZRDriver::Source(), &source);
+  EXPECT_EQ(ZRDriver::LockDriver(L"m9", nullptr), &source.meter);
+  EXPECT_EQ(ZRDriver::LockDriver(L"m1", nullptr), main);
+  EXPECT_EQ(ZRDriver::LockDriver(L"m2", nullptr), nullptr);
+  EXPECT_EQ(ZRDriver::FindVariable(L"Main.P", number), main) << "the list comes first";
+  EXPECT_EQ(ZRDriver::FindVariable(L"Hall.P", number), &source.meter);
+  EXPECT_EQ(number, 77);
+  EXPECT_EQ(ZRDriver::FindVariable(L"Hall.none", number), nullptr);
+  EXPECT_EQ(std::distance(ZRDriver::DriversBegin(), ZRDriver::DriversEnd()), 1);
+  ZRDriver::UseSource(nullptr);
+  EXPECT_EQ(ZRDriver::LockDriver(L"m9", nullptr), nullptr);
+}
+
 }  // namespace
