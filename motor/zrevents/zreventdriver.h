@@ -3,6 +3,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <memory>
 #include <optional>
@@ -149,7 +150,7 @@ class ZREVENTS_API ZREventDriver {
   bool ExecuteActions(int moment);
 
   // Binds two variables of a driver, which show the state (1.0 or 0.0) and the active time (s)
-  // from now on; a null driver ends that.
+  // from now on, and tells the driver of each mark (NoteMark); a null driver ends that.
   void setDriverVariables(ZRDriver* driver, std::int64_t& state, std::int64_t& time);
   void updateDriverVariableState();
   void updateDriverVariableTime();
@@ -168,6 +169,10 @@ class ZREVENTS_API ZREventDriver {
             bool searchBefore);
   // Writes each record of the period as one element. The caller begins and ends the answer.
   void LoadFileEvents(const ZRDateTime& from, const ZRDateTime& to, ZRHttpResponse& response);
+  // Calls with each record of the period, in the order of the files, until it gives false: when
+  // (UTC) the event got which mark. It is called with a file's lock held, and mustn't wait.
+  using tagRecordVisitor = std::function<bool(const ZRDateTime& when, int mark)>;
+  void VisitRecords(const ZRDateTime& from, const ZRDateTime& to, const tagRecordVisitor& visit);
   // Transitions that aren't in a file yet. They are lost if the event is destroyed before the
   // next one comes.
   [[nodiscard]] int WaitingRecords() const {
@@ -261,6 +266,7 @@ class ZREVENTS_API ZREventDriver {
   void SetMark(tagSEventRT& occurrence, int status);
   void Acknowledge(tagSEventRT& occurrence);
   void QueueForListeners(const tagSEventRT& occurrence, int status);
+  void TellDriver(int status, const ZRDateTime& now);
   void PublishFeed(const tagSEventRT& occurrence, int status);
 
   // --- history ---

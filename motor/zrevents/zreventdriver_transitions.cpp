@@ -32,6 +32,7 @@ bool ZREventDriver::SetEventStatus(tagSEventRT* occurrence, int status) {
   occurrence->status |= status;
   QueueForListeners(*occurrence, status);
   const ZRDateTime now = ZRDateTime::UTC();
+  TellDriver(status, now);
   if (record) {
     tagSEventRT transition = TransitionRecord(*occurrence, status, now);
     PublishTriggeredEvent(&transition);

@@ -1,4 +1,4 @@
-// The two variables in which an event shows its state.
+// The two variables in which an event shows its state, and what else their driver is told.
 
 #include "zrevents/zreventdriver.h"
 
@@ -26,4 +26,10 @@ void ZREventDriver::updateDriverVariableTime() {
   if (driver == nullptr) return;
   driver->SetVariableValue(timeVariable.load(std::memory_order_relaxed),
                            static_cast<double>(ActivedSeconds()));
+}
+
+void ZREventDriver::TellDriver(int status, const ZRDateTime& now) {
+  ZRDriver* const driver = stateDriver.load(std::memory_order_acquire);
+  if (driver == nullptr) return;
+  driver->NoteMark(stateVariable.load(std::memory_order_relaxed), status, now.UtcMilliseconds());
 }

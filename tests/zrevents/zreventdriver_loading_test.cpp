@@ -342,6 +342,31 @@ TEST_F(EventLoading, DumpGoesOnWithTheNextMonthBehindTheEndOfOne) {
 
 // --- the count ---
 
+TEST_F(EventLoading, RecordsOfAPeriodAreVisitedInOrder) {
+  Write(1, "2025-12-31 23:59:59", kActivated);
+  Write(1, "2026-01-01 00:00:00", kDeactivated);
+  Write(1, "2026-01-05 10:00:00", kAcknowledged);
+  Write(2, "2026-03-01 00:00:00", kActivated);
+  Write(2, "2026-03-01 00:00:01", kDeactivated);
+  const auto visited = [this](const std::string& from, const std::string& to, int most) {
+    std::string all;
+    event->VisitRecords(At(from), At(to), [&](const ZRDateTime& when, int mark) {
+      ZRString text;
+      (void)DateTime2String(text, when, false, false);
+      all += (all.empty() ? "" : ", ") + Str(text).substr(5) + " " + std::to_string(mark);
+      return --most > 0;
+    });
+    return all;
+  };
+  EXPECT_EQ(visited("2026-01-01 00:00:00", "2026-03-01 00:00:01", 9),
+            "01-01 00:00:00 2, 01-05 10:00:00 4, 03-01 00:00:00 1");
+  EXPECT_EQ(visited("2025-12-01 00:00:00", "2026-12-01 00:00:00", 2),
+            "12-31 23:59:59 1, 01-01 00:00:00 2");
+  EXPECT_EQ(visited("2025-12-01 00:00:00", "2026-12-01 00:00:00", 1), "12-31 23:59:59 1")
+      << "nor the next month";
+  EXPECT_EQ(visited("2020-01-01 00:00:00", "2020-06-01 00:00:00", 9), "");
+}
+
 TEST_F(EventLoading, ShareOfTheNumberOfRecordsIsAtLeastOne) {
   EXPECT_EQ(event->Share(100), 1) << "no files";
   for (int i = 0; i < 3; ++i)

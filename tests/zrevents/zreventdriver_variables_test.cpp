@@ -145,4 +145,45 @@ TEST_F(StateVariables, StateOfAnActiveEventIsOneWriteAndThatOfAnotherTwo) {
   EXPECT_EQ(Trace(), "T=1");
 }
 
+// --- the marks ---
+
+class CMarks final : public ZRDriver {
+ public:
+  CMarks() : ZRDriver(L"marks", L"marks") {}
+  void SetVariableValue(std::int64_t, double) override {}
+  void NoteMark(std::int64_t state, int mark, std::int64_t utc) override {
+    told += (told.empty() ? "" : " ") + std::to_string(state) + ":" + std::to_string(mark) + "@" +
+            std::to_string(utc - ZRVirtualTime::kDefaultUtc);
+  }
+  std::string told;
+};
+
+TEST_F(StateVariables, TheirDriverIsToldOfEachMarkOnce) {
+  CMarks marks;
+  Make(EventXml().Condition("[P.RUN] = 1").Notify());
+  BindTo(&marks, 8, 9);
+  Set("RUN", 1);
+  (void)Cycle();
+  (void)Cycle();
+  EXPECT_TRUE(event->ProcessHttpServiceAck(event->Id()));
+  EXPECT_TRUE(event->ProcessHttpServiceAck(event->Id()));
+  Set("RUN", 0);
+  (void)Cycle();
+  EXPECT_EQ(marks.told, "8:1@0 8:4@2000 8:2@2000");
+  BindTo(nullptr, 8, 9);
+  Set("RUN", 1);
+  (void)Cycle();
+  EXPECT_EQ(marks.told, "8:1@0 8:4@2000 8:2@2000") << "it is bound to nobody";
+}
+
+TEST_F(StateVariables, AnEventWithoutNotifyTellsOfNoAcknowledgement) {
+  CMarks marks;
+  Make(EventXml().Condition("[P.RUN] = 1"));
+  BindTo(&marks, 0, 1);
+  Set("RUN", 1);
+  (void)Cycle();
+  EXPECT_TRUE(event->ProcessHttpServiceAck(event->Id()));
+  EXPECT_EQ(marks.told, "0:1@0");
+}
+
 }  // namespace

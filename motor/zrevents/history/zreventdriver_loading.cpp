@@ -295,6 +295,26 @@ void ZREventDriver::LoadFileEvents(const ZRDateTime& from, const ZRDateTime& to,
   });
 }
 
+void ZREventDriver::VisitRecords(const ZRDateTime& from, const ZRDateTime& to,
+                                 const tagRecordVisitor& visit) {
+  ZREventFile file(true);
+  ZREventPath path{};
+  const CInstant end(to);
+  bool isWanted = true;
+  ForEachMonth(from, to, [&](const ZRDateTime& month) {
+    if (!isWanted) return;
+    EventFileName(path.data(), kEventPathSize, month, kEventHistory);
+    const ZRMutexLock lock(fileMutex);
+    if (!file.Open(path.data(), true)) return;
+    const CClosing closing(file);
+    ForEachFrom(file, from, [&](const tagFields& read) {
+      if (!end.IsAfter(read.date)) return false;
+      isWanted = visit(ZRDateTime(read.date), StepOf(read.value));
+      return isWanted;
+    });
+  });
+}
+
 // Without the lock, and without any December: both required.
 int ZREventDriver::GetAbsoluteNumEvents(int percent) {
   const ZRDateTime last = ZRHistoryMonth::Of(ZRDateTime::UTC()).Begin();
