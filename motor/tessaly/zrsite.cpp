@@ -147,7 +147,8 @@ void ZRSite::LoadEvents(ZREventVariables::tagObserver observer) {
   ZRFindings said;  // by the look at the documents
   LoadUsers(ZRTessalySetup::Get(), ZRSystemUsersSupport::Get(), said);
   engine.LoadCfg();
-  variables = std::make_unique<ZREventVariables>(std::move(observer));
+  variables = std::make_unique<ZREventVariables>(
+      std::move(observer), CountUnit(ZRTessalySetup::Get().EventsCountPeriod().View()));
   variables->Bind(ZREventSystem::Get());
 }
 
@@ -173,10 +174,11 @@ bool ZRSite::StartEngine() {
   sync.Start();
   engineRuns = engine.Start();
   if (!engineRuns) sync.Stop();
-  return engineRuns;
+  return engineRuns && variables->Start();
 }
 
 void ZRSite::Stop() {
+  if (variables != nullptr) variables->Stop();
   if (engineRuns) {
     engine.Stop();
     ZREventFileSync::Get().Stop();

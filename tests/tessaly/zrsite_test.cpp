@@ -274,6 +274,45 @@ TEST_F(Site, WorksAndCanBeLoadedAnew) {
   EXPECT_EQ(transitions, 2);
 }
 
+// The event is active for five seconds of ten, and the site is loaded anew while it is.
+TEST_F(Site, CountsOfEventsGoOnWhenItIsLoadedAnew) {
+  const auto value = [](const wchar_t* name) {
+    ZRLiveValue* const live = ZRLiveValues::Get().Reference(ZRWString(name));
+    const double number = live->NumberOrNan();
+    ZRLiveValues::Get().Release(live);
+    return number;
+  };
+  const auto begin = [&](const std::string& period) {
+    Settings("history.durability = \"off\"\n" + period +
+             "[[driver]]\ntype = \"simulator\"\nname = \"s\"\n[[driver.variable]]\nname = \"V\"\n"
+             "form = \"switch\"\non_s = 5\noff_s = 5\n");
+    ASSERT_EQ(LoadSettings(), Lines{});
+    ASSERT_EQ(MakeDrivers(), Lines{});
+    ASSERT_EQ(StartDrivers(), Lines{});
+    site.LoadEvents({});
+    EXPECT_NE(value(L"A.CACT"), value(L"A.CACT")) << "unavailable";
+    ASSERT_TRUE(site.StartEngine());
+    time.Advance(0);
+  };
+  time.SetUtc(ZRVirtualTime::kDefaultUtc + 12 * 3'600'000);
+  Events(EventXml("A").Condition("[s.V] = 1").Record().Xml());
+  begin("");
+  time.Advance(22'000);
+  const double before = value(L"A.CACT");
+  const double seconds = value(L"A.CTIM");
+  EXPECT_GE(before, 2);
+  EXPECT_GE(seconds, 5);
+  site.Stop();
+  EXPECT_EQ(ZRDriver::LockDriver(Wide(EventXml::Id(1)).Text(), nullptr), nullptr);
+  begin("");
+  EXPECT_GE(value(L"A.CACT"), before);
+  EXPECT_GE(value(L"A.CTIM"), seconds - 5) << "less what was cut off";
+  site.Stop();
+  time.SetUtc(ZRVirtualTime::kDefaultUtc + 36 * 3'600'000);
+  begin("events.count_period = \"day\"\n");
+  EXPECT_LE(value(L"A.CACT"), 1) << "of today";
+}
+
 TEST_F(Site, ShowsTheEnginesCycle) {
   (void)LoadSettings();
   (void)MakeDrivers();

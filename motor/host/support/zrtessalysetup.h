@@ -102,6 +102,9 @@ class ZRTessalySetup {
   // When records of the history reach the disk for good: "strict", "adaptive" or "off".
   [[nodiscard]] const ZRString& HistoryDurability() const { return historyDurability; }
 
+  // What the events' counts are of: "day", "week", "month", "year" or "all".
+  [[nodiscard]] const ZRString& EventsCountPeriod() const { return eventsCountPeriod; }
+
   // The log: level 0 to 4, and the target "terminal", "journal" or the path of a file below the
   // site (with the site's folder in front).
   [[nodiscard]] int LogLevel() const { return logLevel; }
@@ -125,7 +128,7 @@ class ZRTessalySetup {
 
   ZRWString sitePath, cfgPath, dataPath;
   ZRWString programName{L"Tessaly"}, language{L"en"}, rssUrl{L"localhost"}, logTarget{L"terminal"};
-  ZRString timeZone, historyDurability{"adaptive"};
+  ZRString timeZone, historyDurability{"adaptive"}, eventsCountPeriod{"month"};
   ZRString smtpServer, smtpFrom, smtpUser, smtpPassword;
   ZRString smsSender{"modem"}, smsProgram{"/usr/bin/gammu"};
   ZRWString smsFolder{L"sms/"};

@@ -39,6 +39,10 @@ bool IsDurability(std::string_view text) {
   return text == "strict" || text == "adaptive" || text == "off";
 }
 
+bool IsCountPeriod(std::string_view text) {
+  return text == "day" || text == "week" || text == "month" || text == "year" || text == "all";
+}
+
 bool IsSmsSender(std::string_view text) {
   return text == "modem" || text == "file";
 }
@@ -174,6 +178,7 @@ class ZRTessalySetup::CReader {
     ZRSettingsTable file(&root, "", report);
     ReadInstallation(file);
     ReadHistory(file.Table("history"));
+    ReadEvents(file.Table("events"));
     ReadHttp(file.Table("http"));
     ReadChain(file.Table("chain"));
     ReadBus(file.Table("bus"));
@@ -209,6 +214,12 @@ class ZRTessalySetup::CReader {
     history.Text("durability", setup.historyDurability, IsDurability,
                  "must be \"strict\", \"adaptive\" or \"off\"");
     history.WarnOfUnknownKeys();
+  }
+
+  void ReadEvents(ZRSettingsTable events) {
+    events.Text("count_period", setup.eventsCountPeriod, IsCountPeriod,
+                "must be \"day\", \"week\", \"month\", \"year\" or \"all\"");
+    events.WarnOfUnknownKeys();
   }
 
   void ReadHttp(ZRSettingsTable http) {

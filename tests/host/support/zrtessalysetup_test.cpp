@@ -384,6 +384,19 @@ TEST_F(Settings, DurabilityIsOneOfThree) {
   EXPECT_EQ("1:9 the key \"sync\" in history is not known", Warning("history.sync = 1"));
 }
 
+TEST_F(Settings, PeriodOfCountsIsOneOfFive) {
+  ASSERT_TRUE(Load(""));
+  EXPECT_TRUE(setup.EventsCountPeriod() == "month");
+  for (const char* good : {"day", "week", "month", "year", "all"}) {
+    ASSERT_TRUE(Load("events.count_period = \"" + std::string(good) + "\""));
+    EXPECT_TRUE(setup.EventsCountPeriod() == good);
+  }
+  for (const char* bad : {"", "Day", "hour"})
+    EXPECT_EQ("1:8 events.count_period must be \"day\", \"week\", \"month\", \"year\" or \"all\"",
+              Refusal("events.count_period = \"" + std::string(bad) + "\""));
+  EXPECT_EQ("1:8 the key \"period\" in events is not known", Warning("events.period = 1"));
+}
+
 TEST_F(Settings, DataFolderCanBeAnotherOneUntilTheNextLoad) {
   ASSERT_TRUE(Load(""));
   setup.UseDataPath(L"/elsewhere/");
