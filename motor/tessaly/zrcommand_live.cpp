@@ -4,6 +4,7 @@
 #include <unordered_map>
 
 #include "host/base/zrlogger.h"
+#include "host/remote/zrquerytext.h"
 #include "host/tools/zrtext.h"
 #include "tessaly/zrcommands.h"
 #include "tessaly/zrdriverlist.h"
@@ -96,7 +97,7 @@ class CLiveCommand {
   int Force();
   // A document of that path as a list.
   template <typename tagList>
-  int ShowList(const char* path);
+  int ShowList(const std::string& path);
 
  private:
   // An exit code; kExitDone when the question is ready to be asked.
@@ -153,7 +154,7 @@ int CLiveCommand::Show(ZRLiveList::tagKind kind, const char* path) {
 }
 
 template <typename tagList>
-int CLiveCommand::ShowList(const char* path) {
+int CLiveCommand::ShowList(const std::string& path) {
   if (const int ready = Prepare(); ready != kExitDone) return ready;
   question.path = path;
   ZRHttpReply reply;
@@ -212,7 +213,10 @@ int ShowListeners(const ZRCommand& command) {
 }
 
 int ShowDrivers(const ZRCommand& command) {
-  return CLiveCommand(command).ShowList<ZRDriverList>(kDriversPath);
+  const std::string& name = command.client.driver;
+  std::string path = kDriversPath;
+  if (!name.empty()) path += "?name=" + std::string(DoPercents(name).View());
+  return CLiveCommand(command).ShowList<ZRDriverList>(path);
 }
 
 int ForceVariable(const ZRCommand& command) {

@@ -185,9 +185,13 @@ void AddLiveVerbs(CLI::App& app, ZRCommand& command) {
   AddFormat(*AddLive(app, "listeners", "Ask a running site who is told of its events.", command,
                      Verb::kListeners),
             words.format);
-  AddFormat(*AddLive(app, "drivers", "Ask a running site for its drivers and their variables.",
-                     command, Verb::kDrivers),
-            words.format);
+  CLI::App* const drivers =
+      AddLive(app, "drivers", "Ask a running site for its drivers and their variables.", command,
+              Verb::kDrivers);
+  AddFormat(*drivers, words.format);
+  drivers->add_option(
+      "NAME", words.driver,
+      "only the driver, or the event, of this name; events aren't shown without it");
   CLI::App* const force = AddLive(app, "force", "Make a variable of a running site show a value.",
                                   command, Verb::kForce);
   force->add_option("VARIABLE", words.variable, "its full name: hall.LIMIT")->required();

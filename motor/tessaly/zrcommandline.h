@@ -44,6 +44,7 @@ struct ZRClientWords {
   std::string authorities;       // file of certificates to trust, in place of the site's own
   std::vector<std::string> ids;  // of kAck
   ZRHistoryFormat format = ZRHistoryFormat::kTable;
+  std::string driver;    // of kDrivers: a name; empty: all drivers, and no events
   std::string variable;  // of kForce: its full name
   std::string value;     // of kForce
 };

@@ -4,12 +4,14 @@
 #include <cmath>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "host/base/zrlogger.h"
 #include "host/driversupport/zrdriver.h"
 #include "host/tools/zrtext.h"
 #include "host/user/zrsecuritymanager.h"
 #include "tessaly/zranswers.h"
+#include "tessaly/zreventselection.h"
 
 namespace {
 
@@ -18,6 +20,9 @@ constexpr const char* kForcePath = "/services/drivers/force.xml";
 constexpr const wchar_t* kForceRoot = L"force";
 constexpr std::string_view kHead =
     "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?><drivers>";
+
+constexpr const char* kNoneOfThatName =
+    "There is no driver and no event of that name, or this user may not see it.";
 
 // --- what there is ---
 
@@ -82,15 +87,31 @@ void WriteDriver(const ZRDriver& driver, ZRHttpResponse& response) {
   response.Write(document.data(), static_cast<int>(document.size()));
 }
 
+// Those of the list that the caller may see; with a name those of that name, and the event's
+// device.
+std::vector<const ZRDriver*> DriversShown(const ZRWString& name, ZRHttpRequest& request) {
+  std::vector<const ZRDriver*> drivers;
+  for (auto at = ZRDriver::DriversBegin(); at != ZRDriver::DriversEnd(); ++at) {
+    if (!name.IsEmpty() && !((*at)->Name() == name)) continue;
+    if (CanAccessResourcesFromEngine(kResourceVariables, (*at)->Id().Text(), request, ""))
+      drivers.push_back(*at);
+  }
+  if (name.IsEmpty()) return drivers;
+  const ZRDriver* const device = EventDeviceOfName(name, request);
+  if (device != nullptr) drivers.push_back(device);
+  return drivers;
+}
+
 void AnswerVariables(ZRChainDoor& door, ZRHttpRequest& request, ZRHttpResponse& response) {
   const ZRChainDoor::CPass pass(door);
   if (!pass.Given()) return AnswerWithoutBody(response, kServiceUnavailable);
+  const ZRString name = request.Parameter("name");
+  const std::vector<const ZRDriver*> drivers = DriversShown(Utf8ToUtf16(name.View()), request);
+  if (drivers.empty() && !name.IsEmpty()) return AnswerWord(response, kNotFound, kNoneOfThatName);
   response.Begin(kOk, request.AcceptDeflate() ? kContentXmlDeflated : kContentXml);
   response.Write(kHead.data(), static_cast<int>(kHead.size()));
-  for (auto at = ZRDriver::DriversBegin(); at != ZRDriver::DriversEnd(); ++at) {
-    if (CanAccessResourcesFromEngine(kResourceVariables, (*at)->Id().Text(), request, ""))
-      WriteDriver(**at, response);
-  }
+  for (const ZRDriver* const driver : drivers)
+    WriteDriver(*driver, response);
   response.Write("</drivers>", -1);
   (void)response.End();
 }

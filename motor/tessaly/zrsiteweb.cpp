@@ -7,6 +7,7 @@
 #include "host/tools/zrtext.h"
 #include "tessaly/zrchainservices.h"
 #include "tessaly/zrdriverservices.h"
+#include "tessaly/zreventselection.h"
 #include "tessaly/zropenfiles.h"
 #include "tessaly/zrservices.h"
 
@@ -59,6 +60,7 @@ ZRSiteWeb::ZRSiteWeb(ZREventServer& engine, const ZRPasswords& usersPasswords)
   BindServices(web, engine);
   BindChain(web, engine, chainDoor);
   BindDrivers(web, chainDoor);
+  BindSelection(web, chainDoor);
   BindHealth(web, readiness);
   web.OnLoginNote(
       [](std::string_view note) { logger(kLogNotice, L"login: %s", std::string(note).c_str()); });

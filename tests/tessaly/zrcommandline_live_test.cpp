@@ -40,6 +40,8 @@ TEST_F(LiveWords, NameASite) {
   EXPECT_EQ(Parse({"notified", "house"}).verb, Verb::kNotified);
   EXPECT_EQ(Parse({"listeners", "house"}).verb, Verb::kListeners);
   EXPECT_EQ(Parse({"drivers", "house"}).verb, Verb::kDrivers);
+  EXPECT_EQ(Parse({"drivers", "house"}).client.driver, "");
+  EXPECT_EQ(Parse({"drivers", "house", "Pump running"}).client.driver, "Pump running");
   const ZRCommand force = Parse({"force", "house", "hall.LIMIT", "--", "-5"});
   EXPECT_EQ(force.verb, Verb::kForce) << error;
   EXPECT_EQ(force.client.variable, "hall.LIMIT");

@@ -17,3 +17,23 @@ ZRString UndoPercents(std::string_view text) {
   }
   return plain;
 }
+
+ZRString DoPercents(std::string_view text) {
+  constexpr std::string_view kPlain =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
+  constexpr unsigned int kBits = 4;
+  constexpr unsigned int kDigit = 0xF;
+  ZRString query;
+  for (const char character : text) {
+    const auto byte = static_cast<unsigned char>(character);
+    if (kPlain.find(character) != kPlain.npos) {
+      query.Append(character);
+    } else {
+      query.Append('%');
+      query.Append(kDigits[byte >> kBits]);
+      query.Append(kDigits[byte & kDigit]);
+    }
+  }
+  return query;
+}
