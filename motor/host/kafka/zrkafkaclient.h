@@ -39,7 +39,7 @@ class ZRKafkaClient final : private ZRKafkaWire::ZRListener {
   // False if the system gives no thread.
   [[nodiscard]] bool Start();
   // Sends what waits and `offline`, for kFarewellTime at most. If the resolver is being asked, it
-  // waits for that too.
+  // waits two seconds for that too.
   void Stop() ZR_EXCLUDES(mutex);
 
   // False, and nothing is sent, for a payload above the bound, and for none.

@@ -1,6 +1,12 @@
 #include "host/kafka/zrrdkafkaconf.h"
 
 #include <librdkafka/rdkafka.h>
+#include <netdb.h>
+
+#include <utility>
+
+#include "host/kafka/zrrdkafkawires.h"
+#include "host/platform/zrresolver.h"
 
 namespace {
 
@@ -42,6 +48,40 @@ std::string Protocol(const ZRKafkaSettings& settings) {
   return settings.tls ? "sasl_ssl" : "sasl_plaintext";
 }
 
+// The entries of one list each, made into one.
+void Free(addrinfo* list) {
+  while (list != nullptr)
+    ::freeaddrinfo(std::exchange(list, std::exchange(list->ai_next, nullptr)));
+}
+
+addrinfo* ListOf(const std::vector<std::string>& addresses, const char* port, addrinfo hints) {
+  hints.ai_flags = AI_NUMERICHOST | AI_NUMERICSERV;
+  addrinfo* list = nullptr;
+  addrinfo** end = &list;
+  for (const std::string& address : addresses) {
+    if (::getaddrinfo(address.c_str(), port, &hints, end) != 0) *end = nullptr;
+    while (*end != nullptr)
+      end = &(*end)->ai_next;
+  }
+  return list;
+}
+
+// In place of getaddrinfo, for the library's threads, each of which asks for one name at a time.
+// Without a name it frees the list.
+int Resolve(const char* name, const char* port, const addrinfo* hints, addrinfo** list,
+            void* /*opaque*/) {
+  if (name == nullptr || hints == nullptr) {
+    Free(std::exchange(*list, nullptr));
+    return 0;
+  }
+  thread_local ZRResolver resolver;
+  ZRResolver::tagFound found;
+  if (resolver.Ask(name, ZRRdKafkaWires::kNameTime, found) == ZRResolver::tagAnswer::kPending)
+    return EAI_AGAIN;
+  *list = ListOf(found.addresses, port, *hints);
+  return *list != nullptr ? 0 : EAI_NONAME;
+}
+
 }  // namespace
 
 void ZRRdKafkaConfDeleter::operator()(rd_kafka_conf_s* conf) const {
@@ -60,6 +100,7 @@ ZRRdKafkaConf MakeKafkaConf(const ZRKafkaSettings& settings, const tagProperties
   AddLogin(settings, properties);
   properties.insert(properties.end(), further.begin(), further.end());
   ZRRdKafkaConf conf(::rd_kafka_conf_new());
+  ::rd_kafka_conf_set_resolve_cb(conf.get(), Resolve);
   for (const auto& [name, value] : properties) {
     if (::rd_kafka_conf_set(conf.get(), name, value.c_str(), nullptr, 0) == RD_KAFKA_CONF_OK)
       continue;

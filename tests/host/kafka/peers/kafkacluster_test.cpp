@@ -190,6 +190,19 @@ TEST_F(Cluster, TellsATroubleOnce) {
   EXPECT_THAT(log.Lines(), SizeIs(1));
 }
 
+TEST_F(Cluster, IsFoundByItsNameAtAnyOfItsAddresses) {
+  Make();  // at 127.0.0.1 alone, which may be the second address
+  settings.hosts = {"localhost"};
+  client = std::make_unique<ZRKafkaClient>(settings);
+  Start();
+  Publish(0);
+  EXPECT_EQ(Numbers(1), Values("t", 1));
+  settings.hosts = {"name with blanks"};
+  client = std::make_unique<ZRKafkaClient>(settings);
+  Start();
+  EXPECT_TRUE(IsToldSoon("Failed to resolve 'name with blanks:"));
+}
+
 TEST_F(Cluster, IsNotReachedWithSettingsThatCannotBeUsed) {
   settings.tls = true;
   settings.ca = "/nowhere/ca.pem";
