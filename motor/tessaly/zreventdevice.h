@@ -40,5 +40,5 @@ class ZREventDevice final : public ZRDriver {
  private:
   [[nodiscard]] std::size_t PlaceOf(std::int64_t variable) const;
 
-  std::array<std::int64_t, kVariables> numbers;  // in the base; -1 for one that it hasn't
+  std::array<std::int64_t, kVariables> numbers{};  // in the base; -1 for one that it hasn't
 };
