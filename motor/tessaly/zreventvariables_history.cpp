@@ -122,7 +122,7 @@ ZREventCounts ZREventVariables::ReadHistoryOf(ZREventDriver& event, std::int64_t
 // False if the rest of the history isn't wanted any more.
 bool ZREventVariables::TakeHistory(tagEntry& entry, const ZREventCounts& history) {
   const ZRMutexLock lock(mutex);
-  if (stops || period.begin != history.Begin()) return false;
+  if (stops) return false;
   const std::int64_t now = ZRPlatform::Get().UtcMilliseconds();
   Settle(entry, now);
   if (entry.isRead) return false;
