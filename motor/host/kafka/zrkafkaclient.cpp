@@ -110,7 +110,7 @@ void ZRKafkaClient::DropOldest() {
 void ZRKafkaClient::Work() {
   saysFarewell = false;
   isAlive = false;
-  while (!IsStopping()) {
+  for (;;) {  // also when it is to stop already: what waits is sent
     ZRKafkaTrouble trouble;
     if (wire->Open(trouble)) Serve(trouble);
     PutBack();

@@ -131,6 +131,17 @@ TEST_F(KafkaClient, SendsANewerMessageOfAKeyBehindOneThatIsUnderWay) {
   EXPECT_THAT(cluster.Payloads("kept"), ElementsAre("old", "new"));
 }
 
+TEST_F(KafkaClient, SendsANewerMessageThatWaitedWhenAnOlderOneWasConfirmed) {
+  cluster.confirms = false;
+  Start();
+  Keep("old");
+  time.Advance(1);
+  Keep("new");
+  cluster.Confirm();
+  time.Advance(1);
+  EXPECT_THAT(cluster.Payloads("kept"), ElementsAre("old", "new"));
+}
+
 TEST_F(KafkaClient, TakesAwayOnlyWhatItDoesNotKeep) {
   Make();
   Keep("there", "mine");
@@ -247,6 +258,16 @@ TEST_F(KafkaClient, SaysAgainAndAgainThatItIsOnlineAndOfflineLast) {
   EXPECT_THAT(cluster.Payloads("status"), ElementsAre("online", "online", "offline"));
 }
 
+TEST_F(KafkaClient, DoesNotSayThatItIsOnlineOnceItStops) {
+  settings.online = ZRKafkaMessage{"status", "me", "online"};
+  settings.offline = ZRKafkaMessage{"status", "me", "offline"};
+  Start();
+  time.Advance(ZRKafkaClient::kAlive - 500);
+  cluster.refusals = {{false, kNoTopic}};
+  client->Stop();
+  EXPECT_THAT(cluster.Payloads("status"), ElementsAre("online", "offline"));
+}
+
 TEST_F(KafkaClient, SendsWhatWaitsWhenItStops) {
   Start();
   Publish("1");
@@ -255,6 +276,16 @@ TEST_F(KafkaClient, SendsWhatWaitsWhenItStops) {
   EXPECT_THAT(cluster.Payloads("t"), ElementsAre("1"));
   EXPECT_THAT(cluster.Payloads("kept"), ElementsAre("kept"));
   EXPECT_THAT(log.Starting("Kafka cluster broker:9092: 1"), IsEmpty());
+}
+
+TEST_F(KafkaClient, SendsWhatWaitsEvenIfItStopsAtOnce) {
+  settings.offline = ZRKafkaMessage{"status", "me", "offline"};
+  Make();
+  Publish("1");
+  ASSERT_TRUE(client->Start());
+  client->Stop();
+  EXPECT_THAT(cluster.Payloads("t"), ElementsAre("1"));
+  EXPECT_THAT(cluster.Payloads("status"), ElementsAre("offline"));
 }
 
 TEST_F(KafkaClient, StopsInABoundedTimeAndSaysWhatIsLost) {
