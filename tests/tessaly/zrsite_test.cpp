@@ -313,6 +313,20 @@ TEST_F(Site, CountsOfEventsGoOnWhenItIsLoadedAnew) {
   EXPECT_LE(value(L"A.CACT"), 1) << "of today";
 }
 
+TEST_F(Site, NeedsAThreadForTheCountsOfEvents) {
+  Settings("history.durability = \"off\"\n");
+  Events(EventXml("A").Condition("1 = 1").Xml());
+  for (const int threads : {4, 3}) {  // the sync's, a worker's, the listeners'
+    ASSERT_EQ(LoadSettings(), Lines{});
+    site.LoadEvents({});
+    time.FailThreadsAfter(threads);
+    EXPECT_EQ(site.StartEngine(), threads == 4);
+    time.FailThreadsAfter(-1);
+    site.Stop();
+    EXPECT_FALSE(ZREventServer::Get().IsServerStarted());
+  }
+}
+
 TEST_F(Site, ShowsTheEnginesCycle) {
   (void)LoadSettings();
   (void)MakeDrivers();
