@@ -219,6 +219,34 @@ TEST_F(Cluster, IsNotReachedWithSettingsThatCannotBeUsed) {
     EXPECT_EQ(std::string::npos, line.text.find("c4n4ry")) << line.text;
 }
 
+TEST_F(Cluster, GetsTheSameInEachCompression) {
+  std::vector<std::unique_ptr<ZRKafkaClient>> clients;
+  const std::vector<std::string> codecs = {"none", "gzip", "snappy", "lz4", "zstd"};
+  for (const std::string& codec : codecs) {
+    settings.compression = codec;
+    Make();
+    Start();
+    EXPECT_TRUE(client->Publish({codec, "k", std::string(1000, 'x')}));
+    clients.push_back(std::move(client));
+  }
+  for (const std::string& codec : codecs)
+    EXPECT_THAT(Values(codec, 1), ElementsAre(std::string(1000, 'x'))) << codec;
+}
+
+TEST_F(Cluster, IsAskedByEachMechanismOfTheSettings) {
+  settings.user = "me";
+  settings.password = "secret";
+  settings.port = Mosquitto::FreePort();  // nobody is there
+  for (const char* mechanism : {"PLAIN", "SCRAM-SHA-256", "SCRAM-SHA-512"}) {
+    settings.mechanism = mechanism;
+    Make();
+    Start();
+    EXPECT_TRUE(IsToldSoon("Connection refused")) << mechanism;
+    client.reset();
+    log.Clear();
+  }
+}
+
 TEST_F(Cluster, IsReadFromTheBeginningsToTheEnds) {
   cluster.CreateTopic("t", 3);
   cluster.Write("t", "a", "1");
