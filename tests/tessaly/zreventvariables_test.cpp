@@ -66,7 +66,7 @@ class EventVariables : public EngineTest {
     return Find(event)->ProcessHttpServiceAck(Find(event)->Id());
   }
   static ZRDriver* Device(int number) {
-    return ZRDriver::LockDriver(Wide(EventXml::Id(number)).Text(), nullptr);
+    return ZRDriver::Source()->DriverOfId(Wide(EventXml::Id(number)));
   }
   // The value of a variable, or a word for why there is none.
   static std::string Value(const std::string& name) {
@@ -217,8 +217,10 @@ TEST_F(EventVariables, DeviceThatIsNotThereIsNotFound) {
   Begin({Pump()});
   std::int64_t number = 5;
   EXPECT_EQ(Device(3), nullptr);
-  EXPECT_EQ(ZRDriver::LockDriver(L"Pump", nullptr), nullptr);
-  EXPECT_EQ(ZRDriver::LockDriver(L"AAAAAAAA-0000-4000-8000-000000000001", nullptr), nullptr);
+  EXPECT_EQ(ZRDriver::Source()->DriverOfId(L"Pump"), nullptr);
+  EXPECT_EQ(ZRDriver::Source()->DriverOfId(L"AAAAAAAA-0000-4000-8000-000000000001"), nullptr);
+  EXPECT_EQ(ZRDriver::LockDriver(Wide(EventXml::Id(1)).Text(), nullptr), nullptr)
+      << "no remote event comes through it";
   for (const wchar_t* const name :
        {L"Pump.NONE", L"Pump.", L"Pump", L".ST", L"Pum.ST", L"Pump.st", L"", L"Pump.ST.ST"})
     EXPECT_EQ(ZRDriver::FindVariable(name, number), nullptr) << Narrow(name);
@@ -320,8 +322,9 @@ TEST_F(EventVariables, AreGoneWhenTheyAreStopped) {
   Begin({Pump()});
   EXPECT_NE(Device(1), nullptr);
   variables->Stop();
-  EXPECT_EQ(Device(1), nullptr);
   EXPECT_EQ(ZRDriver::Source(), nullptr);
+  std::int64_t ignored = 0;
+  EXPECT_EQ(ZRDriver::FindVariable(L"Pump.ST", ignored), nullptr);
 }
 
 TEST_F(EventVariables, FollowTheEventsOfAReload) {

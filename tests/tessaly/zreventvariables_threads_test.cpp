@@ -61,7 +61,7 @@ TEST(EventVariablesThreads, NothingIsLostWhileDevicesAreMadeAndTheHistoryIsRead)
   };
   const auto look = [&](int, int number) {
     (void)ValueOf(number, "CACT");
-    EXPECT_NE(ZRDriver::LockDriver(Wide(EventXml::Id(number)).Text(), nullptr), nullptr);
+    EXPECT_NE(ZRDriver::Source()->DriverOfId(Wide(EventXml::Id(number))), nullptr);
   };
   ASSERT_TRUE(variables.Start());
   std::array<ZRThread, 4> threads;

@@ -60,8 +60,7 @@ ZRDriver* ZRDriver::LockDriver(const wchar_t* id, const void* /*reserved*/) {
   if (id == nullptr) return nullptr;
   const auto found = std::find_if(DriversBegin(), DriversEnd(),
                                   [id](const ZRDriver* driver) { return driver->Id() == id; });
-  if (found != DriversEnd()) return *found;
-  return Source() == nullptr ? nullptr : Source()->DriverOfId(ZRWString(id));
+  return found == DriversEnd() ? nullptr : *found;
 }
 
 ZRDriver* ZRDriver::FindVariable(const ZRWString& fullName, std::int64_t& variable) {

@@ -63,7 +63,7 @@ class ZRDriver {
   using tagDrivers = ZROwnedList<ZRDriver>;
   using const_iterator = tagDrivers::const_iterator;  // walks as ZRDriver*
 
-  // Those of the source aren't among them; the searches ask it for what the list doesn't have.
+  // Those of the source aren't among them; FindVariable asks it for what the list doesn't have.
   static ZRDriver* Register(std::unique_ptr<ZRDriver> driver);  // takes it over
   static void UnregisterAll();                                  // destroys them, the last first
   [[nodiscard]] static const_iterator DriversBegin();
@@ -71,8 +71,8 @@ class ZRDriver {
   // Where drivers come from that aren't in the list; null, as in the beginning, for nowhere.
   static void UseSource(ZRDriverSource* source);
   [[nodiscard]] static ZRDriverSource* Source();
-  // The driver with that id, or null. Nothing has to be unlocked. The second argument is
-  // reserved (null).
+  // The driver of the list with that id, or null. Nothing has to be unlocked. The second argument
+  // is reserved (null).
   [[nodiscard]] static ZRDriver* LockDriver(const wchar_t* id, const void* reserved);
   // The driver that has the variable of that full name ("driver.variable"), with the variable's
   // number; null, and the number as it was, if none has it.

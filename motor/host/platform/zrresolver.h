@@ -12,9 +12,8 @@
 //
 // Threads   one. The waits are real ones, also in virtual time.
 // Promise   Ask waits no longer than it is told, the destructor for nobody. A question that is
-// still
-//           open then ends by itself, unheard; of all objects of the process there are at most
-//           kMostOpen, and an object asks one at a time.
+//           still open then ends by itself, unheard; of all objects of the process there are at
+//           most kMostOpen, and an object asks one at a time.
 class ZRResolver {
  public:
   static constexpr int kMostOpen = 64;
