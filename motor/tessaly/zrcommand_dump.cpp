@@ -1,7 +1,9 @@
 // tessaly history dump: each record of a data file.
 
+#include <cerrno>
 #include <cstdio>
 #include <filesystem>
+#include <system_error>
 
 #include "host/base/zrlogger.h"
 #include "host/driversupport/eventfile/zreventfile.h"
@@ -59,11 +61,11 @@ int DumpHistory(const ZRCommand& command) {
   SetLogLevel(kLogInvariant);  // what is wrong is said once, here
   const ZRWString path = WholePath(command.file);
   ZREventFile file(true);
-  if (!file.Open(path.Text(), true)) {
-    ZREventFile::tagLook look;
-    (void)ZREventFile::Verify(path.Text(), look);
-    std::fprintf(stderr, "tessaly: %s can't be read%s%s\n", ShownText(command.file).c_str(),
-                 *look.reason != '\0' ? ": " : "", look.reason);
+  const char* reason = "";
+  if (!file.OpenCopy(path.Text(), reason)) {
+    const std::string why = *reason != '\0' ? reason : std::generic_category().message(errno);
+    std::fprintf(stderr, "tessaly: %s can't be read: %s\n", ShownText(command.file).c_str(),
+                 why.c_str());
     return kExitImpossible;
   }
   int damaged = 0;

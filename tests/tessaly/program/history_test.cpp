@@ -111,6 +111,13 @@ TEST_F(History, ThatIsDamagedIsSaidToBeSo) {
   EXPECT_TRUE(out.starts_with("      0  ")) << out;
   EXPECT_NE(out.find("Z  ON\n      2  "), std::string::npos) << out;
   EXPECT_TRUE(out.ends_with("Z  ON\n")) << out;
+  const std::string dumped = out;
+  const std::filesystem::path copy = site.path / "a copy";
+  std::filesystem::copy_file(file, copy);
+  EXPECT_EQ(Dump(copy), kDone) << error;
+  EXPECT_EQ(dumped, out);
+  EXPECT_EQ(Dump(site.path / "no copy"), kImpossible);
+  EXPECT_TRUE(Says("no copy can't be read: No such file or directory")) << error;
 
   std::string bytes = Content(file);
   ASSERT_GT(bytes.size(), two.size());
@@ -129,7 +136,8 @@ TEST_F(History, ThatIsDamagedIsSaidToBeSo) {
   EXPECT_TRUE(out.ends_with("  Always\n")) << out;
   EXPECT_TRUE(Says("couldn't be read: tessaly history verify")) << error;
   EXPECT_EQ(Dump(site.path / "tessaly.toml"), kImpossible);
-  EXPECT_TRUE(Says("can't be read")) << error;
+  EXPECT_TRUE(Says("can't be read: ")) << error;
+  EXPECT_FALSE(Says("Success")) << error;
 }
 
 TEST_F(History, OfACutOffWriteHasAHint) {

@@ -28,6 +28,14 @@ bool ZREventFile::Open(const wchar_t* path, bool readOnly) {
   return isOpen;
 }
 
+bool ZREventFile::OpenCopy(const wchar_t* path, const char*& reason) {
+  ZREventFile::Close();
+  const bool isOpen = file->OpenCopy(path);
+  reason = file->Reason();
+  numRecords = isOpen ? file->Count() : 0;
+  return isOpen;
+}
+
 void ZREventFile::Close() {
   LeaveRecord();
   file->Close();

@@ -56,6 +56,9 @@ class ZREventFile {
   // False if the file doesn't exist, isn't of this type, or is of a newer layout than this
   // program knows. Replaces the file that was open before, also then. Changes nothing on the disk.
   [[nodiscard]] virtual bool Open(const wchar_t* path, bool readOnly);
+  // The same to read a file that lies anywhere, such as a copy. If it is false, `reason` says what
+  // is wrong with the file, or is "", and errno says why it can't be read.
+  [[nodiscard]] bool OpenCopy(const wchar_t* path, const char*& reason);
   virtual void Close();
 
   // --- appending ---

@@ -25,19 +25,32 @@ bool ZREventFile::CImplementation::Open(const wchar_t* toOpen, bool readOnly) {
     Close();
     return false;
   }
-  if (!Look()) {
-    const bool isRefused = *reason != '\0';
-    Tell(isRefused ? ZREventFileTrouble::kRefused : ZREventFileTrouble::kOpen,
-         isRefused ? 0 : errno);
-    const char* const why = reason;
-    const std::uint64_t size = tail.size;
-    Close();
-    reason = why;
-    tail.size = size;
-    return false;
-  }
+  if (!Accept()) return false;
   isSure = isLocked;
   return true;
+}
+
+bool ZREventFile::CImplementation::OpenCopy(const wchar_t* toOpen) {
+  files = &ZRPlatform::Get().Files();
+  isReadOnly = true;
+  if (!path.SetCopy(toOpen)) return false;
+  const ZREventFileHandle folder(*files, files->OpenFolder(path.Root()));
+  if (!folder.IsOpen()) return false;
+  file = ZREventFileHandle(*files, files->OpenSized(folder.Get(), path.Name(), openedSize));
+  return file.IsOpen() && Accept();
+}
+
+// False, with a reason or an errno, if the opened file isn't one to work with; it is closed then.
+bool ZREventFile::CImplementation::Accept() {
+  if (Look()) return true;
+  const bool isRefused = *reason != '\0';
+  Tell(isRefused ? ZREventFileTrouble::kRefused : ZREventFileTrouble::kOpen, isRefused ? 0 : errno);
+  const char* const why = reason;
+  const std::uint64_t size = tail.size;
+  Close();
+  reason = why;
+  tail.size = size;
+  return false;
 }
 
 void ZREventFile::CImplementation::Close() {

@@ -55,6 +55,7 @@ class ZREventFile::CImplementation {
   CImplementation() {}  // NOLINT(modernize-use-equals-default): leaves the bytes as they are
 
   [[nodiscard]] bool Open(const wchar_t* toOpen, bool readOnly);
+  [[nodiscard]] bool OpenCopy(const wchar_t* toOpen);
   void Close();
 
   [[nodiscard]] int Count() const { return tail.count; }
@@ -95,6 +96,7 @@ class ZREventFile::CImplementation {
   };
 
   [[nodiscard]] bool OpenHandle(bool anew);
+  [[nodiscard]] bool Accept();
   [[nodiscard]] bool Look();
   [[nodiscard]] bool LookAtSmall();
   [[nodiscard]] bool LookAtEnds();

@@ -12,10 +12,12 @@ class ZREventFilePath {
  public:
   // False, with errno EINVAL, if it isn't of this form or holds half a pair.
   [[nodiscard]] bool Set(const wchar_t* path);
+  // A file that lies anywhere: Root is its folder then, and Below its name.
+  [[nodiscard]] bool SetCopy(const wchar_t* path);
 
   [[nodiscard]] const char* Root() const { return text.c_str(); }           // "/data/"
   [[nodiscard]] const char* Below() const { return text.c_str() + below; }  // "2024/03/A.suc"
-  [[nodiscard]] const char* Name() const { return Below() + kNameAt; }
+  [[nodiscard]] const char* Name() const { return Below() + nameAt; }
   [[nodiscard]] std::string Year() const { return std::string(Below(), kYear); }
   [[nodiscard]] std::string YearAndMonth() const { return std::string(Below(), kNameAt - 1); }
   [[nodiscard]] std::string_view YearAndMonthView() const { return {Below(), kNameAt - 1}; }
@@ -27,6 +29,10 @@ class ZREventFilePath {
   static constexpr std::size_t kMonth = 2;  // digits
   static constexpr std::size_t kNameAt = kYear + 1 + kMonth + 1;
 
+  [[nodiscard]] bool Refuse();
+  void Divide(std::size_t at);
+
   std::string text;  // the folder, NUL, the rest
   std::size_t below = 0;
+  std::size_t nameAt = kNameAt;  // in the rest
 };

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <string>
 #include <vector>
 
@@ -133,6 +134,27 @@ TEST_F(EventFile, OpenReplacesTheFileEvenIfItFails) {
   EXPECT_FALSE(file.Open(L"/data/2024/05/Boiler 05-2024.suc", true));
   EXPECT_EQ(file.numRecords, 0);
   EXPECT_FALSE(file.GoRecord(0));
+  EXPECT_EQ(folder.disk.OpenHandles(), 0);
+}
+
+TEST_F(EventFile, ACopyIsReadWhereverItLies) {
+  SaveAll({{1, Date(1), 1, "first"}});
+  folder.disk.Put("copy", folder.Bytes());
+  ZREventFile file(true);
+  const char* reason = nullptr;
+  EXPECT_FALSE(file.Open(L"/data/copy", true));
+  ASSERT_TRUE(file.OpenCopy(L"/data/copy", reason) && file.GoRecord(0)) << reason;
+  EXPECT_EQ(file.EventAnnotationView(), "first");
+  EXPECT_FALSE(file.NewRecord());
+  folder.disk.Put("none", {});
+  EXPECT_FALSE(file.OpenCopy(L"/data/none", reason));
+  EXPECT_STREQ(reason, "shorter than its head");
+  EXPECT_FALSE(file.OpenCopy(L"/data/missing", reason));
+  EXPECT_STREQ(reason, "");
+  EXPECT_EQ(errno, ENOENT);
+  for (const wchar_t* const none : {L"", L"/", L"/data/", L"/data/.."})
+    EXPECT_FALSE(file.OpenCopy(none, reason)) << Narrow(none);
+  EXPECT_EQ(errno, EINVAL);
   EXPECT_EQ(folder.disk.OpenHandles(), 0);
 }
 
