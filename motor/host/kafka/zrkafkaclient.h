@@ -8,6 +8,7 @@
 #include <set>
 #include <string>
 
+#include "host/base/zrdropreport.h"
 #include "host/kafka/zrkafkawire.h"
 #include "host/platform/zrmutex.h"
 #include "host/platform/zrthread.h"
@@ -122,6 +123,5 @@ class ZRKafkaClient final : private ZRKafkaWire::ZRListener {
   std::uint32_t nextWait = kFirstWait;
   std::set<std::string> told;  // causes, since it last was settled
   bool saidConnected = false;  // and nothing else since
-  bool saidDropping = false;
-  std::uint64_t droppedTold = 0;
+  ZRDropReport drops;
 };

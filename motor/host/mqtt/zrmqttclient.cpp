@@ -296,20 +296,9 @@ void ZRMqttClient::NoteTrouble(const std::string& reason) {
   logger(kLogDelivery, L"%s", what.c_str());
 }
 
-// Once when it begins, and once with the number when the queue is empty again.
 void ZRMqttClient::NoteDropped() {
   const ZRMutexLock lock(mutex);
-  if (dropped == droppedTold) return;
-  if (!waiting.empty()) {
-    if (std::exchange(saidDropping, true)) return;
-    logger(kLogDelivery, L"%s: %zu messages wait: the oldest are dropped", shown.c_str(),
-           waiting.size());
-    return;
-  }
-  logger(kLogDelivery, L"%s: %llu messages were dropped", shown.c_str(),
-         static_cast<unsigned long long>(dropped - droppedTold));
-  droppedTold = dropped;
-  saidDropping = false;
+  drops.Tell(shown, waiting.size(), dropped);
 }
 
 void ZRMqttClient::WaitBeforeNext() {

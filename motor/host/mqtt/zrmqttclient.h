@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/base/zrdropreport.h"
 #include "host/mqtt/zrmqttwire.h"
 #include "host/platform/zrmutex.h"
 #include "host/platform/zrthread.h"
@@ -133,6 +134,5 @@ class ZRMqttClient final : private ZRMqttWire::ZRListener {
   std::set<std::string> told;  // troubles, since the last connection that has lasted
   bool saidConnected = false;  // and nothing else since
   bool saidTooLarge = false;
-  bool saidDropping = false;
-  std::uint64_t droppedTold = 0;
+  ZRDropReport drops;
 };
