@@ -54,6 +54,7 @@ std::unique_ptr<ZRBusTransport> MakeMqtt(const ZRTessalySetup& setup, const uuid
   ZRMqttTransportSettings made;
   made.engine = engine;
   made.siteName = Plain(setup.ProgramName());
+  made.version = ZR_VERSION;
   made.prefix = given.prefix.View();
   made.discovery = given.discovery;
   made.discoveryPrefix = given.discoveryPrefix.View();

@@ -34,16 +34,17 @@ bool ZRMqttTransport::PassTransition(const uuid& event, std::string json) {
 
 // The keys are those of Home Assistant's documentation, "MQTT Discovery" and "MQTT binary sensor":
 // "online" and "offline" are what it expects of an availability topic, "ON" and "OFF" of a state.
+// It puts the device's name before an entity's: one that is called as the device has none.
 void ZRMqttTransport::KeepDiscovery(const uuid& event, const std::string& name) {
   using tagJson = nlohmann::ordered_json;
   const tagJson message = {
-      {"name", name},
+      {"name", name == settings.siteName ? tagJson() : tagJson(name)},
       {"unique_id", topics.Engine() + "_" + UuidText(event)},
       {"state_topic", topics.Of(event, ZRBusTopic::kState)},
       {"value_template", "{{ value_json.state }}"},
       {"availability_topic", topics.Status()},
-      {"device",
-       {{"identifiers", tagJson::array({topics.Engine()})}, {"name", settings.siteName}}}};
+      {"device", {{"identifiers", tagJson::array({topics.Engine()})}, {"name", settings.siteName}}},
+      {"origin", {{"name", "tessaly"}, {"sw_version", settings.version}}}};
   (void)client.Keep(topics.Of(event, ZRBusTopic::kDiscovery),
                     message.dump(-1, ' ', true, tagJson::error_handler_t::replace));
 }

@@ -14,6 +14,7 @@ struct ZRMqttTransportSettings {
   std::string prefix = "tessaly";
   uuid engine;
   std::string siteName;    // UTF-8
+  std::string version;     // of the program
   bool discovery = false;  // tell Home Assistant of the events
   std::string discoveryPrefix = "homeassistant";
   int qos = 1;  // of transitions

@@ -33,6 +33,7 @@ class MqttBus : public testing::Test {
     settings.broker.host = "broker";
     settings.engine = wtouuid(kEngine);
     settings.siteName = "North hall";
+    settings.version = "0.1.0";
   }
   ~MqttBus() override { bus.reset(); }
 
@@ -136,6 +137,16 @@ TEST_F(MqttBus, TellsHomeAssistantOfAnEvent) {
   Define();
   Open();
   EXPECT_EQ(BusExample(kDiscoveryExample), Kept(kDiscovery));
+}
+
+// It shows an entity's name behind the device's.
+TEST_F(MqttBus, TellsHomeAssistantNoNameOfAnEventThatIsCalledAsTheSite) {
+  settings.discovery = true;
+  settings.siteName = "Pump";
+  Begin();
+  Define();
+  Open();
+  EXPECT_TRUE(Kept(kDiscovery).starts_with(R"({"name":null,"unique_id":)")) << Kept(kDiscovery);
 }
 
 TEST_F(MqttBus, TakesAwayWhatIsKeptOfEventsThatAreGone) {

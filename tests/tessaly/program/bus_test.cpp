@@ -37,9 +37,15 @@ TEST_F(BusProgram, ShowsDefinitionsStatesAndTransitions) {
   EXPECT_TRUE(Keeps("tessaly/+/event/+/state", "\"state\":\"ON\"")) << kept;
   EXPECT_TRUE(Keeps("tessaly/+/event/+/definition", "\"name\":\"Always\"")) << kept;
   EXPECT_TRUE(Keeps("homeassistant/binary_sensor/+/+/config", "\"name\":\"Always\"")) << kept;
+  const std::string config = kept;
   EXPECT_EQ(kDone, Stop());
   EXPECT_EQ(0, status->Wait());
   EXPECT_TRUE(status->Out().ends_with(" offline\n")) << status->Out();
+  EXPECT_EQ(kDone, RunWith({"--version"}));  // "tessaly 0.1.0\n"
+  const std::string version = out.substr(out.find(' ') + 1, out.size() - out.find(' ') - 2);
+  EXPECT_NE(std::string::npos,
+            config.find(R"("origin":{"name":"tessaly","sw_version":")" + version + "\"}"))
+      << config;
 }
 
 TEST_F(BusProgram, GoesOnWithoutABrokerAndFindsItLater) {
