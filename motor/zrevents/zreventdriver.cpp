@@ -75,6 +75,12 @@ ZRWString ZREventDriver::IdStr() const {
 void ZREventDriver::SetText(tagTextField field, const ZRWString& text) {
   const ZRMutexLock lock(textMutex);
   this->*field = text;
+  activeElement.Reset();
+}
+
+void ZREventDriver::SetIdStr(const ZRWString& text) {
+  const ZRMutexLock lock(textMutex);
+  idStr = text;
 }
 
 void ZREventDriver::ExpandText(tagTextField field, const ZRWString& textTemplate) {
@@ -91,4 +97,5 @@ ZRDateTime ZREventDriver::TimeOf(tagTimeField field) const {
 void ZREventDriver::SetTime(tagTimeField field, const ZRDateTime& time) {
   const ZRMutexLock lock(textMutex);
   this->*field = time;
+  activeElement.Reset();
 }

@@ -135,11 +135,8 @@ class ZREVENTS_API ZREventDriver {
   // The same for who lists the event: first its fields, some events later its longer texts.
   void PrefetchFields() const {
     __builtin_prefetch(&enabled);
-    __builtin_prefetch(&textMutex);
-    __builtin_prefetch(&id);
-    __builtin_prefetch(&annotationText);
-    __builtin_prefetch(&deaAnnotation);
-    __builtin_prefetch(&activeSince);
+    __builtin_prefetch(&textMutex, 1);
+    __builtin_prefetch(&groups);
   }
   void PrefetchTexts() const;
   void ResetDelayONCounter() { delayOnStart = 0; }
@@ -285,6 +282,7 @@ class ZREVENTS_API ZREventDriver {
   [[nodiscard]] ZRWString TextOf(tagTextField field) const;
   [[nodiscard]] ZRWString IdStr() const;
   void SetText(tagTextField field, const ZRWString& text);
+  void SetIdStr(const ZRWString& text);
   void ExpandText(tagTextField field, const ZRWString& textTemplate);
   [[nodiscard]] ZRDateTime TimeOf(tagTimeField field) const;
   void SetTime(tagTimeField field, const ZRDateTime& time);
@@ -296,6 +294,7 @@ class ZREVENTS_API ZREventDriver {
   // --- services ---
   void PrepareHead();
   void WriteHead(ZRXmlWriter& xml, const uuid& idToShow) const;
+  void MakeActiveElement() ZR_REQUIRES(textMutex);
   bool ProcessHttpServiceEventsNotified(const tagSEventRT* occurrence, ZRHttpResponse& response,
                                         bool canAcknowledge) const;
   bool ProcessHttpServiceEventsNotified(const tagSEventRT* occurrence, XmlDocument& document,
@@ -323,7 +322,12 @@ class ZREVENTS_API ZREventDriver {
   // Transitions that wait for their file, oldest first; null before the first one.
   std::unique_ptr<std::list<tagSEventRT>> fileQueue ZR_GUARDED_BY(occurrencesMutex);
 
-  mutable ZRMutex textMutex;                       // a leaf
+  // Read by the active service for each event: kept together.
+  mutable ZRMutex textMutex;  // a leaf
+  // What it writes, UTF-8; empty from a change of the texts until it is asked for.
+  ZRString activeElement ZR_GUARDED_BY(textMutex);
+  tagGroups groups;
+
   std::unique_ptr<ZREvaluator> conditionStop;      // used under evaluatorsMutex, as the next two
   std::unique_ptr<ZREvaluator> delayToActivate;    // null stands for a delay of 0
   std::unique_ptr<ZREvaluator> delayToDeactivate;  // the same
@@ -349,7 +353,6 @@ class ZREVENTS_API ZREventDriver {
   ZRWString ackAnnotation;
   ZRWString actCondition;
   ZRWString deaCondition;
-  tagGroups groups;
   std::vector<const XmlDocument::XmlNode*> arguments;
   const XmlDocument::XmlNode* node = nullptr;
   ZRDateTime activeSince ZR_GUARDED_BY(textMutex);  // local time

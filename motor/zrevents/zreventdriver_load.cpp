@@ -36,7 +36,7 @@ bool ZREventDriver::LoadDefinition() {
   ZRWString idText = node->Value(L"id", L"");
   id = wtouuid(idText);
   if (id == uuid::null) return false;
-  SetText(&ZREventDriver::idStr, idText == id.toWString() ? ZRWString() : idText);
+  SetIdStr(idText == id.toWString() ? ZRWString() : idText);
   LoadTexts();
   LoadFlags();
   timeTable = ZREventSystem::Get().LockTimeTable(node->Value(L"timeTable", L"").Text());

@@ -116,6 +116,45 @@ TEST_F(EventElements, ActiveElementHasTheTextsOfTheEventAndNotOfAnOccurrence) {
   EXPECT_EQ(Element(Active(), "notified"), "T");
 }
 
+// However often it is asked for in between.
+TEST_F(EventElements, ActiveElementFollowsEachChangeOfTheEvent) {
+  Make(NotifyingPump().With("annotation", "on").With("ackAnnotation", "seen"));
+  Holds();
+  const std::string first = Active();
+  EXPECT_EQ(Active(), first);
+  EXPECT_EQ(Element(first, "ackAnnotation"), "");
+  tagSEventRT* const occurrence = event->AddOccurrence();
+  event->SetMark(occurrence, kActivated);
+  EXPECT_EQ(Active(), first);
+  event->SetMark(occurrence, kAcknowledged);
+  EXPECT_EQ(Element(Active(), "ackAnnotation"), "seen");
+  Fails();
+  EXPECT_EQ(Active(), "");
+  time.SetUtc(time.UtcMilliseconds() + 1000);
+  Holds();
+  EXPECT_EQ(Element(Active(), "ackAnnotation"), "");
+  EXPECT_NE(Element(Active(), "dateTime"), Element(first, "dateTime"));
+  ASSERT_TRUE(event->LoadText(EventXml("Fan").Condition("[P.RUN] = 1").Xml()));
+  EXPECT_EQ(Element(Active(), "name"), "Fan");
+}
+
+// The longest one that is kept for the next answer, the next one, and one of many pieces.
+TEST_F(EventElements, ActiveElementOfAnyLengthIsTheSameEachTime) {
+  const auto made = [this](std::size_t length) {
+    Make(Pump().With("description", std::string(length, 'd')).With("annotation", "a &amp; b"));
+    Holds();
+    return Active();
+  };
+  const std::size_t others = made(1).size() - 1;
+  for (const std::size_t size : {2046u, 2047u, 2048u, 50000u}) {
+    const std::string first = made(size - others);
+    EXPECT_EQ(first.size(), size);
+    EXPECT_EQ(Element(first, "description"), std::string(size - others, 'd'));
+    EXPECT_EQ(Element(first, "notified"), "F");
+    EXPECT_EQ(Active(), first);
+  }
+}
+
 // Fourteen digits, day first, in UTC.
 TEST_F(EventElements, ActiveElementTellsSinceWhenInUtc) {
   time.SetUtc(1'783'026'367'890);  // 2026-07-02T21:06:07.890Z, 23:06:07 in Madrid

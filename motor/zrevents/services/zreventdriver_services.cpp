@@ -1,6 +1,9 @@
 // An event, and its occurrences, as elements of the active and notified services; acknowledging
 // one of them.
 
+#include <algorithm>
+#include <utility>
+
 #include "host/tools/zrtext.h"
 #include "zrevents/services/zrxmlwriter.h"
 #include "zrevents/zreventdriver.h"
@@ -43,12 +46,12 @@ XmlDocument::XmlNode& AddEvent(XmlDocument& document, const wchar_t* section) {
   return *list->NewChild(L"event", nullptr);
 }
 
-// The first lines of memory of a text; the processor sees to the rest by itself.
-void PrefetchLines(const void* text) {
+// The lines of memory of a text, up to a number: the processor sees to the rest by itself.
+void PrefetchLines(const void* text, std::size_t bytes) {
   constexpr std::size_t kLine = 64;
-  constexpr std::size_t kLines = 4;
-  for (std::size_t line = 0; line < kLines; ++line)
-    __builtin_prefetch(static_cast<const char*>(text) + line * kLine);
+  constexpr std::size_t kLines = 12;
+  for (std::size_t at = 0; at < std::min(bytes, kLines * kLine); at += kLine)
+    __builtin_prefetch(static_cast<const char*>(text) + at);
 }
 
 const wchar_t* Flag(bool flag) {
@@ -59,9 +62,9 @@ const wchar_t* Flag(bool flag) {
 
 void ZREventDriver::PrefetchTexts() const {
   if (!IsEnabled()) return;
-  PrefetchLines(head.Text());
+  __builtin_prefetch(groups.data());
   const ZRMutexLock lock(textMutex);
-  PrefetchLines(annotationText.Text());
+  PrefetchLines(activeElement.Text(), activeElement.Length());
 }
 
 // What stands between the id and the annotation, ready to be sent: the same in every answer.
@@ -74,6 +77,8 @@ void ZREventDriver::PrepareHead() {
   Text2Xml(escaped, Utf16ToUtf8(description.View()));
   head.Append(escaped.View());
   head.Append("</description><annotation>");
+  const ZRMutexLock lock(textMutex);
+  activeElement.Reset();
 }
 
 // From the opening tag to the opened annotation.
@@ -88,19 +93,18 @@ void ZREventDriver::WriteHead(ZRXmlWriter& xml, const uuid& idToShow) const {
   xml.Write(head.View());
 }
 
-bool ZREventDriver::ProcessHttpServiceEventsActived(ZRHttpResponse& response) {
-  if (!IsEnabled()) return true;
-  ZRXmlWriter xml(response);
+// Most answers find it as the last one left it.
+void ZREventDriver::MakeActiveElement() {
+  ZRXmlWriter xml(activeElement);
   WriteHead(xml, id);
-  xml.WriteText(Annotation());
+  xml.WriteText(annotationText);
   xml.Write("</annotation><deaAnnotation>");
-  xml.WriteText(DeaAnnotation());
+  xml.WriteText(deaAnnotationText);
   xml.Write("</deaAnnotation><ackAnnotation>");
-  xml.WriteText(AckAnnotation());
+  xml.WriteText(ackAnnotationText);
   xml.Write("</ackAnnotation>");
-  const ZRDateTime since = LastActiveDateTime();
-  if (since.Valid()) {
-    const auto digits = FourteenDigits(since.LTC2UTC());
+  if (activeSince.Valid()) {
+    const auto digits = FourteenDigits(activeSince.LTC2UTC());
     xml.Write("<dateTime>");
     xml.Write(std::string_view(digits.data(), digits.size()));
     xml.Write("</dateTime>");
@@ -108,6 +112,23 @@ bool ZREventDriver::ProcessHttpServiceEventsActived(ZRHttpResponse& response) {
   xml.Write("<notified>");
   xml.WriteFlag(notify);
   xml.Write("</notified></event>");
+}
+
+bool ZREventDriver::ProcessHttpServiceEventsActived(ZRHttpResponse& response) {
+  if (!IsEnabled()) return true;
+  ZRXmlWriter xml(response);
+  ZRString tooLong;
+  {
+    const ZRMutexLock lock(textMutex);
+    if (activeElement.IsEmpty()) MakeActiveElement();
+    // What the writer has room for isn't handed to the answer before the lock is released.
+    if (activeElement.Length() <= ZRXmlWriter::kRoom) {
+      xml.Write(activeElement.View());
+      return true;
+    }
+    tooLong = std::move(activeElement);
+  }
+  xml.Write(tooLong.View());
   return true;
 }
 
@@ -153,7 +174,7 @@ bool ZREventDriver::ProcessHttpServiceEventsActived(XmlDocument& document,
   if (!IsEnabled()) return true;
   // The composed text stays in the event, and the bus sends it from now on: required.
   const ZRWString composed = driverId + kDriverSeparator + id.toWString();
-  SetText(&ZREventDriver::idStr, composed);
+  SetIdStr(composed);
   XmlDocument::XmlNode& element = AddEvent(document, L"actived");
   element.SetValue(L"id", composed);
   element.SetValue(L"idn", NamePath(driverName));

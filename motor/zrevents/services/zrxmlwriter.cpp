@@ -72,7 +72,7 @@ bool IsHighSurrogate(wchar_t unit) {
 
 void ZRXmlWriter::Write(std::string_view utf8) {
   while (!utf8.empty()) {
-    const std::size_t room = kSize - 1 - used;
+    const std::size_t room = kRoom - used;
     const std::size_t part = std::min(room, utf8.size());
     std::memcpy(buffer.data() + used, utf8.data(), part);
     used += part;
@@ -84,8 +84,8 @@ void ZRXmlWriter::Write(std::string_view utf8) {
 void ZRXmlWriter::WriteText(const ZRWString& text) {
   std::wstring_view rest = text.View();
   while (!rest.empty()) {
-    if (used == kSize - 1) Flush();
-    const std::size_t plain = CopyPlain(buffer.data() + used, rest.substr(0, kSize - 1 - used));
+    if (used == kRoom) Flush();
+    const std::size_t plain = CopyPlain(buffer.data() + used, rest.substr(0, kRoom - used));
     used += plain;
     rest.remove_prefix(plain);
     if (rest.empty() || !IsSpecial(rest.front())) continue;
@@ -105,7 +105,11 @@ void ZRXmlWriter::WriteSpecial(std::wstring_view units) {
 void ZRXmlWriter::Flush() {
   if (used == 0) return;
   buffer[used] = '\0';
-  response.Write(buffer.data(), static_cast<int>(used));
+  if (response != nullptr) {
+    response->Write(buffer.data(), static_cast<int>(used));
+  } else {
+    collected->Append(buffer.data(), used);
+  }
   used = 0;
 }
 

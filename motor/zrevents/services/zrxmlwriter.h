@@ -1,4 +1,4 @@
-// Writes XML by hand, on one line, into an answer.
+// Writes XML by hand, on one line, into an answer or a text.
 #pragma once
 
 #include <array>
@@ -18,10 +18,16 @@ class ZRXmlWriter {
  public:
   // The buffer is written before it is read: filling it first would cost more than most calls.
   // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init)
-  explicit ZRXmlWriter(ZRHttpResponse& target) : response(target) {}
+  explicit ZRXmlWriter(ZRHttpResponse& target) : response(&target) {}
+  // Appends to a text.
+  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): the same
+  explicit ZRXmlWriter(ZRString& target) : collected(&target) {}
   ~ZRXmlWriter() { Flush(); }
   ZRXmlWriter(const ZRXmlWriter&) = delete;
   ZRXmlWriter& operator=(const ZRXmlWriter&) = delete;
+
+  // So many bytes can be written before anything is handed on.
+  static constexpr std::size_t kRoom = 2047;
 
   // As it stands.
   void Write(std::string_view utf8);
@@ -31,15 +37,13 @@ class ZRXmlWriter {
   void WriteFlag(bool flag) { Write(flag ? "T" : "F"); }
 
  private:
-  static constexpr std::size_t kSize = 2048;
-
   void Flush();
   void WriteSpecial(std::wstring_view units);
 
-  ZRHttpResponse& response;
+  ZRHttpResponse* response = nullptr;  // one of the two
+  ZRString* collected = nullptr;
   std::size_t used = 0;
-  // The end of the buffer is kept for the terminator.
-  std::array<char, kSize> buffer;
+  std::array<char, kRoom + 1> buffer;  // and the terminator
 };
 
 // The 14 digits of a date in the active service: day, month, year, hour, minute, second.
