@@ -24,11 +24,6 @@ if(ZR_SANITIZE)
     $<$<CXX_COMPILER_ID:GNU>:-Wno-null-dereference -Wno-maybe-uninitialized>)
 endif()
 
-if(ZR_FUZZ)
-  # Coverage for libFuzzer in every room.
-  add_compile_options(-fsanitize=fuzzer-no-link)
-endif()
-
 # zr_room(NAME [LOWER room...] [LIBRARIES third-party target...])
 #
 # The room of this folder: a static library `zr_NAME` of every source in it (folders below
@@ -48,11 +43,16 @@ function(zr_room name)
   target_include_directories(zr_${name} PUBLIC ${CMAKE_SOURCE_DIR}/motor)
   list(TRANSFORM ROOM_LOWER PREPEND zr_)
   target_link_libraries(zr_${name} PUBLIC ${ROOM_LOWER} PRIVATE zr_warnings ${ROOM_LIBRARIES})
+  if(ZR_FUZZ)
+    # Coverage for libFuzzer.
+    target_compile_options(zr_${name} PRIVATE -fsanitize=fuzzer-no-link)
+  endif()
 endfunction()
 
 # zr_test(NAME [LABEL label] [LINK target...])
 #
-# One test program of every *_test.cpp in this folder.
+# One test program of every *_test.cpp in this folder. In a debug build each unit test is a process of its
+# own; the other builds run the program as it is, since thousands of starts cost more than the tests.
 function(zr_test name)
   cmake_parse_arguments(TEST "" "LABEL;TIMEOUT" "LINK" ${ARGN})
   if(NOT TEST_LABEL)
@@ -70,6 +70,18 @@ function(zr_test name)
   # Optimised or not is a question to the house: its tests needn't be.
   target_compile_options(${name} PRIVATE -O0)
   target_link_libraries(${name} PRIVATE zr_warnings ${TEST_LINK} zr_testsupport GTest::gtest GTest::gmock GTest::gtest_main)
+  if(TARGET zr_testheaders)
+    target_precompile_headers(${name} REUSE_FROM zr_testheaders)
+  endif()
+  if(TEST_LABEL STREQUAL peer AND NOT ZR_PEER_TESTS)
+    set_target_properties(${name} PROPERTIES EXCLUDE_FROM_ALL ON)
+    return()
+  endif()
+  if(TEST_LABEL STREQUAL unit AND NOT CMAKE_BUILD_TYPE STREQUAL Debug)
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES TIMEOUT 600 LABELS unit)
+    return()
+  endif()
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
                        PROPERTIES TIMEOUT ${TEST_TIMEOUT} LABELS ${TEST_LABEL})
 endfunction()
