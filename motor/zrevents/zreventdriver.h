@@ -139,6 +139,13 @@ class ZREVENTS_API ZREventDriver {
     __builtin_prefetch(&groups);
   }
   void PrefetchTexts() const;
+  // The same for who loads its history.
+  void PrefetchHistory() const {
+    __builtin_prefetch(&fileMutex, 1);
+    __builtin_prefetch(&id);
+    __builtin_prefetch(&name);
+    __builtin_prefetch(&notify);
+  }
   void ResetDelayONCounter() { delayOnStart = 0; }
   void ResetDelayOFFCounter() { delayOffStart = 0; }
 

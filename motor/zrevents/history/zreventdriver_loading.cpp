@@ -186,8 +186,8 @@ void AppendRecord(ZRString& xml, const tagFields& record) {
 bool ZREventDriver::Load(ZREventLoggerData& data, const ZRDateTime& from, const ZRDateTime& to,
                          bool searchBefore) {
   if (searchBefore) (void)SearchActivationBeforePeriod(data, from);
-  ZREventFile file(true);
-  ZREventPath path{};
+  ZREventFile& file = data.Reader();
+  ZREventPath path;
   bool isAnyLoaded = false;
   ForEachMonth(from, to, [&](const ZRDateTime& month) {
     EventFileName(path.data(), kEventPathSize, month, kEventHistory);
@@ -203,6 +203,7 @@ bool ZREventDriver::Load(ZREventLoggerData& data, const ZRDateTime& from, const 
 // The rest of the month of `to`, and one more month.
 void ZREventDriver::LoadBehind(ZREventFile& file, ZREventLoggerData& data, const ZRDateTime& to,
                                std::list<uuid>& incomplete) {
+  if (incomplete.empty()) return;
   ZREventPath path{};
   const ZRDateTime next = ZRHistoryMonth::Of(to).Next().Begin();
   for (const ZRDateTime& date : {to, next}) {

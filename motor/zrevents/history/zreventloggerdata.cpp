@@ -40,9 +40,22 @@ bool ZREventLoggerData::SelectData(const ZRDateTime& from, const ZRDateTime& to,
   return Load(from, to, searchBefore);
 }
 
+ZREventFile& ZREventLoggerData::Reader() {
+  if (reader == nullptr) reader = std::make_unique<ZREventFile>(true);
+  return *reader;
+}
+
 bool ZREventLoggerData::Load(const ZRDateTime& from, const ZRDateTime& to, bool searchBefore) {
+  constexpr int kAhead = 3;  // events that are on their way from the memory
   bool isWhole = true;
+  auto ahead = info->EventsBegin();
+  for (int i = 0; i < kAhead && ahead != info->EventsEnd(); ++i)
+    ++ahead;
   for (auto event = info->EventsBegin(); event != info->EventsEnd(); ++event) {
+    if (ahead != info->EventsEnd()) {
+      if ((*ahead)->Driver() != nullptr) (*ahead)->Driver()->PrefetchHistory();
+      ++ahead;
+    }
     ZREventDriver* const driver = (*event)->Driver();
     isWhole = driver != nullptr && driver->Load(*this, from, to, searchBefore) && isWhole;
   }

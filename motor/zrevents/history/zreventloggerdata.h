@@ -76,6 +76,11 @@ class ZREVENTS_API ZREventLoggerData {
                          bool notify);
 
  private:
+  friend class ZREventDriver;
+  // Reads the files of all events, one after the other; closed in between.
+  [[nodiscard]] ZREventFile& Reader();
+
+  std::unique_ptr<ZREventFile> reader;  // null before the first one
   std::shared_ptr<ZREventLoggerInfo> info;
   std::shared_ptr<const ZREventLoggerInfo> infoOfGroups;  // the one they point to
   std::shared_ptr<CRecordGroup> recordGroup;
