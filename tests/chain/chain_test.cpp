@@ -56,7 +56,8 @@ TEST_F(PlantAndControl, SeeAndAcknowledgeTheSameEvent) {
   RecordProperty("seen_after_ms", static_cast<int>(took / 1ms));
   std::printf("seen in the control room after %d ms\n", static_cast<int>(took / 1ms));
 
-  RunningProgram listeners({ZR_TESSALY, "listeners", plant.site.path.string(), "--format", "csv"});
+  RunningProgram listeners(
+      {TessalyProgram(), "listeners", plant.site.path.string(), "--format", "csv"});
   EXPECT_EQ(listeners.Wait(), 0) << listeners.Error();
   EXPECT_NE(listeners.Out().find(",plant,plant,,127.0.0.1," + std::to_string(control.port) +
                                  ",204,false,false\r\n"),

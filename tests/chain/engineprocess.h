@@ -18,6 +18,7 @@
 #include "support/httpclient.h"
 #include "support/runningprogram.h"
 #include "support/sitefolder.h"
+#include "support/tessalyprogram.h"
 
 // Asks again and again. False if it doesn't come true in time.
 inline bool Becomes(const std::function<bool()>& isSo, std::chrono::seconds patience) {
@@ -95,7 +96,7 @@ class EngineProcess {
     site.Write("tessaly.toml", "name = \"" + name + "\"\nlog.target = \"log.txt\"\nhttp.port = " +
                                    std::to_string(port) + "\n" + simulated + watched);
     program = std::make_unique<RunningProgram>(
-        std::vector<std::string>{ZR_TESSALY, "run", site.path.string()});
+        std::vector<std::string>{TessalyProgram(), "run", site.path.string()});
     if (Becomes([this] { return HttpClient(port).Get("/readyz").status == 200; }, kPatience))
       return ::testing::AssertionSuccess();
     program->Signal(SIGTERM);
@@ -142,7 +143,7 @@ class EngineProcess {
                           const std::string& input = "") const {
     site.Write("input", input);
     std::vector<std::string> words{
-        "sh",   "-c", "exec \"$@\" <\"$0\"", (site.path / "input").string(), ZR_TESSALY,
+        "sh",   "-c", "exec \"$@\" <\"$0\"", (site.path / "input").string(), TessalyProgram(),
         "user", verb, site.path.string()};
     words.insert(words.end(), more.begin(), more.end());
     RunningProgram once(words);

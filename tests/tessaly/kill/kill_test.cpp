@@ -17,6 +17,7 @@
 #include "support/eventxml.h"
 #include "support/runningprogram.h"
 #include "support/sitefolder.h"
+#include "support/tessalyprogram.h"
 
 namespace {
 
@@ -118,7 +119,7 @@ class KilledProgram : public ::testing::Test {
     site.Write("tessaly.toml", toml);
   }
   RunningProgram Program(const std::vector<std::string>& words) const {
-    std::vector<std::string> all{ZR_TESSALY};
+    std::vector<std::string> all{TessalyProgram()};
     all.insert(all.end(), words.begin(), words.end());
     all.push_back(site.path.string());
     return RunningProgram(all);

@@ -61,7 +61,7 @@ class HistoryDisk : public Program {
 
   // As Start, by way of another program, `before`.
   void StartBy(std::vector<std::string> before) {
-    before.insert(before.end(), {ZR_TESSALY, "run", site.path.string(), "--port", "0"});
+    before.insert(before.end(), {TessalyProgram(), "run", site.path.string(), "--port", "0"});
     program = std::make_unique<RunningProgram>(std::move(before));
     ASSERT_TRUE(program->WaitFor(" shows what is active\n")) << program->Error();
   }

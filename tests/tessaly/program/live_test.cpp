@@ -21,7 +21,7 @@ class LiveVerbs : public Program {
             const std::vector<std::string>& more = {}) {
     std::vector<std::string> words{"/usr/bin/env",
                                    "TESSALY_PASSWORD=" + password,
-                                   ZR_TESSALY,
+                                   TessalyProgram(),
                                    verb,
                                    site.path.string(),
                                    "--port",
@@ -42,8 +42,9 @@ class LiveVerbs : public Program {
   std::string Quoted(const std::string& word) const { return "'" + word + "'"; }
 
   void AddAna() {
-    ASSERT_EQ(kDone, RunScript("printf '%s\\n' " + Quoted(kPassword) + " | " + Quoted(ZR_TESSALY) +
-                               " user add " + Quoted(site.path.string()) + " ana --administrator"))
+    ASSERT_EQ(kDone,
+              RunScript("printf '%s\\n' " + Quoted(kPassword) + " | " + Quoted(TessalyProgram()) +
+                        " user add " + Quoted(site.path.string()) + " ana --administrator"))
         << error;
   }
   void StartSite() {
@@ -128,7 +129,7 @@ TEST_F(LiveVerbs, LogIn) {
   EXPECT_TRUE(out.starts_with("Began")) << out;
   EXPECT_EQ(kDone, AskAs(kPassword, "ack", {"nothing"})) << error;
   EXPECT_EQ(kDone,
-            RunScript("printf '%s\\n' " + Quoted(kPassword) + " | " + Quoted(ZR_TESSALY) +
+            RunScript("printf '%s\\n' " + Quoted(kPassword) + " | " + Quoted(TessalyProgram()) +
                       " notified " + Quoted(site.path.string()) + " --user ana --port " + port))
       << error;
   EXPECT_EQ(kFaulty, AskAs("a wrong one", "active"));
@@ -137,8 +138,8 @@ TEST_F(LiveVerbs, LogIn) {
 }
 
 TEST_F(LiveVerbs, NeedAPasswordForAUser) {
-  EXPECT_EQ(kImpossible, RunScript(Quoted(ZR_TESSALY) + " active " + Quoted(site.path.string()) +
-                                   " --user ana --port 1 </dev/null"));
+  EXPECT_EQ(kImpossible, RunScript(Quoted(TessalyProgram()) + " active " +
+                                   Quoted(site.path.string()) + " --user ana --port 1 </dev/null"));
   EXPECT_EQ("tessaly: there is no password on standard input nor in TESSALY_PASSWORD\n", error);
 }
 

@@ -41,7 +41,7 @@ TEST_F(Mailcatcher, ShowsAndKeepsMailsForAsLongAsTheProcessRuns) {
   const std::string folder = site.path.string();
   program = std::make_unique<RunningProgram>(
       std::vector<std::string>{"sh", "-c",
-                               kCatcher + " " + folder + " --while $$ && exec " + ZR_TESSALY +
+                               kCatcher + " " + folder + " --while $$ && exec " + TessalyProgram() +
                                    " run " + folder + " --port 0"});
   EXPECT_TRUE(program->WaitFor(
       " [mail ] to ana@example.org: Tessaly - The event 'Caldera' has been activated: 92 °C now\n"))

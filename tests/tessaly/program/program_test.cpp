@@ -194,7 +194,7 @@ TEST_F(Program, CheckOfTheSampleSiteIsClean) {
 
 TEST_F(Program, OutputThatCannotBeWrittenIsAFault) {
   RunningProgram shell(
-      {"sh", "-c", "exec " ZR_TESSALY " check '" + site.path.string() + "' >/dev/full"});
+      {"sh", "-c", "exec " + TessalyProgram() + " check '" + site.path.string() + "' >/dev/full"});
   EXPECT_EQ(shell.Wait(), kFaulty);
   EXPECT_EQ(shell.Error(), "tessaly: standard output can't be written\n");
 }

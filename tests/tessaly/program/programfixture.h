@@ -12,6 +12,7 @@
 #include "support/eventxml.h"
 #include "support/runningprogram.h"
 #include "support/sitefolder.h"
+#include "support/tessalyprogram.h"
 
 inline constexpr int kDone = 0;
 inline constexpr int kFaulty = 1;
@@ -36,7 +37,7 @@ class Program : public ::testing::Test {
   }
 
   static std::vector<std::string> Words(std::vector<std::string> words) {
-    words.insert(words.begin(), ZR_TESSALY);
+    words.insert(words.begin(), TessalyProgram());
     return words;
   }
   // Runs to the end. The exit code; what was said is in `out` and `error`.

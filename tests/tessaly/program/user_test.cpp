@@ -33,7 +33,7 @@ class UserProgram : public Program {
   std::unique_ptr<RunningProgram> Begin(const std::string& input,
                                         const std::vector<std::string>& words) const {
     std::vector<std::string> line{
-        "sh",   "-c",     "exec \"$@\" <\"$0\"", (site.path / input).string(), ZR_TESSALY,
+        "sh",   "-c",     "exec \"$@\" <\"$0\"", (site.path / input).string(), TessalyProgram(),
         "user", words[0], site.path.string()};
     line.insert(line.end(), words.begin() + 1, words.end());
     return std::make_unique<RunningProgram>(std::move(line));

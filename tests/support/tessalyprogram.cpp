@@ -1,0 +1,5 @@
+#include "support/tessalyprogram.h"
+
+std::string TessalyProgram() {
+  return ZR_TESSALY;
+}

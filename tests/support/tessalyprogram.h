@@ -1,0 +1,7 @@
+// The program under test.
+#pragma once
+
+#include <string>
+
+// Its whole path.
+std::string TessalyProgram();
