@@ -93,8 +93,8 @@ endfunction()
 
 # zr_test(NAME [LABEL label] [LINK target...])
 #
-# One test program of every *_test.cpp in this folder. In a debug build each unit test is a process of its
-# own; the other builds run the program as it is, since thousands of starts cost more than the tests.
+# One test program of every *_test.cpp in this folder. One of unit tests runs as it is, since thousands of
+# starts cost more than the tests; each test of another one is a process of its own.
 function(zr_test name)
   cmake_parse_arguments(TEST "" "LABEL;TIMEOUT" "LINK" ${ARGN})
   if(NOT TEST_LABEL)
@@ -117,7 +117,7 @@ function(zr_test name)
     set_target_properties(${name} PROPERTIES EXCLUDE_FROM_ALL ON)
     return()
   endif()
-  if(TEST_LABEL STREQUAL unit AND NOT CMAKE_BUILD_TYPE STREQUAL Debug)
+  if(TEST_LABEL STREQUAL unit)
     add_test(NAME ${name} COMMAND ${name})
     set_tests_properties(${name} PROPERTIES TIMEOUT 600 LABELS unit)
     return()

@@ -8,13 +8,13 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "host/tools/xmldocument.h"
 #include "support/eventxml.h"
+#include "support/freeport.h"
 #include "support/httpclient.h"
 #include "support/runningprogram.h"
 #include "support/sitefolder.h"
@@ -29,23 +29,6 @@ inline bool Becomes(const std::function<bool()>& isSo, std::chrono::seconds pati
     (void)::poll(nullptr, 0, kPause);
   }
   return true;
-}
-
-// A port that is free, and that the system gives to no client: an engine that is killed finds it
-// free again.
-inline std::uint16_t FreePort() {
-  static std::mt19937 numbers{std::random_device{}()};
-  for (;;) {
-    const auto port = std::uniform_int_distribution<std::uint16_t>(20'000, 32'000)(numbers);
-    const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in name{};
-    name.sin_family = AF_INET;
-    name.sin_port = htons(port);
-    name.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    const bool isFree = ::bind(socket, reinterpret_cast<const sockaddr*>(&name), sizeof name) == 0;
-    (void)::close(socket);
-    if (isFree) return port;
-  }
 }
 
 struct tagShownEvent {

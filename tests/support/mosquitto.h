@@ -1,9 +1,6 @@
 // A broker that nobody here wrote, on a free port of this machine, with a folder of its own.
 #pragma once
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -12,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "support/freeport.h"
 #include "support/runningprogram.h"
 #include "support/sitefolder.h"
 
@@ -87,19 +85,6 @@ class Mosquitto {
       (void)::usleep(5000);
     }
     return true;
-  }
-
-  // Of this machine's loopback; nobody else takes it so soon.
-  [[nodiscard]] static int FreePort() {
-    const int end = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in place{};
-    place.sin_family = AF_INET;
-    place.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof place;
-    (void)::bind(end, reinterpret_cast<const sockaddr*>(&place), size);
-    (void)::getsockname(end, reinterpret_cast<sockaddr*>(&place), &size);
-    (void)::close(end);
-    return ntohs(place.sin_port);
   }
 
  private:

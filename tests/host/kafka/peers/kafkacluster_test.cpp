@@ -8,9 +8,10 @@
 #include <set>
 
 #include "host/kafka/zrkafkaclient.h"
+#include "support/freeport.h"
 #include "support/kafkacluster.h"
 #include "support/logcapture.h"
-#include "support/mosquitto.h"  // Until, FreePort
+#include "support/mosquitto.h"  // Until
 
 namespace {
 
@@ -182,7 +183,7 @@ TEST_F(Cluster, LetsTheClientStopInABoundedTimeWhenItIsAway) {
 }
 
 TEST_F(Cluster, TellsATroubleOnce) {
-  settings.port = Mosquitto::FreePort();  // nobody is there
+  settings.port = FreePort();  // nobody is there
   Start();
   ASSERT_TRUE(IsToldSoon("Connection refused"));
   (void)::usleep(kAWhile * 1000);
@@ -236,7 +237,7 @@ TEST_F(Cluster, GetsTheSameInEachCompression) {
 TEST_F(Cluster, IsAskedByEachMechanismOfTheSettings) {
   settings.user = "me";
   settings.password = "secret";
-  settings.port = Mosquitto::FreePort();  // nobody is there
+  settings.port = FreePort();  // nobody is there
   for (const char* mechanism : {"PLAIN", "SCRAM-SHA-256", "SCRAM-SHA-512"}) {
     settings.mechanism = mechanism;
     Make();

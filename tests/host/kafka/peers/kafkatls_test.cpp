@@ -6,8 +6,9 @@
 #include <string>
 
 #include "host/kafka/zrkafkaclient.h"
+#include "support/freeport.h"
 #include "support/logcapture.h"
-#include "support/mosquitto.h"  // Until, FreePort
+#include "support/mosquitto.h"  // Until
 
 namespace {
 
@@ -15,7 +16,7 @@ class ClusterWithTls : public testing::Test {
  protected:
   ClusterWithTls() {
     settings.hosts = {"127.0.0.1"};
-    settings.port = Mosquitto::FreePort();
+    settings.port = FreePort();
     settings.clientId = "client of a test";
     settings.tls = true;
     settings.user = "me";
