@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstring>
 #include <utility>
+#include <vector>
 
 #include "host/driversupport/eventfile/zreventfileimplementation.h"
 #include "host/driversupport/eventfile/zreventfilesync.h"
@@ -14,6 +15,7 @@ namespace {
 
 constexpr std::uint32_t kLockWait = 10;  // ms
 constexpr int kMostTornFiles = 10'000;
+constexpr std::size_t kPiece = 65536;  // bytes that are moved at once
 
 bool IsSame(double a, double b) {
   return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
@@ -61,7 +63,8 @@ std::shared_ptr<const ZREventFileHandle> ZREventFile::CImplementation::OpenRoot(
   return ZREventFileSync::Get().OpenRoot(*files, path.Root(), false);
 }
 
-// Moves them into a file of their own.
+// Moves them into a file of their own. What is cut off a file may come back with a power cut, and
+// complete what later records haven't overwritten yet: so zeros take its place for good before.
 bool ZREventFile::CImplementation::SetAside() {
   const auto root = OpenRoot();
   const ZREventFileHandle month =
@@ -77,7 +80,7 @@ bool ZREventFile::CImplementation::SetAside() {
     if (torn.IsOpen() && !isAside) (void)files->Remove(month.Get(), name.c_str());
     errno = error;
   }
-  if (!isAside || !files->Truncate(file.Get(), tail.end)) {
+  if (!isAside || !Blank() || !SyncFile() || !files->Truncate(file.Get(), tail.end)) {
     Tell(ZREventFileTrouble::kWrite, errno);
     return false;
   }
@@ -98,8 +101,17 @@ ZREventFileHandle ZREventFile::CImplementation::NewTornFile(const ZREventFileHan
   return {};
 }
 
+// Writes zeros over the bytes behind the last whole record.
+bool ZREventFile::CImplementation::Blank() {
+  const std::vector<unsigned char> zeros(std::min<std::uint64_t>(kPiece, tail.size - tail.end));
+  for (std::uint64_t at = tail.end; at < tail.size; at += zeros.size()) {
+    const std::size_t count = std::min<std::uint64_t>(zeros.size(), tail.size - at);
+    if (!file.Write(zeros.data(), count, at)) return false;
+  }
+  return true;
+}
+
 bool ZREventFile::CImplementation::CopyTorn(const ZREventFileHandle& to) {
-  constexpr std::size_t kPiece = 65536;
   const auto piece = std::make_unique_for_overwrite<unsigned char[]>(kPiece);
   for (std::uint64_t at = tail.end; at < tail.size;) {
     const std::size_t wanted = std::min<std::uint64_t>(kPiece, tail.size - at);

@@ -112,6 +112,7 @@ class ZREventFile::CImplementation {
   [[nodiscard]] bool SetAside();
   [[nodiscard]] ZREventFileHandle NewTornFile(const ZREventFileHandle& month, std::string& name);
   [[nodiscard]] bool CopyTorn(const ZREventFileHandle& to);
+  [[nodiscard]] bool Blank();
   [[nodiscard]] bool WriteBehind(Layout::tagRecord& record);
   [[nodiscard]] bool WriteOver();
   [[nodiscard]] bool MakeDurable();

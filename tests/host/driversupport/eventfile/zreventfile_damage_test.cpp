@@ -122,6 +122,44 @@ TEST_F(EventFileDamage, WithoutAPlaceForTornBytesNothingIsCutOrAppended) {
   }
 }
 
+// The old record would stand, whole again, where the new one has left room for it.
+TEST_F(EventFileDamage, WhatWasSetAsideDoesNotComeBackWithAPowerCut) {
+  ASSERT_TRUE(Save(path, {0, Date(0), 1, ""}));
+  ASSERT_TRUE(Save(path, {1, Date(1), 1, std::string(1000, 'x')}));
+  ASSERT_TRUE(Save(path, {2, Date(2), 1, ""}));
+  original = folder.Bytes();
+  constexpr std::size_t kSpoiledByte = Layout::kHead + Layout::kSmallestRecord + 20;
+  original[kSpoiledByte] ^= 1;
+  original.resize(original.size() - 3);  // zeros
+  for (std::uint64_t seed = 1; seed <= 300; ++seed) {
+    folder.disk.Reset(seed);
+    Put(original);
+    ZREventFileSync::Get().SetDurability(ZRDurability::kOff);
+    ASSERT_TRUE(Save(path, {3, Date(3), 1, ""}));
+    ASSERT_TRUE(Save(path, {4, Date(4), 1, std::string(3000, 'x')}));
+    folder.disk.PowerCut();
+    for (const tagTransition& found : Load(path))
+      ASSERT_NE(found.occurrence, 2u) << "seed " << seed;
+  }
+}
+
+TEST_F(EventFileDamage, AFailureWhileTornBytesAreBlankedIsTriedAgain) {
+  Make(2);
+  const std::vector<tagTransition> before = all;
+  original.resize(original.size() + 40, 0xAB);
+  const tagTransition next{7, Date(7), 2, ""};
+  for (const auto call : {ZRCrashingDisk::tagCall::kSync, ZRCrashingDisk::tagCall::kWrite}) {
+    folder.disk.Reset(1);
+    Put(original);
+    folder.disk.Fail(call, 2, EIO);
+    EXPECT_FALSE(Save(path, next));
+    EXPECT_EQ(folder.Bytes().size(), original.size()) << "not cut";
+    EXPECT_EQ(folder.Bytes(std::string(DataFolder::kFile) + ".torn-1"), tagBytes(40, 0xAB));
+    EXPECT_TRUE(Save(path, next));
+    EXPECT_EQ(Load(path), (std::vector{before[0], before[1], next}));
+  }
+}
+
 TEST_F(EventFileDamage, AHeadThatIsNotKnownIsRefusedAndNothingIsTouched) {
   Make(2);
   struct tagCase {
