@@ -58,6 +58,7 @@ const unsigned char* ZREventFileBlocks::Begin(const ZREventFileHandle& toRead, s
 
 bool ZREventFileBlocks::FindLast(tagWhole& last) {
   last = {};
+  failed = false;
   for (std::uint64_t block = Blocks(); block-- > 0;) {
     if (!Load(block)) return false;
     if (offsets.empty()) continue;
@@ -70,6 +71,7 @@ bool ZREventFileBlocks::FindLast(tagWhole& last) {
 }
 
 int ZREventFileBlocks::FirstAtOrAfter(double date) {
+  failed = false;
   const tagBetween between = Search([&](const tagKey& key) { return key.highest < date; });
   if (between.before && Load(between.before->block)) {
     for (std::size_t i = 0; i < offsets.size(); ++i) {
@@ -77,11 +79,13 @@ int ZREventFileBlocks::FirstAtOrAfter(double date) {
         return static_cast<int>(first + i);
     }
   }
+  if (failed) return between.before ? static_cast<int>(between.before->index) : 0;
   return between.after ? static_cast<int>(between.after->index) : -1;
 }
 
 bool ZREventFileBlocks::ReadAll(tagSum& sum) {
   sum = {};
+  failed = false;
   for (std::uint64_t block = 0; block < Blocks(); block = next) {
     if (!Load(block)) return false;
     std::size_t at = block == 0 ? Layout::kHead : 0;
@@ -122,8 +126,10 @@ bool ZREventFileBlocks::Load(std::uint64_t block) {
   const std::size_t wanted = std::min(end - start, kBlock);
   MakeRoom(wanted);
   const std::int64_t got = file->Read(buffer.get(), wanted, start);
-  failed = got < 0;
-  if (failed) return false;
+  if (got < 0) {
+    failed = true;
+    return false;
+  }
   loaded = block;
   next = block + 1;
   bytes = static_cast<std::size_t>(got);
@@ -144,8 +150,8 @@ bool ZREventFileBlocks::LoadLong(std::uint64_t start, std::size_t length) {
     std::copy_n(block.get(), bytes, buffer.get());
   }
   const std::int64_t got = file->Read(buffer.get() + bytes, length - bytes, start + bytes);
-  failed = got < 0;
-  if (failed) {
+  if (got < 0) {
+    failed = true;
     Forget();
     return true;
   }
@@ -260,7 +266,8 @@ bool ZREventFileBlocks::IsInNeighbour(int index) {
   return false;
 }
 
-// The key of that block, or of the first one behind it and before `limit` that has one.
+// The key of that block, or of the first one behind it and before `limit` that has one; none if
+// one can't be read.
 std::optional<ZREventFileBlocks::tagKey> ZREventFileBlocks::Key(std::uint64_t block,
                                                                 std::uint64_t limit) {
   for (; block < limit; ++block) {
@@ -268,6 +275,7 @@ std::optional<ZREventFileBlocks::tagKey> ZREventFileBlocks::Key(std::uint64_t bl
     if (key) return key;
     if (Load(block) && !offsets.empty())
       return tagKey{block, first, Layout::Highest(buffer.get() + offsets.front())};
+    if (failed) break;
   }
   return std::nullopt;
 }
@@ -291,7 +299,7 @@ ZREventFileBlocks::tagBetween ZREventFileBlocks::Search(IsBefore isBefore) {
   tagBetween between;
   std::uint64_t low = 0;
   std::uint64_t high = Blocks();
-  while (low < high) {
+  while (low < high && !failed) {
     const std::uint64_t middle = low + (high - low) / 2;
     const std::optional<tagKey> key = Key(middle, high);
     if (key && isBefore(*key)) {

@@ -45,7 +45,9 @@ class ZREventFileBlocks {
     const auto place = static_cast<std::uint32_t>(index) - first;
     if (place >= offsets.size()) return Elsewhere(index);
     const std::uint32_t offset = offsets[place];
-    return offset != kNowhere ? buffer.get() + offset : nullptr;
+    if (offset != kNowhere) return buffer.get() + offset;
+    failed = false;
+    return nullptr;
   }
 
   // Whether Record finds it without touching the ones that it gave before.
@@ -58,7 +60,8 @@ class ZREventFileBlocks {
     return loaded * kBlock + static_cast<std::uint64_t>(record - buffer.get());
   }
 
-  // The index of the first whole record with a highest date at or after that one; -1 for none.
+  // The index of the first whole record with a highest date at or after that one; -1 for none. If
+  // a block can't be read, one that comes before it.
   [[nodiscard]] int FirstAtOrAfter(double date);
 
   // Walks through all blocks: the whole records of each, and the bytes other than zero that belong
@@ -111,7 +114,7 @@ class ZREventFileBlocks {
   std::uint32_t seed = 0;
   std::uint64_t end = 0;
   int count = 0;
-  bool failed = false;
+  bool failed = false;  // a read, since the begin of the call
 
   std::unique_ptr<unsigned char[]> buffer;
   std::size_t room = 0;
