@@ -26,6 +26,7 @@ class ZREventDriverGroup;
 class ZREventFile;
 class ZREventList;
 class ZREventLoggerData;
+class ZRLoggerIntake;
 class ZRTimeTable;
 class ZRXmlWriter;
 
@@ -275,8 +276,10 @@ class ZREVENTS_API ZREventDriver {
 
   // --- history ---
   [[nodiscard]] static bool Write(tagSEventRT& transition);
-  bool Load(ZREventFile& file, ZREventLoggerData& data, const ZRDateTime& from,
-            const ZRDateTime& to, const wchar_t* fileName);
+  bool Load(ZREventFile& file, ZRLoggerIntake& intake, const ZRDateTime& from,
+            const ZRDateTime& to);
+  bool Load(ZREventFile& file, ZRLoggerIntake& intake, const ZRDateTime& from, const ZRDateTime& to,
+            const wchar_t* fileName);
   bool LoadIncomplete(ZREventFile& file, ZREventLoggerData& data, const ZRDateTime& from,
                       const wchar_t* fileName, std::list<uuid>& incomplete);
   void LoadBehind(ZREventFile& file, ZREventLoggerData& data, const ZRDateTime& to,

@@ -1,4 +1,5 @@
 #include "zrevents/history/zreventloggerdata.h"
+#include "zrevents/history/zrloggerintake.h"
 
 #include <gtest/gtest.h>
 
@@ -442,7 +443,8 @@ class LoggerProperty : public ::testing::TestWithParam<int> {
   }
   void Intake() {
     const uuid of = Event(event);
-    CRecordGroup::CIntake intake(group, of, true);
+    ZRLoggerIntake intake(group, of, true, ZRLoggerIntake::tagWay::kLookForAll);
+    const ZRLoggerIntake::tagPeriod always{ZRDateTime(), At(1e9)};
     for (unsigned left = Below(12); left > 0; --left) {
       std::deque<std::string> texts;
       std::vector<ZREventFile::tagFields> records;
@@ -452,8 +454,13 @@ class LoggerProperty : public ::testing::TestWithParam<int> {
         records.push_back({id, stored, static_cast<double>(value), texts.emplace_back(text)});
         (void)literal.Add({of, id, ZRDateTime(records.back().date), value, text, true});
       }
-      intake.Add(records);
+      ASSERT_TRUE(intake.Add(records, always));
     }
+    ASSERT_TRUE(intake.Finish());
+    std::multiset<uuid> ids;
+    for (const CDataRecord* record : intake.Incomplete())
+      ids.insert(record->RecordId());
+    ASSERT_EQ(ids, literal.Incomplete(of));
   }
   using tagSums = std::tuple<uuid, int, int, int, int, bool>;
   static std::vector<tagSums> Sums(const CRecordGroupTotalized& totals) {

@@ -11,6 +11,7 @@
 #include "zrevents/history/zreventloggerdata.h"
 #include "zrevents/history/zrhistorymonth.h"
 #include "zrevents/history/zrhistorypath.h"
+#include "zrevents/history/zrloggerintake.h"
 #include "zrevents/history/zrstep.h"
 #include "zrevents/zreventdriver.h"
 
@@ -62,36 +63,35 @@ class CInstant {
   bool isValid;
 };
 
-// Calls `visit(records)` for the readable records from `index` on whose date isn't before `begin`,
-// at most kMost at a time, while it gives true.
+// Calls `visit(records)` for the readable records from `index` on, at most kMost at a time, while
+// it gives true.
 template <std::size_t kMost, typename Visit>
-void ForEachPiece(ZREventFile& file, int index, const CInstant& begin, Visit visit) {
+void ForEachPiece(ZREventFile& file, int index, Visit visit) {
   std::array<tagFields, kMost> records;
-  while (const std::size_t count = file.ReadFrom(index, records.data(), records.size())) {
-    const auto end = records.begin() + static_cast<std::ptrdiff_t>(count);
-    const auto last = std::remove_if(
-        records.begin(), end, [&](const tagFields& each) { return begin.IsAfter(each.date); });
-    if (!visit(std::span<const tagFields>(records.begin(), last))) return;
-  }
+  while (const std::size_t count = file.ReadFrom(index, records.data(), records.size()))
+    if (!visit(std::span<const tagFields>(records.data(), count))) return;
 }
 
-// The same from the first record on whose date isn't before `from`.
+// The same from the first record on whose date isn't before `from`. Later ones may be.
 template <typename Visit>
 void ForEachPieceFrom(ZREventFile& file, const ZRDateTime& from, Visit visit) {
   const int index = file.SearchByTime(from, kFirstAtOrAfter);
   if (index < 0) return;
   if (static_cast<std::size_t>(file.numRecords - index) <= kFewAtOnce) {
-    ForEachPiece<kFewAtOnce>(file, index, CInstant(from), visit);
+    ForEachPiece<kFewAtOnce>(file, index, visit);
   } else {
-    ForEachPiece<kAtOnce>(file, index, CInstant(from), visit);
+    ForEachPiece<kAtOnce>(file, index, visit);
   }
 }
 
-// The same with `visit(record)` for each.
+// The same with `visit(record)` for each whose date isn't before `from`.
 template <typename Visit>
 void ForEachFrom(ZREventFile& file, const ZRDateTime& from, Visit visit) {
+  const CInstant begin(from);
   ForEachPieceFrom(file, from, [&](std::span<const tagFields> records) {
-    return std::all_of(records.begin(), records.end(), visit);
+    return std::all_of(records.begin(), records.end(), [&](const tagFields& each) {
+      return begin.IsAfter(each.date) || visit(each);
+    });
   });
 }
 
@@ -185,18 +185,37 @@ void AppendRecord(ZRString& xml, const tagFields& record) {
 
 bool ZREventDriver::Load(ZREventLoggerData& data, const ZRDateTime& from, const ZRDateTime& to,
                          bool searchBefore) {
-  if (searchBefore) (void)SearchActivationBeforePeriod(data, from);
-  ZREventFile& file = data.Reader();
+  using tagWay = ZRLoggerIntake::tagWay;
+  std::list<uuid> incomplete;
+  bool isAnyLoaded = false;
+  const auto load = [&](tagWay way) {
+    if (searchBefore) (void)SearchActivationBeforePeriod(data, from);
+    ZRLoggerIntake intake(data.RecordGroup(), id, notify, way);
+    isAnyLoaded = Load(data.Reader(), intake, from, to);
+    if (!intake.Finish()) return false;
+    for (const auto* occurrence : intake.Incomplete())
+      incomplete.push_back(occurrence->RecordId());
+    return true;
+  };
+  if (!data.RecordGroup().IsNew()) {
+    (void)load(tagWay::kLookForAll);
+  } else if (!load(tagWay::kTrustOrder)) {
+    data.RecordGroup().Reset();
+    (void)load(tagWay::kLookForAll);
+  }
+  LoadBehind(data.Reader(), data, to, incomplete);
+  return isAnyLoaded;
+}
+
+// The files of all months.
+bool ZREventDriver::Load(ZREventFile& file, ZRLoggerIntake& intake, const ZRDateTime& from,
+                         const ZRDateTime& to) {
   ZREventPath path;
   bool isAnyLoaded = false;
   ForEachMonth(from, to, [&](const ZRDateTime& month) {
     EventFileName(path.data(), kEventPathSize, month, kEventHistory);
-    isAnyLoaded = Load(file, data, from, to, path.data()) || isAnyLoaded;
+    isAnyLoaded = Load(file, intake, from, to, path.data()) || isAnyLoaded;
   });
-  std::list<uuid> incomplete;
-  for (const auto* occurrence : data.RecordGroup().IncompleteOf(id))
-    incomplete.push_back(occurrence->RecordId());
-  LoadBehind(file, data, to, incomplete);
   return isAnyLoaded;
 }
 
@@ -216,23 +235,19 @@ void ZREventDriver::LoadBehind(ZREventFile& file, ZREventLoggerData& data, const
 bool ZREventDriver::Load(ZREventLoggerData& data, const ZRDateTime& from, const ZRDateTime& to,
                          const wchar_t* fileName) {
   ZREventFile file(true);
-  return Load(file, data, from, to, fileName);
+  ZRLoggerIntake intake(data.RecordGroup(), id, notify, ZRLoggerIntake::tagWay::kLookForAll);
+  const bool isLoaded = Load(file, intake, from, to, fileName);
+  return intake.Finish() && isLoaded;
 }
 
-bool ZREventDriver::Load(ZREventFile& file, ZREventLoggerData& data, const ZRDateTime& from,
+bool ZREventDriver::Load(ZREventFile& file, ZRLoggerIntake& intake, const ZRDateTime& from,
                          const ZRDateTime& to, const wchar_t* fileName) {
   const ZRMutexLock lock(fileMutex);
   if (!file.Open(fileName, true)) return false;
   const CClosing closing(file);
-  ZREventLoggerData::CRecordGroup::CIntake intake(data.RecordGroup(), id, notify);
-  const CInstant end(to);
-  ForEachPieceFrom(file, from, [&](std::span<const tagFields> records) {
-    const auto behind = std::find_if(records.begin(), records.end(), [&](const tagFields& each) {
-      return !end.IsAfter(each.date);
-    });
-    intake.Add({records.begin(), behind});
-    return behind == records.end();
-  });
+  const ZRLoggerIntake::tagPeriod period{from, to};
+  ForEachPieceFrom(file, from,
+                   [&](std::span<const tagFields> records) { return intake.Add(records, period); });
   return true;
 }
 

@@ -132,6 +132,7 @@ class ZREVENTS_API ZREventLoggerData::CDataRecord {
  private:
   friend class CRecordGroup;
   friend class CRecordGroupTotalized;
+  friend class ZRLoggerIntake;
   friend class ZRLoggerStore;
   // What the records of one event share.
   struct tagEvent {
@@ -185,6 +186,9 @@ class ZREVENTS_API ZREventLoggerData::CRecordGroup {
   void Initialize(const ZREventLoggerInfo* toAsk);
   void Reset();
 
+  // It has no record, and shares none with another one.
+  [[nodiscard]] bool IsNew() const;
+
   // Good until the next AddRecord, Initialize or Reset.
   [[nodiscard]] const_iterator Begin() const {
     Settle();
@@ -204,13 +208,13 @@ class ZREVENTS_API ZREventLoggerData::CRecordGroup {
                          const ZRBasicString<char>& reserved1, const ZRBasicString<char>& reserved2,
                          bool notify);
   CDataRecord* AddStep(const tagStep& step);
-  class CIntake;
 
   // The records of one event that are incomplete, each once, in the order of their adding.
   [[nodiscard]] std::vector<const CDataRecord*> IncompleteOf(const uuid& eventId) const;
 
  private:
   friend class CRecordGroupTotalized;
+  friend class ZRLoggerIntake;
   // Records of one event that were added one behind the other, by their numbers in the store.
   struct tagRun {
     std::uint32_t first;
@@ -228,8 +232,14 @@ class ZREVENTS_API ZREventLoggerData::CRecordGroup {
   };
   CDataRecord& Make(const CDataRecord::tagEvent& event, const tagTransition& activation,
                     bool notify);
+  // The same without an entry in the index.
+  CDataRecord& MakeApart(const CDataRecord::tagEvent& event, const tagTransition& activation,
+                         bool notify);
   // Puts a later step into the record of its activation; null if it doesn't belong there.
   CDataRecord* Put(const tagTransition& step, int value);
+  [[nodiscard]] static bool IsLater(int value);
+  [[nodiscard]] static bool PutInto(CDataRecord& record, const ZRDateTime& date, int value,
+                                    CDataRecord::tagText annotation);
   void Extend(const CDataRecord& record, std::uint32_t number);
   void BeginRun(std::uint32_t number);
   void Remember(std::uint32_t place);
@@ -242,13 +252,15 @@ class ZREVENTS_API ZREventLoggerData::CRecordGroup {
   void Merge() const;
   template <typename Visit>
   void ForEachWaiting(Visit visit) const;
-  [[nodiscard]] std::uint32_t Find(const uuid& recordId) const;
+  [[nodiscard]] std::uint32_t Find(const uuid& recordId);
+  void Index();
   [[nodiscard]] const uuid& RecordIdOf(std::uint32_t number) const;
   [[nodiscard]] const uuid& EventIdOf(std::uint32_t run) const;
 
   const ZREventLoggerInfo* info;
   std::shared_ptr<ZRLoggerStore> store;
-  ZRUuidTable index;  // numbers of records
+  ZRUuidTable index;             // numbers of records,
+  std::uint32_t notIndexed = 0;  // of which those before this one may be missing
   std::vector<tagRun> runs;
   ZRUuidTable lastRuns;                             // of each event, places in `runs`
   const CDataRecord::tagEvent* runEvent = nullptr;  // of the last run
@@ -263,24 +275,6 @@ class ZREVENTS_API ZREventLoggerData::CRecordGroup {
   mutable std::uint64_t latest = 0;
   bool literal = false;         // after an Initialize of a group with records
   std::size_t cursor = kAtEnd;  // the last insertion, while `literal`
-};
-
-// Adds many steps of one event, whose results nobody needs. What they will touch is asked for
-// first, so that it is on its way from the memory when it is their turn.
-//
-// Owns      nothing.
-class ZREVENTS_HIDDEN ZREventLoggerData::CRecordGroup::CIntake {
- public:
-  CIntake(CRecordGroup& toFill, const uuid& event, bool isNotified)
-      : group(toFill), eventId(event), notify(isNotified) {}
-
-  // Adds records of a data file, one behind the other.
-  void Add(std::span<const ZREventFile::tagFields> toAdd);
-
- private:
-  CRecordGroup& group;
-  const uuid& eventId;
-  const bool notify;
 };
 
 // Sums of one event.

@@ -2,23 +2,19 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include "zrevents/history/zreventloggerdata.h"
 #include "zrevents/history/zrloggerstore.h"
+#include "zrevents/history/zrrecordgroup.h"
 #include "zrevents/history/zrrecordorder.h"
-#include "zrevents/history/zrstep.h"
-#include "zrevents/zreventstatus.h"
 
 using CDataRecord = ZREventLoggerData::CDataRecord;
 using CRecordGroup = ZREventLoggerData::CRecordGroup;
 
 namespace {
 
-constexpr std::size_t kAhead = 24;  // records whose places in memory are on their way
-
-std::uint32_t SecondsBetween(const ZRDateTime& from, const ZRDateTime& to) {
-  return static_cast<std::uint32_t>((to - from).TotalSeconds());
-}
+constexpr std::uint32_t kAhead = 24;  // records whose places in memory are on their way
 
 }  // namespace
 
@@ -43,6 +39,7 @@ CRecordGroup& CRecordGroup::operator=(const CRecordGroup& other) {
   literal = other.literal;
   cursor = other.cursor;
   index.Clear();
+  notIndexed = 0;
   lastRuns.Clear();
   for (std::uint32_t place = 0; place < runs.size(); ++place)
     Remember(place);
@@ -63,12 +60,26 @@ void CRecordGroup::Remember(std::uint32_t place) {
     (void)index.FindOrAdd(RecordIdOf(number), number, recordIdOf);
 }
 
+// Enters the records that aren't in the index yet.
+void CRecordGroup::Index() {
+  const auto idOf = [this](std::uint32_t i) -> const uuid& { return RecordIdOf(i); };
+  const std::uint32_t end = std::exchange(notIndexed, 0);
+  for (std::uint32_t number = 0; number != end; ++number) {
+    if (number + kAhead < end) index.Prefetch(RecordIdOf(number + kAhead));
+    (void)index.FindOrAdd(RecordIdOf(number), number, idOf);
+  }
+}
+
 void CRecordGroup::Initialize(const ZREventLoggerInfo* toAsk) {
   info = toAsk;
   Settle();
   if (records.empty()) return;
   literal = true;
   cursor = kAtEnd;
+}
+
+bool CRecordGroup::IsNew() const {
+  return store->Made() == 0;
 }
 
 void CRecordGroup::Reset() {
@@ -90,62 +101,12 @@ CDataRecord* CRecordGroup::AddStep(const tagStep& step) {
   return &Make(store->EventOf(step.eventId), transition, step.notify);
 }
 
-inline CDataRecord& CRecordGroup::Make(const CDataRecord::tagEvent& event,
-                                       const tagTransition& activation, bool notify) {
-  const std::uint32_t number = store->Made();
-  CDataRecord& record = store->Make(event, activation.recordId, activation.date);
-  record.annotation = store->Keep(activation.annotation);
-  record.notify = notify;
-  Extend(record, number);
-  if (literal) InsertFromCursor(&record);
-  (void)index.FindOrAdd(activation.recordId, number,
-                        [this](std::uint32_t i) -> const uuid& { return RecordIdOf(i); });
-  return record;
-}
-
-inline CDataRecord* CRecordGroup::Put(const tagTransition& step, int value) {
-  const bool isDeactivation = value == kDeactivated;
-  if (!isDeactivation && value != kAcknowledged) return nullptr;
+CDataRecord* CRecordGroup::Put(const tagTransition& step, int value) {
+  if (!IsLater(value)) return nullptr;
   const std::uint32_t number = Find(step.recordId);
   if (number == kNone) return nullptr;
   CDataRecord& record = store->At(number);
-  if (!isDeactivation && !record.time.Valid()) return nullptr;
-  (isDeactivation ? record.deaAnnotation : record.ackAnnotation) = store->Keep(step.annotation);
-  (isDeactivation ? record.disableOffset : record.ackOffset) =
-      SecondsBetween(record.time, step.date);
-  return &record;
-}
-
-void CRecordGroup::CIntake::Add(std::span<const ZREventFile::tagFields> toAdd) {
-  for (const ZREventFile::tagFields& record : toAdd.first(std::min(kAhead, toAdd.size())))
-    group.index.Prefetch(record.id);
-  const CDataRecord::tagEvent* event = nullptr;
-  for (std::size_t i = 0; i < toAdd.size(); ++i) {
-    if (i + kAhead < toAdd.size()) group.index.Prefetch(toAdd[i + kAhead].id);
-    const ZREventFile::tagFields& record = toAdd[i];
-    const ZRDateTime date(record.date);
-    const int value = StepOf(record.value);
-    if (value != kActivated) {
-      (void)group.Put({record.id, date, record.annotation}, value);
-      continue;
-    }
-    if (event == nullptr) event = &group.store->EventOf(eventId);
-    (void)group.Make(*event, {record.id, date, record.annotation}, notify);
-  }
-}
-
-void CRecordGroup::Extend(const CDataRecord& record, std::uint32_t number) {
-  const bool goesOn = !runs.empty() && runs.back().end == number && runEvent == record.event;
-  if (goesOn) {
-    ++runs.back().end;
-  } else {
-    BeginRun(number);
-    runEvent = record.event;
-  }
-  const std::uint64_t key = TimeKey(record.time);
-  isAscending = isAscending && latest < key;
-  latest = key;
-  ++waiting;
+  return PutInto(record, step.date, value, store->Keep(step.annotation)) ? &record : nullptr;
 }
 
 void CRecordGroup::BeginRun(std::uint32_t number) {
@@ -171,18 +132,6 @@ void CRecordGroup::InsertFromCursor(CDataRecord* record) {
   waiting = 0;
   waitingRun = runs.size() - 1;
   waitingNumber = runs.back().end;
-}
-
-std::uint32_t CRecordGroup::Find(const uuid& recordId) const {
-  return index.Find(recordId, [this](std::uint32_t i) -> const uuid& { return RecordIdOf(i); });
-}
-
-const uuid& CRecordGroup::RecordIdOf(std::uint32_t number) const {
-  return store->At(number).recordId;
-}
-
-const uuid& CRecordGroup::EventIdOf(std::uint32_t run) const {
-  return store->At(runs[run].first).EventId();
 }
 
 std::vector<const CDataRecord*> CRecordGroup::IncompleteOf(const uuid& eventId) const {
