@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -18,6 +19,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -229,6 +231,8 @@ class CMonth {
       database.Insert(ids[static_cast<std::size_t>(each.event)], each.record);
     database.Run("COMMIT");
     database.Run("PRAGMA wal_checkpoint(TRUNCATE)");
+    // Files that have just changed are read anew each time.
+    std::this_thread::sleep_for(std::chrono::milliseconds(2100));
   }
 
   static CMonth& Of(int events, int recordsOfEach) {
@@ -335,6 +339,12 @@ tagFound AskFiles(CMonth& month, const ZREventLoggerInfo& info, const tagPeriod&
   data.Setup(info);
   (void)data.SelectData(period.from, period.to, false);
   return Walk(data);
+}
+// The same by a process that hasn't asked before.
+tagFound AskFilesAnew(CMonth& month, const ZREventLoggerInfo& info, const tagPeriod& period) {
+  ZREventFileSync::Get().Stop();
+  ZREventFileSync::Get().Start();
+  return AskFiles(month, info, period);
 }
 tagFound AskDatabase(CMonth& month, const ZREventLoggerInfo& info, const tagPeriod& period) {
   ZREventLoggerData data;
@@ -486,6 +496,7 @@ void RegisterQueries(const std::string& shape, int events, int recordsOfEach) {
     })->Unit(benchmark::kMillisecond);
   };
   query("ours", WholeMonth(), AskFiles);
+  query("ours, for the first time", WholeMonth(), AskFilesAnew);
   query("sqlite", WholeMonth(), AskDatabase);
   Register("month/" + shape + "/scan", [=](benchmark::State& state) {
     Scan(state, events, recordsOfEach);

@@ -47,7 +47,9 @@ The web server under load is measured by `scripts/benchmark-web`: [the web serve
 - **A month** of the history is asked for as the logger service asks: files that lie in the system's cache are read,
   checked, and put together into occurrences in their order. SQLite (WAL) has the same records in one table with an
   index on the time, in the order in which they happened, and its rows become occurrences by the same objects. A scan
-  reads every record of the files and makes nothing of it. The time is that of one record.
+  reads every record of the files and makes nothing of it. The time is that of one record. A month is asked for again
+  and again: files of up to 8 kB that haven't changed are looked at then, and not opened. What a process pays that
+  hasn't asked before has a column of its own.
 - **An append** opens the file, writes one record and closes it, as an event does; in SQLite it is one insert. Where it
   is synced the figure is the time that went by, the disk's included.
 """
@@ -212,7 +214,10 @@ def history_goals(r):
          lambda v: v >= 8),
         ("A month of 1,000 events, 1,000 records each: at least 2.5 times SQLite's speed", by(MONTHS[1]),
          "{:.1f} times", lambda v: v >= 2.5),
-        ("A month of 10,000 events, 8 records each: at most 1.5 times SQLite's time", slower(by(MONTHS[2])),
+        ("A month of 10,000 events, 8 records each, asked for again: at most 1.5 times SQLite's time",
+         slower(by(MONTHS[2])), "{:.1f} times", lambda v: v <= 1.5),
+        ("The same, asked for the first time",
+         ratio(r.record(MONTHS[2], "ours, for the first time"), r.record(MONTHS[2], "sqlite")),
          "{:.1f} times", lambda v: v <= 1.5),
         ("One hour out of 1,000,000 records: at most 2 ms", ratio(r.nanoseconds("hour/one event/ours"), 1e6),
          "{:.2f} ms", lambda v: v <= 2),
@@ -294,10 +299,13 @@ def services_table(r):
     return table(["Lists, services, actions", "each"], rows)
 
 
+MONTH_COLUMNS = ("ours", "ours, for the first time", "totals", "scan", "sqlite")
+
+
 def month_table(r):
-    rows = [[month] + [cell(r.record(month, who), "{:.0f}") for who in ("ours", "totals", "scan", "sqlite")]
+    rows = [[month] + [cell(r.record(month, who), "{:.0f}") for who in MONTH_COLUMNS]
             for month in MONTHS]
-    return table(["A month, for each record", "ours, ns", "totals, ns", "scan, ns", "SQLite, ns"], rows)
+    return table(["A month, for each record", "ours, ns", "for the first time, ns", "totals, ns", "scan, ns", "SQLite, ns"], rows)
 
 
 def append_table(r):

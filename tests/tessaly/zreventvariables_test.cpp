@@ -523,11 +523,11 @@ TEST_F(EventVariables, StopEndsTheReading) {
 // A disk on which a data file takes its time to be opened.
 class CSlowDisk final : public ZRSystemFileSystem {
  public:
-  [[nodiscard]] tagHandle OpenSized(tagHandle folder, const char* below,
-                                    std::int64_t& size) override {
+  [[nodiscard]] tagHandle OpenStamped(tagHandle folder, const char* below,
+                                      tagStamp& stamp) override {
     ++opened;
     ZRPlatform::Get().Sleep(wait);
-    return ZRSystemFileSystem::OpenSized(folder, below, size);
+    return ZRSystemFileSystem::OpenStamped(folder, below, stamp);
   }
 
   std::uint32_t wait = 0;  // ms

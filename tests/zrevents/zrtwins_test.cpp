@@ -26,11 +26,12 @@ TEST(Twins, AreNotAmongDifferentNumbers) {
 
 TEST(Twins, AreFoundWhereverTheyAre) {
   Chance chance(1);
-  for (const std::size_t count : {2u, 3u, 100u, 512u, 5000u, 30'000u}) {
+  for (const std::size_t others : {1u, 2u, 99u, 511u, 4999u, 29'999u}) {
+    const std::size_t count = others + 1;
     for (std::uint64_t seed = 1; seed <= 40; ++seed) {
       std::vector<std::uint64_t> numbers = Different(count, seed);
       const std::size_t one = chance.Below(count);
-      const std::size_t other = (one + 1 + chance.Below(count - 1)) % count;
+      const std::size_t other = (one + 1 + chance.Below(others)) % count;
       numbers[one] = numbers[other];
       ASSERT_TRUE(MayHaveTwins(numbers)) << one << " and " << other << " of " << count;
     }

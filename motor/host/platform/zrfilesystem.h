@@ -24,6 +24,21 @@ class ZRFileSystem {
     kCreate,  // read and write a new file; EEXIST if the name is taken
   };
 
+  // What tells that a file is still the one that it was, with the same bytes in it: who found a
+  // settled stamp before he read it, and finds the same again, needn't read it again.
+  struct tagStamp {
+    std::int64_t size = -1;  // bytes
+    std::uint64_t device = 0;
+    std::uint64_t number = 0;  // of the file on its device
+    std::int64_t changed = 0;  // nanoseconds since 1970, by the clock of the file system
+    bool isSettled = false;    // it hasn't changed for so long that the next change will show
+
+    [[nodiscard]] bool IsSame(const tagStamp& other) const {
+      return size == other.size && device == other.device && number == other.number &&
+             changed == other.changed;
+    }
+  };
+
   virtual ~ZRFileSystem() = default;
 
   // --- opening ---
@@ -35,13 +50,19 @@ class ZRFileSystem {
   // A new file is its owner's and its group's alone (0640).
   [[nodiscard]] virtual tagHandle OpenFile(tagHandle folder, const char* below,
                                            tagAccess access) = 0;
-  // Opens a file to read it, and tells its size; -1 if that fails. What isn't a regular file may
-  // fail as late as in the first Read.
-  [[nodiscard]] virtual tagHandle OpenSized(tagHandle folder, const char* below,
-                                            std::int64_t& size) {
+  // Opens a file to read it, and tells its size, -1 if that fails, and more where that is known.
+  [[nodiscard]] virtual tagHandle OpenStamped(tagHandle folder, const char* below,
+                                              tagStamp& stamp) {
     const tagHandle opened = OpenFile(folder, below, tagAccess::kRead);
-    size = opened == kNone ? -1 : Size(opened);
+    stamp = {};
+    if (opened != kNone) stamp.size = Size(opened);
     return opened;
+  }
+  // The stamp of a file directly in a folder. False also if it isn't a regular one, or if this
+  // system doesn't tell.
+  [[nodiscard]] virtual bool Stamp(tagHandle /*folder*/, const char* /*below*/,
+                                   tagStamp& /*stamp*/) {
+    return false;
   }
   // Opens a file for reading and writing, takes it as TryLock does, and tells its size then.
   [[nodiscard]] virtual tagHandle OpenAlone(tagHandle folder, const char* below, bool& isTaken,

@@ -4,6 +4,7 @@
 #include <linux/openat2.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -99,6 +100,30 @@ int OpenQuietly(int folder, const char* below, int flags) {
   return OpenBelow(folder, below, flags | kFileFlags);
 }
 
+// The system counts the time of a change in steps, which are far shorter than this.
+constexpr std::int64_t kSettling = 2'000'000'000;  // ns
+
+// False, with EINVAL, if it isn't a regular file.
+bool StampOf(int folder, const char* below, int flags, ZRFileSystem::tagStamp& stamp) {
+  constexpr std::int64_t kSecond = 1'000'000'000;  // ns
+  struct statx found {};
+  constexpr unsigned kWanted = STATX_TYPE | STATX_SIZE | STATX_INO | STATX_CTIME;
+  if (::statx(folder, below, flags, kWanted, &found) != 0) return false;
+  if (!S_ISREG(found.stx_mode)) {
+    errno = EINVAL;
+    return false;
+  }
+  struct timespec now {};
+  const bool isKnown =
+      (found.stx_mask & kWanted) == kWanted && ::clock_gettime(CLOCK_REALTIME_COARSE, &now) == 0;
+  stamp.size = static_cast<std::int64_t>(found.stx_size);
+  stamp.device = std::uint64_t{found.stx_dev_major} << 32 | found.stx_dev_minor;
+  stamp.number = found.stx_ino;
+  stamp.changed = found.stx_ctime.tv_sec * kSecond + found.stx_ctime.tv_nsec;
+  stamp.isSettled = isKnown && now.tv_sec * kSecond + now.tv_nsec - stamp.changed >= kSettling;
+  return true;
+}
+
 // Closes a file that is of no use; errno stays.
 int Closed(int handle) {
   const int error = errno;
@@ -138,12 +163,16 @@ ZRFileSystem::tagHandle ZRSystemFileSystem::OpenFile(tagHandle folder, const cha
   return handle == kNone || Size(handle) >= 0 ? handle : Closed(handle);
 }
 
-ZRFileSystem::tagHandle ZRSystemFileSystem::OpenSized(tagHandle folder, const char* below,
-                                                      std::int64_t& size) {
+ZRFileSystem::tagHandle ZRSystemFileSystem::OpenStamped(tagHandle folder, const char* below,
+                                                        tagStamp& stamp) {
+  stamp = {};
   const tagHandle handle = OpenQuietly(folder, below, O_RDONLY);
-  // The end of the file is found at less than half the cost of its size.
-  size = handle == kNone ? -1 : ::lseek(handle, 0, SEEK_END);
-  return handle == kNone || size >= 0 ? handle : Closed(handle);
+  return handle == kNone || StampOf(handle, "", AT_EMPTY_PATH, stamp) ? handle : Closed(handle);
+}
+
+bool ZRSystemFileSystem::Stamp(tagHandle folder, const char* below, tagStamp& stamp) {
+  stamp = {};
+  return IsOneName(below) && StampOf(folder, below, AT_SYMLINK_NOFOLLOW, stamp);
 }
 
 ZRFileSystem::tagHandle ZRSystemFileSystem::OpenAlone(tagHandle folder, const char* below,

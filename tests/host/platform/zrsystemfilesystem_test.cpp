@@ -67,7 +67,10 @@ class SystemFileSystem : public ::testing::Test {
 
   // As those that look after data files open them.
   [[nodiscard]] int SizedError(const char* below, std::int64_t& size) {
-    return Closed(files.OpenSized(folder, below, size));
+    ZRFileSystem::tagStamp stamp;
+    const int error = Closed(files.OpenStamped(folder, below, stamp));
+    size = stamp.size;
+    return error;
   }
   [[nodiscard]] int AloneError(const char* below, std::int64_t& size) {
     bool isTaken = false;
@@ -327,6 +330,45 @@ TEST_F(SystemFileSystem, OpensAFileAloneIfNobodyHasIt) {
 }
 
 // A file of somebody else can't be opened in that way; it is opened all the same.
+TEST_F(SystemFileSystem, AStampTellsAFileFromWhatItBecomes) {
+  WriteText("file", "text");
+  ZRFileSystem::tagStamp first, opened, later;
+  ASSERT_TRUE(files.Stamp(folder, "file", first));
+  EXPECT_EQ(4, first.size);
+  EXPECT_FALSE(first.isSettled) << "it has just been written";
+  const tagHandle file = files.OpenStamped(folder, "file", opened);
+  ASSERT_NE(kNone, file);
+  files.Close(file);
+  EXPECT_TRUE(opened.IsSame(first));
+  ASSERT_TRUE(files.Stamp(folder, "file", later));
+  EXPECT_TRUE(later.IsSame(first));
+  WriteText("file", "longer");
+  ASSERT_TRUE(files.Stamp(folder, "file", later));
+  EXPECT_FALSE(later.IsSame(first));
+  WriteText("other", "text");
+  fs::rename(path / "other", path / "file");
+  ASSERT_TRUE(files.Stamp(folder, "file", later));
+  EXPECT_EQ(4, later.size);
+  EXPECT_FALSE(later.IsSame(first));
+}
+
+TEST_F(SystemFileSystem, AFileThatHasNotChangedForLongIsSettled) {
+  ZRFileSystem::tagStamp stamp;
+  const tagHandle settings = files.OpenFolder("/etc");
+  ASSERT_TRUE(files.Stamp(settings, "passwd", stamp));
+  EXPECT_TRUE(stamp.isSettled);
+  files.Close(settings);
+}
+
+TEST_F(SystemFileSystem, OnlyAFileDirectlyInTheFolderHasAStamp) {
+  fs::create_directory(path / "below");
+  WriteText("below/file", "text");
+  fs::create_symlink("below/file", path / "link");
+  ZRFileSystem::tagStamp stamp;
+  for (const char* const refused : {"below", "below/file", "link", "none", "..", ""})
+    EXPECT_FALSE(files.Stamp(folder, refused, stamp)) << refused;
+}
+
 TEST_F(SystemFileSystem, ReadsFilesOfOthersToo) {
   if (::geteuid() != 0) GTEST_SKIP() << "needs another user";
   WriteText("file", "text");
@@ -339,7 +381,8 @@ TEST_F(SystemFileSystem, ReadsFilesOfOthersToo) {
     const bool isNobody = ::setresuid(kNobody, kNobody, kNobody) == 0;
     EXPECT_TRUE(isNobody);
     EXPECT_EQ(-1, ::openat(folder, "file", O_RDONLY | O_NOATIME));
-    EXPECT_NE(kNone, files.OpenSized(folder, "file", size));
+    ZRFileSystem::tagStamp stamp;
+    EXPECT_NE(kNone, files.OpenStamped(folder, "file", stamp));
     EXPECT_NE(kNone, files.OpenAlone(folder, "file", isTaken, size));
     EXPECT_TRUE(isTaken);
     ::_exit(HasFailure() ? 1 : 0);

@@ -49,10 +49,24 @@ const unsigned char* ZREventFileBlocks::Begin(const ZREventFileHandle& toRead, s
   Detach();
   MakeRoom(wanted);
   if (toRead.Read(buffer.get(), wanted, 0) != static_cast<std::int64_t>(wanted)) return nullptr;
+  return BeginWith(toRead, wanted);
+}
+
+const unsigned char* ZREventFileBlocks::Begin(const ZREventFileHandle& toRead,
+                                              std::string_view all) {
+  Detach();
+  MakeRoom(all.size());
+  std::copy(all.begin(), all.end(), buffer.get());
+  return BeginWith(toRead, all.size());
+}
+
+// With so many bytes in the buffer.
+const unsigned char* ZREventFileBlocks::BeginWith(const ZREventFileHandle& toRead,
+                                                  std::size_t read) {
   file = &toRead;
   loaded = 0;
   next = 1;
-  bytes = wanted;
+  bytes = read;
   return buffer.get();
 }
 

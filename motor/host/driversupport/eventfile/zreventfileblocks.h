@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 #include "host/driversupport/eventfile/zreventfilehandle.h"
@@ -36,6 +37,8 @@ class ZREventFileBlocks {
   // The first `wanted` bytes of the file, which stay loaded as its block 0; at most one block. Null
   // if they can't be read.
   [[nodiscard]] const unsigned char* Begin(const ZREventFileHandle& toRead, std::size_t wanted);
+  // The same with all bytes of the file, which isn't read.
+  [[nodiscard]] const unsigned char* Begin(const ZREventFileHandle& toRead, std::string_view all);
 
   // The last whole record. False if the file can't be read.
   [[nodiscard]] bool FindLast(tagWhole& last);
@@ -92,6 +95,7 @@ class ZREventFileBlocks {
     std::optional<tagKey> after;
   };
 
+  const unsigned char* BeginWith(const ZREventFileHandle& toRead, std::size_t read);
   void Forget();
   void MakeRoom(std::size_t wanted);
   [[nodiscard]] bool Load(std::uint64_t block);

@@ -20,6 +20,10 @@ void ZREventFileHandle::Close() {
 }
 
 std::int64_t ZREventFileHandle::Read(void* to, std::size_t count, std::uint64_t at) const {
+  if (!IsOpen()) {
+    errno = EBADF;
+    return -1;
+  }
   std::size_t done = 0;
   while (done < count) {
     const std::int64_t moved =

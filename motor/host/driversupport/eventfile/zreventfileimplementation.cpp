@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "host/driversupport/eventfile/zreventfilecopies.h"
 #include "host/driversupport/eventfile/zreventfilesync.h"
 #include "host/platform/zrplatform.h"
 
@@ -18,6 +19,7 @@ bool ZREventFile::CImplementation::Open(const wchar_t* toOpen, bool readOnly) {
   files = &ZRPlatform::Get().Files();
   isReadOnly = readOnly;
   if (!path.Set(toOpen)) return false;
+  if (readOnly && TakeCopy()) return true;
   // Who appends doesn't believe that a folder still isn't there.
   const auto isMissing = [&] { return readOnly && errno == ENOENT; };
   if (!OpenHandle(false) && (isMissing() || !OpenHandle(true))) {
@@ -36,7 +38,8 @@ bool ZREventFile::CImplementation::OpenCopy(const wchar_t* toOpen) {
   if (!path.SetCopy(toOpen)) return false;
   const ZREventFileHandle folder(*files, files->OpenFolder(path.Root()));
   if (!folder.IsOpen()) return false;
-  file = ZREventFileHandle(*files, files->OpenSized(folder.Get(), path.Name(), openedSize));
+  file = ZREventFileHandle(*files, files->OpenStamped(folder.Get(), path.Name(), opened));
+  opened.isSettled = false;
   return file.IsOpen() && Accept();
 }
 
@@ -75,8 +78,8 @@ bool ZREventFile::CImplementation::OpenHandle(bool anew) {
       ZREventFileSync::Get().OpenMonth(*files, path.Root(), path.YearAndMonthView(), anew);
   if (!month) return false;
   const auto handle = isReadOnly
-                          ? files->OpenSized(month->Get(), path.Name(), openedSize)
-                          : files->OpenAlone(month->Get(), path.Name(), isLocked, openedSize);
+                          ? files->OpenStamped(month->Get(), path.Name(), opened)
+                          : files->OpenAlone(month->Get(), path.Name(), isLocked, opened.size);
   file = ZREventFileHandle(*files, handle);
   return file.IsOpen();
 }
@@ -86,8 +89,8 @@ bool ZREventFile::CImplementation::OpenHandle(bool anew) {
 bool ZREventFile::CImplementation::Look() {
   reason = "";
   tail = {};
-  if (openedSize < 0) return false;
-  tail.size = static_cast<std::uint64_t>(openedSize);
+  if (opened.size < 0) return false;
+  tail.size = static_cast<std::uint64_t>(opened.size);
   if (tail.size < Layout::kHead || tail.size > Layout::kLargestFile) {
     reason = tail.size < Layout::kHead ? "shorter than its head" : "larger than a file can be";
     return false;
@@ -95,10 +98,33 @@ bool ZREventFile::CImplementation::Look() {
   return isReadOnly && tail.size <= Layout::kBlock ? LookAtSmall() : LookAtEnds();
 }
 
+// Takes the file as it was read before, if it hasn't changed.
+bool ZREventFile::CImplementation::TakeCopy() {
+  const auto copy = ZREventFileCopies::Get().Find(*files, path.Whole());
+  if (!copy) return false;
+  const auto month =
+      ZREventFileSync::Get().OpenMonth(*files, path.Root(), path.YearAndMonthView(), false);
+  if (!month || !files->Stamp(month->Get(), path.Name(), opened) || !opened.IsSame(copy->Stamp()))
+    return false;
+  reason = "";
+  tail = {};
+  tail.size = copy->Bytes().size();
+  return TakeSmall(blocks.Begin(file, copy->Bytes()));
+}
+
 // Reads a file of one block at once.
 bool ZREventFile::CImplementation::LookAtSmall() {
   const unsigned char* const bytes = blocks.Begin(file, tail.size);
-  if (bytes == nullptr || !TakeHead(bytes)) return false;
+  if (bytes == nullptr || !TakeSmall(bytes)) return false;
+  if (opened.isSettled) {
+    ZREventFileCopies::Get().Keep(*files, path.Whole(), opened,
+                                  {reinterpret_cast<const char*>(bytes), tail.size});
+  }
+  return true;
+}
+
+bool ZREventFile::CImplementation::TakeSmall(const unsigned char* bytes) {
+  if (!TakeHead(bytes)) return false;
   blocks.Attach(file, seed, tail.size);
   ZREventFileBlocks::tagWhole last;
   if (!blocks.FindLast(last)) return false;

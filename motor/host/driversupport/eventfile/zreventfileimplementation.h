@@ -96,9 +96,11 @@ class ZREventFile::CImplementation {
   };
 
   [[nodiscard]] bool OpenHandle(bool anew);
+  [[nodiscard]] bool TakeCopy();
   [[nodiscard]] bool Accept();
   [[nodiscard]] bool Look();
   [[nodiscard]] bool LookAtSmall();
+  [[nodiscard]] bool TakeSmall(const unsigned char* bytes);
   [[nodiscard]] bool LookAtEnds();
   [[nodiscard]] bool TakeHead(const unsigned char* bytes);
   [[nodiscard]] bool FindTail();
@@ -120,7 +122,7 @@ class ZREventFile::CImplementation {
   ZRFileSystem* files = nullptr;
   ZREventFilePath path;
   ZREventFileHandle file;
-  std::int64_t openedSize = 0;  // when it was opened
+  ZRFileSystem::tagStamp opened;  // when it was opened
   bool isReadOnly = true;
   bool isLocked = false;
   bool isSure = false;  // the tail was read under the lock, and nothing has failed since

@@ -22,6 +22,8 @@ class ZREventFilePath {
   [[nodiscard]] std::string YearAndMonth() const { return std::string(Below(), kNameAt - 1); }
   [[nodiscard]] std::string_view YearAndMonthView() const { return {Below(), kNameAt - 1}; }
   [[nodiscard]] ZRWString Wide() const;  // the whole path
+  // The same as one text that no other path has.
+  [[nodiscard]] std::string_view Whole() const { return text; }
   [[nodiscard]] std::string Month() const { return std::string(Below() + kYear + 1, kMonth); }
 
  private:

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/driversupport/eventfile/zreventfilecopies.h"
 #include "host/driversupport/eventfile/zreventfilehandle.h"
 #include "host/driversupport/eventfile/zreventfileimplementation.h"
 #include "host/driversupport/eventfile/zreventfiletroubles.h"
@@ -97,6 +98,7 @@ ZRDurability ZREventFileSync::Durability() const {
 void ZREventFileSync::Start() {
   Stop();
   const bool isStarted = state->thread.Start([this] { state->Run(); });
+  if (isStarted) ZREventFileCopies::Get().Begin();
   const ZRMutexLock lock(state->mutex);
   state->isRunning = isStarted;
   state->inSecond = 0;
@@ -104,6 +106,7 @@ void ZREventFileSync::Start() {
 }
 
 void ZREventFileSync::Stop() {
+  ZREventFileCopies::Get().End();
   {
     const ZRMutexLock lock(state->mutex);
     state->isStopping = true;

@@ -52,6 +52,25 @@ class EventFileBlocks : public testing::Test {
     }
   }
 
+  // True if a record is found at once; if it isn't, it is the disk's fault, and it is found then.
+  [[nodiscard]] bool FindsInTheEnd(std::uint32_t index) const {
+    ZREventFileBlocks blocks;
+    Attach(blocks);
+    const unsigned char* record = blocks.Record(static_cast<int>(index));
+    const bool isFound = record != nullptr;
+    if (!isFound) {
+      EXPECT_TRUE(blocks.CouldNotRead());
+      record = blocks.Record(static_cast<int>(index));
+    }
+    EXPECT_TRUE(record != nullptr && Layout::Index(record) == index);
+    return isFound;
+  }
+  [[nodiscard]] int FirstFrom(int index) const {
+    ZREventFileBlocks blocks;
+    Attach(blocks);
+    return blocks.FirstAtOrAfter(all[static_cast<std::size_t>(index)].date);
+  }
+
   DataFolder folder;
   std::vector<tagTransition> all;
   std::uint64_t size = 0;
@@ -63,20 +82,7 @@ TEST_F(EventFileBlocks, WhatCannotBeReadIsNotTakenForGone) {
   for (std::uint32_t index = 0; index < all.size(); ++index) {
     SCOPED_TRACE("record " + std::to_string(index));
     int failures = 0;
-    FailEachRead([&] {
-      ZREventFileBlocks blocks;
-      Attach(blocks);
-      const unsigned char* const record = blocks.Record(static_cast<int>(index));
-      if (record != nullptr) {
-        ASSERT_EQ(Layout::Index(record), index);
-        return;
-      }
-      ++failures;
-      ASSERT_TRUE(blocks.CouldNotRead());
-      const unsigned char* const again = blocks.Record(static_cast<int>(index));
-      ASSERT_NE(again, nullptr);
-      ASSERT_EQ(Layout::Index(again), index);
-    });
+    FailEachRead([&] { failures += FindsInTheEnd(index) ? 0 : 1; });
     EXPECT_GT(failures, 0);
   }
 }
@@ -84,17 +90,12 @@ TEST_F(EventFileBlocks, WhatCannotBeReadIsNotTakenForGone) {
 TEST_F(EventFileBlocks, ADateIsNeverFoundBehindItsRecordWhenReadingFails) {
   for (int index = 0; index < static_cast<int>(all.size()); ++index) {
     SCOPED_TRACE("record " + std::to_string(index));
-    const double date = all[static_cast<std::size_t>(index)].date;
     FailEachRead([&] {
-      ZREventFileBlocks blocks;
-      Attach(blocks);
-      const int found = blocks.FirstAtOrAfter(date);
-      ASSERT_GE(found, 0);
-      ASSERT_LE(found, index);
+      const int found = FirstFrom(index);
+      EXPECT_GE(found, 0);
+      EXPECT_LE(found, index);
     });
-    ZREventFileBlocks blocks;
-    Attach(blocks);
-    EXPECT_EQ(blocks.FirstAtOrAfter(date), index);
+    EXPECT_EQ(FirstFrom(index), index);
   }
 }
 
