@@ -305,7 +305,8 @@ MONTH_COLUMNS = ("ours", "ours, for the first time", "totals", "scan", "sqlite")
 def month_table(r):
     rows = [[month] + [cell(r.record(month, who), "{:.0f}") for who in MONTH_COLUMNS]
             for month in MONTHS]
-    return table(["A month, for each record", "ours, ns", "for the first time, ns", "totals, ns", "scan, ns", "SQLite, ns"], rows)
+    return table(["A month, for each record", "ours, ns", "for the first time, ns", "totals, ns", "scan, ns",
+                  "SQLite, ns"], rows)
 
 
 def append_table(r):

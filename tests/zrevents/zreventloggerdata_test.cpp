@@ -1,5 +1,4 @@
 #include "zrevents/history/zreventloggerdata.h"
-#include "zrevents/history/zrloggerintake.h"
 
 #include <gtest/gtest.h>
 
@@ -17,6 +16,7 @@
 #include <vector>
 
 #include "support/text.h"
+#include "zrevents/history/zrloggerintake.h"
 #include "zrevents/zreventstatus.h"
 
 namespace {

@@ -29,13 +29,14 @@ class ZRFileSystem {
   struct tagStamp {
     std::int64_t size = -1;  // bytes
     std::uint64_t device = 0;
-    std::uint64_t number = 0;  // of the file on its device
-    std::int64_t changed = 0;  // nanoseconds since 1970, by the clock of the file system
-    bool isSettled = false;    // it hasn't changed for so long that the next change will show
+    std::uint64_t number = 0;    // of the file on its device
+    std::int64_t changed = 0;    // seconds since 1970, by the clock of the file system,
+    std::uint32_t fraction = 0;  // and nanoseconds
+    bool isSettled = false;      // it hasn't changed for so long that the next change will show
 
     [[nodiscard]] bool IsSame(const tagStamp& other) const {
       return size == other.size && device == other.device && number == other.number &&
-             changed == other.changed;
+             changed == other.changed && fraction == other.fraction;
     }
   };
 

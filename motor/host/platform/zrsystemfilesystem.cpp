@@ -101,11 +101,10 @@ int OpenQuietly(int folder, const char* below, int flags) {
 }
 
 // The system counts the time of a change in steps, which are far shorter than this.
-constexpr std::int64_t kSettling = 2'000'000'000;  // ns
+constexpr std::int64_t kSettling = 2;  // s
 
 // False, with EINVAL, if it isn't a regular file.
 bool StampOf(int folder, const char* below, int flags, ZRFileSystem::tagStamp& stamp) {
-  constexpr std::int64_t kSecond = 1'000'000'000;  // ns
   struct statx found {};
   constexpr unsigned kWanted = STATX_TYPE | STATX_SIZE | STATX_INO | STATX_CTIME;
   if (::statx(folder, below, flags, kWanted, &found) != 0) return false;
@@ -119,8 +118,9 @@ bool StampOf(int folder, const char* below, int flags, ZRFileSystem::tagStamp& s
   stamp.size = static_cast<std::int64_t>(found.stx_size);
   stamp.device = std::uint64_t{found.stx_dev_major} << 32 | found.stx_dev_minor;
   stamp.number = found.stx_ino;
-  stamp.changed = found.stx_ctime.tv_sec * kSecond + found.stx_ctime.tv_nsec;
-  stamp.isSettled = isKnown && now.tv_sec * kSecond + now.tv_nsec - stamp.changed >= kSettling;
+  stamp.changed = found.stx_ctime.tv_sec;
+  stamp.fraction = found.stx_ctime.tv_nsec;
+  stamp.isSettled = isKnown && stamp.changed < now.tv_sec - kSettling;
   return true;
 }
 
@@ -172,7 +172,8 @@ ZRFileSystem::tagHandle ZRSystemFileSystem::OpenStamped(tagHandle folder, const 
 
 bool ZRSystemFileSystem::Stamp(tagHandle folder, const char* below, tagStamp& stamp) {
   stamp = {};
-  return IsOneName(below) && StampOf(folder, below, AT_SYMLINK_NOFOLLOW, stamp);
+  return IsOneName(below) &&
+         StampOf(folder, below, AT_SYMLINK_NOFOLLOW | AT_STATX_FORCE_SYNC, stamp);
 }
 
 ZRFileSystem::tagHandle ZRSystemFileSystem::OpenAlone(tagHandle folder, const char* below,

@@ -213,6 +213,7 @@ bool ZREventDriver::Load(ZREventFile& file, ZRLoggerIntake& intake, const ZRDate
   ZREventPath path;
   bool isAnyLoaded = false;
   ForEachMonth(from, to, [&](const ZRDateTime& month) {
+    if (intake.IsWrong()) return;
     EventFileName(path.data(), kEventPathSize, month, kEventHistory);
     isAnyLoaded = Load(file, intake, from, to, path.data()) || isAnyLoaded;
   });

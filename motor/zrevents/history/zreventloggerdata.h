@@ -7,7 +7,6 @@
 #include <cstring>
 #include <iterator>
 #include <memory>
-#include <span>
 #include <string_view>
 #include <vector>
 

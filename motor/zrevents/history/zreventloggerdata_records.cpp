@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <utility>
 
 #include "zrevents/history/zreventloggerdata.h"
 #include "zrevents/history/zrloggerstore.h"
@@ -63,11 +62,11 @@ void CRecordGroup::Remember(std::uint32_t place) {
 // Enters the records that aren't in the index yet.
 void CRecordGroup::Index() {
   const auto idOf = [this](std::uint32_t i) -> const uuid& { return RecordIdOf(i); };
-  const std::uint32_t end = std::exchange(notIndexed, 0);
-  for (std::uint32_t number = 0; number != end; ++number) {
-    if (number + kAhead < end) index.Prefetch(RecordIdOf(number + kAhead));
+  for (std::uint32_t number = 0; number != notIndexed; ++number) {
+    if (number + kAhead < notIndexed) index.Prefetch(RecordIdOf(number + kAhead));
     (void)index.FindOrAdd(RecordIdOf(number), number, idOf);
   }
+  notIndexed = 0;
 }
 
 void CRecordGroup::Initialize(const ZREventLoggerInfo* toAsk) {

@@ -84,7 +84,7 @@ inline std::uint32_t ZRLoggerIntake::NumberOf(const uuid& recordId) {
 bool ZRLoggerIntake::StopTrusting() {
   trustsOrder = false;
   isWrong = MayHaveTwins(hashes);
-  hashes = {};
+  decltype(hashes)().swap(hashes);
   return !isWrong;
 }
 

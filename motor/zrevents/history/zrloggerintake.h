@@ -40,6 +40,8 @@ class ZRLoggerIntake {
   // Adds records of a data file, one behind the other: those that aren't before the period, until
   // the first one that is behind it. False if no more are wanted.
   bool Add(std::span<const ZREventFile::tagFields> toAdd, const tagPeriod& period);
+  // No more are wanted: Finish will be false.
+  [[nodiscard]] bool IsWrong() const { return isWrong; }
   // False if the order wasn't to be trusted, and steps may be in a wrong record: then the group is
   // of no use, and a new one must be filled with kLookForAll.
   [[nodiscard]] bool Finish();

@@ -11,9 +11,9 @@ inline ZREventLoggerData::CDataRecord& ZREventLoggerData::CRecordGroup::Make(
   if (notIndexed != 0) Index();
   const std::uint32_t number = store->Made();
   CDataRecord& record = MakeApart(event, activation, notify);
-  notIndexed = 0;
   (void)index.FindOrAdd(activation.recordId, number,
                         [this](std::uint32_t i) -> const uuid& { return RecordIdOf(i); });
+  notIndexed = 0;
   return record;
 }
 

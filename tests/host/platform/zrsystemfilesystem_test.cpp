@@ -329,7 +329,6 @@ TEST_F(SystemFileSystem, OpensAFileAloneIfNobodyHasIt) {
   files.Close(second);
 }
 
-// A file of somebody else can't be opened in that way; it is opened all the same.
 TEST_F(SystemFileSystem, AStampTellsAFileFromWhatItBecomes) {
   WriteText("file", "text");
   ZRFileSystem::tagStamp first, opened, later;
@@ -352,6 +351,24 @@ TEST_F(SystemFileSystem, AStampTellsAFileFromWhatItBecomes) {
   EXPECT_FALSE(later.IsSame(first));
 }
 
+// The system counts the time of a change in steps of some milliseconds.
+TEST_F(SystemFileSystem, AStampTellsABytesChangeInPlace) {
+  constexpr int kMost = 1'000'000;
+  WriteText("file", "text");
+  ZRFileSystem::tagStamp before, later;
+  ASSERT_TRUE(files.Stamp(folder, "file", before));
+  const tagHandle file = Open("file");
+  int changes = 0;
+  do {
+    EXPECT_EQ(1, files.Write(file, "T", 1, 0));
+    ASSERT_TRUE(files.Stamp(folder, "file", later));
+  } while (later.IsSame(before) && ++changes < kMost);
+  files.Close(file);
+  EXPECT_LT(changes, kMost);
+  EXPECT_EQ(before.size, later.size);
+  EXPECT_EQ(before.number, later.number);
+}
+
 TEST_F(SystemFileSystem, AFileThatHasNotChangedForLongIsSettled) {
   ZRFileSystem::tagStamp stamp;
   const tagHandle settings = files.OpenFolder("/etc");
@@ -369,6 +386,7 @@ TEST_F(SystemFileSystem, OnlyAFileDirectlyInTheFolderHasAStamp) {
     EXPECT_FALSE(files.Stamp(folder, refused, stamp)) << refused;
 }
 
+// A file of somebody else can't be opened in that way; it is opened all the same.
 TEST_F(SystemFileSystem, ReadsFilesOfOthersToo) {
   if (::geteuid() != 0) GTEST_SKIP() << "needs another user";
   WriteText("file", "text");

@@ -88,8 +88,9 @@ bool ZREventFile::WriteAgain(tagWritten* records, std::size_t number) {
   if (!file->Prepare()) return false;
   for (tagWritten* record = records; record != records + number; ++record) {
     const tagFields fields{record->id, record->date, record->value, record->annotation};
-    const bool isThere = file->IsAt(record->index, fields);
-    if (!isThere && file->Blocks().CouldNotRead()) return false;
+    bool isRead = true;
+    const bool isThere = file->IsAt(record->index, fields, isRead);
+    if (!isRead) return false;
     if (!(isThere ? file->Rewrite(record->index) : file->Write(fields))) return false;
     if (!isThere) record->index = file->Count() - 1;
   }

@@ -227,9 +227,14 @@ bool ZREventFile::CImplementation::SyncNames() const {
   return true;
 }
 
-bool ZREventFile::CImplementation::IsAt(int index, const tagFields& fields) {
-  const unsigned char* const bytes = index < tail.count ? blocks.Record(index) : nullptr;
-  if (bytes == nullptr) return false;
+bool ZREventFile::CImplementation::IsAt(int index, const tagFields& fields, bool& isRead) {
+  isRead = true;
+  if (index >= tail.count) return false;
+  const unsigned char* const bytes = blocks.Record(index);
+  if (bytes == nullptr) {
+    isRead = !blocks.CouldNotRead();
+    return false;
+  }
   Layout::tagRecord there;
   Layout::ReadRecord(bytes, there);
   return IsSame(there, fields);

@@ -7,7 +7,8 @@ bool ZREventFile::Verify(const wchar_t* path, tagLook& look) {
   look = {};
   ZREventFile opened(true);
   CImplementation& file = *opened.file;
-  const bool isOpen = opened.Open(path, true);
+  const bool isOpen = file.OpenAnew(path, true);
+  opened.numRecords = isOpen ? file.Count() : 0;
   look.reason = file.Reason();
   look.bytes = file.Size();
   if (!isOpen) return *look.reason != '\0';

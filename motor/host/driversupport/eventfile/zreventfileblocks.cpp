@@ -72,7 +72,6 @@ const unsigned char* ZREventFileBlocks::BeginWith(const ZREventFileHandle& toRea
 
 bool ZREventFileBlocks::FindLast(tagWhole& last) {
   last = {};
-  failed = false;
   for (std::uint64_t block = Blocks(); block-- > 0;) {
     if (!Load(block)) return false;
     if (offsets.empty()) continue;
@@ -85,21 +84,21 @@ bool ZREventFileBlocks::FindLast(tagWhole& last) {
 }
 
 int ZREventFileBlocks::FirstAtOrAfter(double date) {
-  failed = false;
+  unreadable.clear();
   const tagBetween between = Search([&](const tagKey& key) { return key.highest < date; });
-  if (between.before && Load(between.before->block)) {
+  if (between.before) {
+    if (!Load(between.before->block)) return static_cast<int>(between.before->index);
     for (std::size_t i = 0; i < offsets.size(); ++i) {
       if (offsets[i] != kNowhere && !(Layout::Highest(buffer.get() + offsets[i]) < date))
         return static_cast<int>(first + i);
     }
   }
-  if (failed) return between.before ? static_cast<int>(between.before->index) : 0;
+  if (HasUnreadable(between)) return between.before ? static_cast<int>(between.before->index) : 0;
   return between.after ? static_cast<int>(between.after->index) : -1;
 }
 
 bool ZREventFileBlocks::ReadAll(tagSum& sum) {
   sum = {};
-  failed = false;
   for (std::uint64_t block = 0; block < Blocks(); block = next) {
     if (!Load(block)) return false;
     std::size_t at = block == 0 ? Layout::kHead : 0;
@@ -141,20 +140,20 @@ bool ZREventFileBlocks::Load(std::uint64_t block) {
   MakeRoom(wanted);
   const std::int64_t got = file->Read(buffer.get(), wanted, start);
   if (got < 0) {
-    failed = true;
+    unreadable.push_back(block);
     return false;
   }
   loaded = block;
   next = block + 1;
   bytes = static_cast<std::size_t>(got);
   if (block > 0 && bytes == kBlock && Layout::ClaimedLength(buffer.get()) > kBlock) {
-    if (LoadLong(start, Layout::ClaimedLength(buffer.get()))) return !failed;
+    if (LoadLong(start, Layout::ClaimedLength(buffer.get()))) return loaded == block;
   }
   Parse(block == 0 ? Layout::kHead : 0, bytes);
   return true;
 }
 
-// A record longer than a block. False if it isn't whole, or, with `failed`, can't be read.
+// A record longer than a block. False if it isn't whole. If it can't be read, nothing is loaded.
 bool ZREventFileBlocks::LoadLong(std::uint64_t start, std::size_t length) {
   if (length > Layout::kLargestRecord || length > end - start) return false;
   if (length > room) {
@@ -165,7 +164,7 @@ bool ZREventFileBlocks::LoadLong(std::uint64_t start, std::size_t length) {
   }
   const std::int64_t got = file->Read(buffer.get() + bytes, length - bytes, start + bytes);
   if (got < 0) {
-    failed = true;
+    unreadable.push_back(loaded);
     Forget();
     return true;
   }
@@ -254,21 +253,35 @@ std::uint64_t ZREventFileBlocks::Blocks() const {
 // --- searching ---
 
 const unsigned char* ZREventFileBlocks::Elsewhere(int index) {
-  failed = false;
+  isRead = true;
   if (file == nullptr || index < 0 || index >= count) return nullptr;
-  if (index > gapAfter && index < gapBefore) return nullptr;
+  if (index > gapAfter && index < gapBefore) {
+    isRead = !isGapUnreadable;
+    return nullptr;
+  }
+  unreadable.clear();
   if (IsInNeighbour(index)) return Record(index);
   const auto wanted = static_cast<std::uint32_t>(index);
   const tagBetween between = Search([&](const tagKey& key) { return key.index <= wanted; });
+  const bool isLoaded = !between.before || Load(between.before->block);
+  if (IsLoaded(index)) return Record(index);
+  gapAfter = -1;
   if (between.before) {
-    if (!Load(between.before->block)) return nullptr;
-    if (IsLoaded(index)) return Record(index);
+    const bool hasRecords = isLoaded && !offsets.empty();
+    gapAfter = static_cast<int>(hasRecords ? LastIndex() : between.before->index - 1);
   }
-  if (!failed) {
-    gapAfter = between.before && !offsets.empty() ? static_cast<int>(LastIndex()) : -1;
-    gapBefore = between.after ? static_cast<int>(between.after->index) : count;
-  }
+  gapBefore = between.after ? static_cast<int>(between.after->index) : count;
+  isGapUnreadable = !isLoaded || HasUnreadable(between);
+  isRead = !isGapUnreadable;
   return nullptr;
+}
+
+// A block between the two couldn't be read.
+bool ZREventFileBlocks::HasUnreadable(const tagBetween& between) const {
+  return std::any_of(unreadable.begin(), unreadable.end(), [&](std::uint64_t block) {
+    return (!between.before || block > between.before->block) &&
+           (!between.after || block < between.after->block);
+  });
 }
 
 // Loads the block before or behind the loaded one if the record follows it.
@@ -280,8 +293,7 @@ bool ZREventFileBlocks::IsInNeighbour(int index) {
   return false;
 }
 
-// The key of that block, or of the first one behind it and before `limit` that has one; none if
-// one can't be read.
+// The key of that block, or of the first one behind it and before `limit` that has one.
 std::optional<ZREventFileBlocks::tagKey> ZREventFileBlocks::Key(std::uint64_t block,
                                                                 std::uint64_t limit) {
   for (; block < limit; ++block) {
@@ -289,7 +301,6 @@ std::optional<ZREventFileBlocks::tagKey> ZREventFileBlocks::Key(std::uint64_t bl
     if (key) return key;
     if (Load(block) && !offsets.empty())
       return tagKey{block, first, Layout::Highest(buffer.get() + offsets.front())};
-    if (failed) break;
   }
   return std::nullopt;
 }
@@ -313,7 +324,7 @@ ZREventFileBlocks::tagBetween ZREventFileBlocks::Search(IsBefore isBefore) {
   tagBetween between;
   std::uint64_t low = 0;
   std::uint64_t high = Blocks();
-  while (low < high && !failed) {
+  while (low < high) {
     const std::uint64_t middle = low + (high - low) / 2;
     const std::optional<tagKey> key = Key(middle, high);
     if (key && isBefore(*key)) {

@@ -49,7 +49,7 @@ class ZREventFileBlocks {
     if (place >= offsets.size()) return Elsewhere(index);
     const std::uint32_t offset = offsets[place];
     if (offset != kNowhere) return buffer.get() + offset;
-    failed = false;
+    isRead = true;
     return nullptr;
   }
 
@@ -63,8 +63,8 @@ class ZREventFileBlocks {
     return loaded * kBlock + static_cast<std::uint64_t>(record - buffer.get());
   }
 
-  // The index of the first whole record with a highest date at or after that one; -1 for none. If
-  // a block can't be read, one that comes before it.
+  // The index of the first whole record with a highest date at or after that one; -1 for none. One
+  // before it if it may be in a block that can't be read.
   [[nodiscard]] int FirstAtOrAfter(double date);
 
   // Walks through all blocks: the whole records of each, and the bytes other than zero that belong
@@ -75,8 +75,9 @@ class ZREventFileBlocks {
   };
   [[nodiscard]] bool ReadAll(tagSum& sum);
 
-  // True if the last call failed because the disk did, not because of what it read.
-  [[nodiscard]] bool CouldNotRead() const { return failed; }
+  // Behind a Record that was null: a block in which the record may be couldn't be read. It isn't
+  // tried again before the next Attach.
+  [[nodiscard]] bool CouldNotRead() const { return !isRead; }
 
  private:
   static constexpr std::uint64_t kBlock = ZREventFileLayout::kBlock;
@@ -113,12 +114,14 @@ class ZREventFileBlocks {
   [[nodiscard]] std::optional<tagKey> Peek(std::uint64_t block) const;
   template <typename IsBefore>
   [[nodiscard]] tagBetween Search(IsBefore isBefore);
+  [[nodiscard]] bool HasUnreadable(const tagBetween& between) const;
 
   const ZREventFileHandle* file = nullptr;
   std::uint32_t seed = 0;
   std::uint64_t end = 0;
   int count = 0;
-  bool failed = false;  // a read, since the begin of the call
+  bool isRead = true;                     // all that the last Record had to look at
+  std::vector<std::uint64_t> unreadable;  // blocks, of the last search
 
   std::unique_ptr<unsigned char[]> buffer;
   std::size_t room = 0;
@@ -130,7 +133,8 @@ class ZREventFileBlocks {
   std::uint32_t first = 0;
   std::vector<std::uint32_t> offsets;
 
-  // No record between these two is whole.
+  // No record between these two is whole, or can be read.
   int gapAfter = 0;
   int gapBefore = 0;
+  bool isGapUnreadable = false;
 };

@@ -106,7 +106,7 @@ void ZREventFileCopies::End() {
   state->isKeeping = false;
   state->bytes = 0;
   std::swap(state->copies, gone);
-  state->reads = {};
+  std::vector<std::uint64_t>().swap(state->reads);
 }
 
 std::shared_ptr<const ZREventFileCopies::CCopy> ZREventFileCopies::Find(

@@ -16,12 +16,22 @@ constexpr std::size_t kLook = 512;
 }  // namespace
 
 bool ZREventFile::CImplementation::Open(const wchar_t* toOpen, bool readOnly) {
+  return Begin(toOpen, readOnly) && ((readOnly && TakeCopy()) || OpenBegun());
+}
+
+bool ZREventFile::CImplementation::OpenAnew(const wchar_t* toOpen, bool readOnly) {
+  return Begin(toOpen, readOnly) && OpenBegun();
+}
+
+bool ZREventFile::CImplementation::Begin(const wchar_t* toOpen, bool readOnly) {
   files = &ZRPlatform::Get().Files();
   isReadOnly = readOnly;
-  if (!path.Set(toOpen)) return false;
-  if (readOnly && TakeCopy()) return true;
+  return path.Set(toOpen);
+}
+
+bool ZREventFile::CImplementation::OpenBegun() {
   // Who appends doesn't believe that a folder still isn't there.
-  const auto isMissing = [&] { return readOnly && errno == ENOENT; };
+  const auto isMissing = [&] { return isReadOnly && errno == ENOENT; };
   if (!OpenHandle(false) && (isMissing() || !OpenHandle(true))) {
     if (errno != ENOENT) Tell(ZREventFileTrouble::kOpen, errno);
     Close();

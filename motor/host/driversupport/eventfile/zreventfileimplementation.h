@@ -54,7 +54,9 @@ class ZREventFile::CImplementation {
 
   CImplementation() {}  // NOLINT(modernize-use-equals-default): leaves the bytes as they are
 
+  // Only to read may it be the file as it was read before, if it hasn't changed since.
   [[nodiscard]] bool Open(const wchar_t* toOpen, bool readOnly);
+  [[nodiscard]] bool OpenAnew(const wchar_t* toOpen, bool readOnly);
   [[nodiscard]] bool OpenCopy(const wchar_t* toOpen);
   void Close();
 
@@ -76,8 +78,9 @@ class ZREventFile::CImplementation {
   // same; Append makes it durable too.
   [[nodiscard]] bool Append(const tagFields& fields);
   [[nodiscard]] bool Write(const tagFields& fields);
-  // True if that record is there; and write its bytes at their place once more.
-  [[nodiscard]] bool IsAt(int index, const tagFields& fields);
+  // True if that record is there, and `isRead` false if nobody knows; and write its bytes at their
+  // place once more.
+  [[nodiscard]] bool IsAt(int index, const tagFields& fields, bool& isRead);
   [[nodiscard]] bool Rewrite(int index);
   [[nodiscard]] bool SyncFile() const { return files->Sync(file.Get()); }
   [[nodiscard]] bool SyncNames() const;
@@ -95,6 +98,8 @@ class ZREventFile::CImplementation {
     Layout::tagRecord record;           // and this; its annotation lies in `tailBytes`
   };
 
+  [[nodiscard]] bool Begin(const wchar_t* toOpen, bool readOnly);
+  [[nodiscard]] bool OpenBegun();
   [[nodiscard]] bool OpenHandle(bool anew);
   [[nodiscard]] bool TakeCopy();
   [[nodiscard]] bool Accept();

@@ -3,12 +3,15 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "host/driversupport/eventfile/datafolder.h"
 #include "host/driversupport/eventfile/zreventfileblocks.h"
 #include "host/driversupport/eventfile/zreventfilelayout.h"
+#include "host/platform/zrsystemfilesystem.h"
+#include "support/sitefolder.h"
 
 namespace {
 
@@ -52,23 +55,42 @@ class EventFileBlocks : public testing::Test {
     }
   }
 
-  // True if a record is found at once; if it isn't, it is the disk's fault, and it is found then.
-  [[nodiscard]] bool FindsInTheEnd(std::uint32_t index) const {
+  // True if a record is found; if it isn't, it is the disk's fault.
+  [[nodiscard]] bool Finds(std::uint32_t index) const {
     ZREventFileBlocks blocks;
     Attach(blocks);
-    const unsigned char* record = blocks.Record(static_cast<int>(index));
-    const bool isFound = record != nullptr;
-    if (!isFound) {
-      EXPECT_TRUE(blocks.CouldNotRead());
-      record = blocks.Record(static_cast<int>(index));
+    const unsigned char* const record = blocks.Record(static_cast<int>(index));
+    if (record != nullptr) {
+      EXPECT_EQ(Layout::Index(record), index);
+      return true;
     }
-    EXPECT_TRUE(record != nullptr && Layout::Index(record) == index);
-    return isFound;
+    EXPECT_TRUE(blocks.CouldNotRead());
+    EXPECT_EQ(blocks.Record(static_cast<int>(index)), nullptr);
+    EXPECT_TRUE(blocks.CouldNotRead()) << "as before";
+    return false;
   }
   [[nodiscard]] int FirstFrom(int index) const {
     ZREventFileBlocks blocks;
     Attach(blocks);
     return blocks.FirstAtOrAfter(all[static_cast<std::size_t>(index)].date);
+  }
+
+  // The records with a byte between the two.
+  [[nodiscard]] std::set<std::uint64_t> Touched(std::uint64_t begin, std::uint64_t end) {
+    std::set<std::uint64_t> touched;
+    ZREventFileBlocks blocks;
+    const ZREventFileHandle onDisk(
+        folder.disk, folder.disk.OpenFile(folder.disk.OpenFolder("/data/"), DataFolder::kFile,
+                                          ZRFileSystem::tagAccess::kRead));
+    blocks.Attach(onDisk, seed, size);
+    blocks.SetCount(static_cast<int>(all.size()));
+    for (std::uint32_t index = 0; index < all.size(); ++index) {
+      const unsigned char* const record = blocks.Record(static_cast<int>(index));
+      EXPECT_NE(record, nullptr);
+      const std::uint64_t at = blocks.Offset(record);
+      if (at < end && at + Layout::ClaimedLength(record) > begin) touched.insert(index);
+    }
+    return touched;
   }
 
   DataFolder folder;
@@ -82,7 +104,7 @@ TEST_F(EventFileBlocks, WhatCannotBeReadIsNotTakenForGone) {
   for (std::uint32_t index = 0; index < all.size(); ++index) {
     SCOPED_TRACE("record " + std::to_string(index));
     int failures = 0;
-    FailEachRead([&] { failures += FindsInTheEnd(index) ? 0 : 1; });
+    FailEachRead([&] { failures += Finds(index) ? 0 : 1; });
     EXPECT_GT(failures, 0);
   }
 }
@@ -97,6 +119,43 @@ TEST_F(EventFileBlocks, ADateIsNeverFoundBehindItsRecordWhenReadingFails) {
     });
     EXPECT_EQ(FirstFrom(index), index);
   }
+}
+
+// A disk on which one piece can never be read.
+class CWornDisk final : public ZRSystemFileSystem {
+ public:
+  [[nodiscard]] std::int64_t Read(tagHandle file, void* to, std::size_t count,
+                                  std::uint64_t at) override {
+    if (at < wornEnd && at + count > wornBegin) {
+      errno = EIO;
+      return -1;
+    }
+    return ZRSystemFileSystem::Read(file, to, count, at);
+  }
+
+  std::uint64_t wornBegin = 0;
+  std::uint64_t wornEnd = 0;
+};
+
+TEST_F(EventFileBlocks, OneThatCanNeverBeReadHidesNoOther) {
+  const SiteFolder site;
+  const DataFolder::tagBytes bytes = folder.Bytes();
+  site.Write("data/file", std::string(bytes.begin(), bytes.end()));
+  CWornDisk disk;
+  const ZREventFileHandle root(disk, disk.OpenFolder((site.path / "data").c_str()));
+  file = ZREventFileHandle(disk, disk.OpenFile(root.Get(), "file", ZRFileSystem::tagAccess::kRead));
+  for (std::uint64_t block = 0; block * Layout::kBlock < size; ++block) {
+    SCOPED_TRACE("block " + std::to_string(block));
+    disk.wornBegin = block * Layout::kBlock;
+    disk.wornEnd = disk.wornBegin + Layout::kBlock;
+    std::set<std::uint64_t> lost;
+    for (std::uint32_t index = 0; index < all.size(); ++index)
+      if (!Finds(index)) lost.insert(index);
+    EXPECT_EQ(lost, Touched(disk.wornBegin, disk.wornEnd));
+    for (int index = 0; index < static_cast<int>(all.size()); ++index)
+      EXPECT_LE(FirstFrom(index), index);
+  }
+  file.Close();
 }
 
 }  // namespace
