@@ -63,8 +63,7 @@ std::shared_ptr<const ZREventFileHandle> ZREventFile::CImplementation::OpenRoot(
   return ZREventFileSync::Get().OpenRoot(*files, path.Root(), false);
 }
 
-// Moves them into a file of their own. What is cut off a file may come back with a power cut, and
-// complete what later records haven't overwritten yet: so zeros take its place for good before.
+// Moves them into a file of their own.
 bool ZREventFile::CImplementation::SetAside() {
   const auto root = OpenRoot();
   const ZREventFileHandle month =
@@ -80,7 +79,7 @@ bool ZREventFile::CImplementation::SetAside() {
     if (torn.IsOpen() && !isAside) (void)files->Remove(month.Get(), name.c_str());
     errno = error;
   }
-  if (!isAside || !Blank() || !SyncFile() || !files->Truncate(file.Get(), tail.end)) {
+  if (!isAside || !Blank() || !files->Truncate(file.Get(), tail.end)) {
     Tell(ZREventFileTrouble::kWrite, errno);
     return false;
   }
@@ -101,14 +100,20 @@ ZREventFileHandle ZREventFile::CImplementation::NewTornFile(const ZREventFileHan
   return {};
 }
 
-// Writes zeros over the bytes behind the last whole record.
+// What is cut off a file may come back with a power cut, and complete what later records haven't
+// overwritten yet: so zeros take the place of the bytes behind the last whole record for good.
+// Where nothing is ever synced this isn't either: a sync that fails may take other records with it.
 bool ZREventFile::CImplementation::Blank() {
+  ZREventFileSync& sync = ZREventFileSync::Get();
+  if (sync.Durability() == ZRDurability::kOff) return true;
   const std::vector<unsigned char> zeros(std::min<std::uint64_t>(kPiece, tail.size - tail.end));
   for (std::uint64_t at = tail.end; at < tail.size; at += zeros.size()) {
     const std::size_t count = std::min<std::uint64_t>(zeros.size(), tail.size - at);
     if (!file.Write(zeros.data(), count, at)) return false;
   }
-  return true;
+  if (SyncFile()) return true;
+  sync.NoteFailedSync();
+  return false;
 }
 
 bool ZREventFile::CImplementation::CopyTorn(const ZREventFileHandle& to) {

@@ -135,9 +135,7 @@ class EventFileCrash : public testing::Test {
       ASSERT_LT(found.occurrence, known.size());
       ASSERT_EQ(found, known[found.occurrence].transition);
       ASSERT_EQ(++times[found.occurrence], 1) << "record " << found.occurrence;
-      // What a failed sync of all has lost is written behind later ones.
-      const bool isInOrder = ZREventFileSync::Get().Durability() != ZRDurability::kAdaptive;
-      if (isInOrder) {
+      if (IsInOrder()) {
         ASSERT_GE(found.occurrence, last);
       }
       last = found.occurrence;
@@ -152,6 +150,17 @@ class EventFileCrash : public testing::Test {
       // What a life wasn't told to be durable may still go later.
       known[i].isConfirmed = known[i].isDurable;
     }
+  }
+
+  // What a failed sync of all has lost is written behind later ones. And where nothing is ever
+  // synced, what was set aside after one power cut may come back with the next one.
+  [[nodiscard]] bool IsInOrder() const {
+    const ZRDurability durability = ZREventFileSync::Get().Durability();
+    const std::vector<std::string> files = folder.Files();
+    const bool isSetAside = std::any_of(files.begin(), files.end(), [](const std::string& file) {
+      return file.find(".torn-") != std::string::npos;
+    });
+    return durability == ZRDurability::kStrict || (durability == ZRDurability::kOff && !isSetAside);
   }
 
   DataFolder folder;

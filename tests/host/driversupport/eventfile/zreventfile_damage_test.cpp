@@ -38,6 +38,18 @@ class EventFileDamage : public testing::Test {
   [[nodiscard]] std::size_t Begin(std::size_t index) const {
     return ends[index] - Layout::Length(all[index].annotation.size());
   }
+  // As beyond the fiftieth record of a second.
+  void Save3And4WithoutSync() const {
+    ZREventFileSync& sync = ZREventFileSync::Get();
+    sync.SetDurability(ZRDurability::kAdaptive);
+    sync.Start();
+    const ZRWString other = L"/data/2024/03/Pump 03-2024.suc";
+    for (std::uint64_t i = 0; i < ZREventFileSync::kAdaptivePerSecond; ++i)
+      ASSERT_TRUE(Save(other, {i, Date(1), 1, ""}));
+    ASSERT_TRUE(Save(path, {3, Date(3), 1, ""}));
+    ASSERT_TRUE(Save(path, {4, Date(4), 1, std::string(3000, 'x')}));
+    ASSERT_EQ(sync.Pending(), 2);
+  }
   void Put(const tagBytes& bytes) { folder.disk.Put(DataFolder::kFile, bytes); }
   [[nodiscard]] bool Opens(bool readOnly = true) const {
     ZREventFile file(true);
@@ -134,13 +146,24 @@ TEST_F(EventFileDamage, WhatWasSetAsideDoesNotComeBackWithAPowerCut) {
   for (std::uint64_t seed = 1; seed <= 300; ++seed) {
     folder.disk.Reset(seed);
     Put(original);
-    ZREventFileSync::Get().SetDurability(ZRDurability::kOff);
-    ASSERT_TRUE(Save(path, {3, Date(3), 1, ""}));
-    ASSERT_TRUE(Save(path, {4, Date(4), 1, std::string(3000, 'x')}));
+    Save3And4WithoutSync();
     folder.disk.PowerCut();
     for (const tagTransition& found : Load(path))
       ASSERT_NE(found.occurrence, 2u) << "seed " << seed;
+    folder.disk.Reset(seed);
+    ZREventFileSync::Get().Stop();
   }
+}
+
+// It would take records with it that nobody has asked to sync.
+TEST_F(EventFileDamage, WhereNothingIsSyncedAFileWithTornBytesIsNotEither) {
+  Make(2);
+  original.resize(original.size() + 40, 0xAB);
+  Put(original);
+  ZREventFileSync::Get().SetDurability(ZRDurability::kOff);
+  folder.disk.Fail(ZRCrashingDisk::tagCall::kSync, 2, EIO);
+  EXPECT_TRUE(Save(path, {7, Date(7), 2, ""}));
+  EXPECT_EQ(folder.disk.FailedSyncs(), 0u);
 }
 
 TEST_F(EventFileDamage, AFailureWhileTornBytesAreBlankedIsTriedAgain) {
