@@ -71,6 +71,7 @@ class CrashingContent {
   // Some sectors may have got through. The pages are marked clean all the same: what a second
   // sync finds to write is what is written after this one.
   void FailSync(Chance& chance) {
+    if (isDurable) return;
     const unsigned reaching = chance.Happens(500) ? 250 : 0;
     if (reaching != 0) CutDurable();
     for (std::size_t page = 0; page < pages.size(); ++page) {

@@ -191,6 +191,31 @@ TEST_F(CrashingDisk, TakesTheSameWayForTheSameSeed) {
 
 // --- a power cut ---
 
+TEST_F(CrashingDisk, TakesTheSameWayWhateverItHasHeldBefore) {
+  const auto way = [this] {
+    disk.Reset(7);
+    OpenOutermost();
+    std::string all;
+    for (int i = 0; i < 40; ++i) {
+      const tagHandle file = Open(("file " + std::to_string(i)).c_str(), tagAccess::kCreate);
+      EXPECT_TRUE(Write(file, "text"));
+      disk.Fail(tagCall::kSyncAll, 1, EIO);
+      EXPECT_FALSE(disk.SyncAll(folder));
+      disk.PowerCut();
+      disk.Restart();
+      OpenOutermost();
+      all += Names() + ";";
+    }
+    return all;
+  };
+  const std::string first = way();
+  disk.Reset(1);
+  OpenOutermost();
+  for (int i = 0; i < 100; ++i)
+    (void)Open(("other " + std::to_string(i)).c_str(), tagAccess::kCreate);
+  EXPECT_EQ(first, way());
+}
+
 TEST_F(CrashingDisk, MayLoseWhatIsNotSynced) {
   const auto results = Results(
       [this] {
