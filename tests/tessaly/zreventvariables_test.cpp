@@ -523,15 +523,25 @@ TEST_F(EventVariables, StopEndsTheReading) {
 // A disk on which a data file takes its time to be opened.
 class CSlowDisk final : public ZRSystemFileSystem {
  public:
+  [[nodiscard]] tagHandle OpenSized(tagHandle folder, const char* below,
+                                    std::int64_t& size) override {
+    Wait();
+    return ZRSystemFileSystem::OpenSized(folder, below, size);
+  }
   [[nodiscard]] tagHandle OpenStamped(tagHandle folder, const char* below,
                                       tagStamp& stamp) override {
-    ++opened;
-    ZRPlatform::Get().Sleep(wait);
+    Wait();
     return ZRSystemFileSystem::OpenStamped(folder, below, stamp);
   }
 
   std::uint32_t wait = 0;  // ms
   int opened = 0;
+
+ private:
+  void Wait() {
+    ++opened;
+    ZRPlatform::Get().Sleep(wait);
+  }
 };
 
 class EventVariablesOnASlowDisk : public EventVariables {

@@ -51,7 +51,15 @@ class ZRFileSystem {
   // A new file is its owner's and its group's alone (0640).
   [[nodiscard]] virtual tagHandle OpenFile(tagHandle folder, const char* below,
                                            tagAccess access) = 0;
-  // Opens a file to read it, and tells its size, -1 if that fails, and more where that is known.
+  // Opens a file to read it, and tells its size, -1 if that fails. What isn't a regular file may be
+  // opened, and fails when it is read.
+  [[nodiscard]] virtual tagHandle OpenSized(tagHandle folder, const char* below,
+                                            std::int64_t& size) {
+    const tagHandle opened = OpenFile(folder, below, tagAccess::kRead);
+    size = opened == kNone ? -1 : Size(opened);
+    return opened;
+  }
+  // The same, and tells more where that is known; only of a regular file.
   [[nodiscard]] virtual tagHandle OpenStamped(tagHandle folder, const char* below,
                                               tagStamp& stamp) {
     const tagHandle opened = OpenFile(folder, below, tagAccess::kRead);

@@ -163,6 +163,14 @@ ZRFileSystem::tagHandle ZRSystemFileSystem::OpenFile(tagHandle folder, const cha
   return handle == kNone || Size(handle) >= 0 ? handle : Closed(handle);
 }
 
+ZRFileSystem::tagHandle ZRSystemFileSystem::OpenSized(tagHandle folder, const char* below,
+                                                      std::int64_t& size) {
+  const tagHandle handle = OpenQuietly(folder, below, O_RDONLY);
+  // Much cheaper than to ask what it is.
+  size = handle == kNone ? -1 : ::lseek(handle, 0, SEEK_END);
+  return handle == kNone || size >= 0 ? handle : Closed(handle);
+}
+
 ZRFileSystem::tagHandle ZRSystemFileSystem::OpenStamped(tagHandle folder, const char* below,
                                                         tagStamp& stamp) {
   stamp = {};

@@ -8,6 +8,8 @@ class ZRSystemFileSystem : public ZRFileSystem {
   [[nodiscard]] tagHandle OpenFolder(const char* path) override;
   [[nodiscard]] tagHandle OpenFolder(tagHandle folder, const char* below) override;
   [[nodiscard]] tagHandle OpenFile(tagHandle folder, const char* below, tagAccess access) override;
+  [[nodiscard]] tagHandle OpenSized(tagHandle folder, const char* below,
+                                    std::int64_t& size) override;
   [[nodiscard]] tagHandle OpenStamped(tagHandle folder, const char* below,
                                       tagStamp& stamp) override;
   [[nodiscard]] bool Stamp(tagHandle folder, const char* below, tagStamp& stamp) override;

@@ -26,11 +26,19 @@ class CBuffer {
     left -= text.size();
     *at = L'\0';
   }
+  void Unit(wchar_t unit) {
+    fits = fits && left > 1;
+    if (!fits) return;
+    *at++ = unit;
+    --left;
+    *at = L'\0';
+  }
   void Digits(int value, std::size_t count) {
     std::array<wchar_t, 4> digits{};
     for (std::size_t i = count; i-- > 0; value /= 10)
       digits[i] = static_cast<wchar_t>(L'0' + value % 10);
-    Text({digits.data(), count});
+    for (std::size_t i = 0; i < count; ++i)
+      Unit(digits[i]);
   }
   [[nodiscard]] bool Fits() const { return fits; }
 
@@ -67,15 +75,15 @@ void ZREventDriver::EventFileName(wchar_t* buffer, int size, const ZRDateTime& w
   CBuffer path(buffer, static_cast<std::size_t>(size));
   path.Text(ZRTessalySetup::Get().DataPath().View());
   path.Digits(year, 4);
-  path.Text(L"/");
+  path.Unit(L'/');
   path.Digits(month, 2);
-  path.Text(L"/");
+  path.Unit(L'/');
   path.Text(name.View());
-  path.Text(L" ");
+  path.Unit(L' ');
   path.Digits(month, 2);
-  path.Text(L"-");
+  path.Unit(L'-');
   path.Digits(year, 4);
-  path.Text(L".");
+  path.Unit(L'.');
   path.Text(type == kOtherFile ? kOtherExtension : kExtension);
   if (!path.Fits() || !IsPartOfPath(name.View())) *buffer = L'\0';
 }

@@ -67,6 +67,9 @@ class SystemFileSystem : public ::testing::Test {
 
   // As those that look after data files open them.
   [[nodiscard]] int SizedError(const char* below, std::int64_t& size) {
+    return Closed(files.OpenSized(folder, below, size));
+  }
+  [[nodiscard]] int StampedError(const char* below, std::int64_t& size) {
     ZRFileSystem::tagStamp stamp;
     const int error = Closed(files.OpenStamped(folder, below, stamp));
     size = stamp.size;
@@ -115,11 +118,16 @@ class SystemFileSystem : public ::testing::Test {
     for (const char* refused : {"folderLink/b/file", "fileLink", "deadLink", "pipe", "../x", ""}) {
       EXPECT_NE(0, SizedError(refused, size)) << refused;
       EXPECT_EQ(-1, size);
+      EXPECT_NE(0, StampedError(refused, size)) << refused;
+      EXPECT_EQ(-1, size);
       EXPECT_NE(0, AloneError(refused, size)) << refused;
       EXPECT_EQ(-1, size);
     }
     EXPECT_NE(0, AloneError("a", size));
+    EXPECT_NE(0, StampedError("a", size));
     EXPECT_EQ(0, SizedError("a/b/file", size));
+    EXPECT_EQ(6, size);
+    EXPECT_EQ(0, StampedError("a/b/file", size));
     EXPECT_EQ(6, size);
     EXPECT_EQ(0, AloneError("a/b/file", size));
     EXPECT_EQ(6, size);
@@ -401,6 +409,7 @@ TEST_F(SystemFileSystem, ReadsFilesOfOthersToo) {
     EXPECT_EQ(-1, ::openat(folder, "file", O_RDONLY | O_NOATIME));
     ZRFileSystem::tagStamp stamp;
     EXPECT_NE(kNone, files.OpenStamped(folder, "file", stamp));
+    EXPECT_NE(kNone, files.OpenSized(folder, "file", size));
     EXPECT_NE(kNone, files.OpenAlone(folder, "file", isTaken, size));
     EXPECT_TRUE(isTaken);
     ::_exit(HasFailure() ? 1 : 0);

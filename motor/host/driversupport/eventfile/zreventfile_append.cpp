@@ -203,7 +203,7 @@ bool ZREventFile::CImplementation::MakeDurable() {
     sync.NoteFailedSync();
     return false;
   }
-  const bool isNamed = last.index != 0 && sync.IsDurableFolder(path.Root() + path.YearAndMonth());
+  const bool isNamed = last.index != 0 && sync.IsDurableFolder(std::string(path.Folder()));
   if (isNamed || SyncNames()) return true;
   // Without its name the file would take other records with it.
   const int error = errno;
@@ -216,7 +216,7 @@ bool ZREventFile::CImplementation::MakeDurable() {
 // made them.
 bool ZREventFile::CImplementation::SyncNames() const {
   const std::string month = path.YearAndMonth();
-  const std::string whole = path.Root() + month;
+  const std::string whole(path.Folder());
   const auto root = OpenRoot();
   if (!root) return false;
   const auto syncFolder = [&](const std::string& below) {

@@ -18,7 +18,7 @@ bool MakeFolder(ZRFileSystem& files, const ZREventFileHandle& in, const std::str
 
 // The folder of the month, made if it is missing. `isMade` is set before anything is.
 ZREventFileHandle OpenMonth(ZRFileSystem& files, const ZREventFilePath& path, bool& isMade) {
-  const ZREventFileHandle root(files, files.OpenFolder(path.Root()));
+  const ZREventFileHandle root(files, files.OpenFolder(path.Root().c_str()));
   if (!root.IsOpen()) return {};
   const std::string month = path.YearAndMonth();
   ZREventFileHandle folder(files, files.OpenFolder(root.Get(), month.c_str()));
@@ -89,7 +89,7 @@ bool ZREventFile::Create(const wchar_t* path, const CNewFileTemplate& newFile) {
              MakeFile(files, month, place.Name(), newFile);
   }
   const int error = errno;
-  if (isFolderMade) ZREventFileSync::Get().ForgetFolder(place.Root() + place.YearAndMonth());
+  if (isFolderMade) ZREventFileSync::Get().ForgetFolder(std::string(place.Folder()));
   if (!isMade) ZREventFileTroubles::Get().Add(ZREventFileTrouble::kCreate, path, error);
   errno = error;
   return isMade;

@@ -109,26 +109,25 @@ void ZREventFileCopies::End() {
   std::vector<std::uint64_t>().swap(state->reads);
 }
 
-std::shared_ptr<const ZREventFileCopies::CCopy> ZREventFileCopies::Find(
-    const ZRFileSystem& files, std::string_view path) const {
+ZREventFileCopies::tagFound ZREventFileCopies::Find(const ZRFileSystem& files,
+                                                    std::string_view path) {
   const std::uint64_t hash = HashOf(path);
-  std::shared_ptr<const CCopy> copy;
+  tagFound found;
   {
     const ZRMutexLock lock(state->mutex);
-    const std::shared_ptr<const CCopy>* const found = state->copies.Find(hash);
-    if (found != nullptr) copy = *found;
+    if (!state->isKeeping) return found;
+    const std::shared_ptr<const CCopy>* const copy = state->copies.Find(hash);
+    if (copy != nullptr) found.copy = *copy;
+    found.isToKeep = copy != nullptr || state->NoteRead(hash);
   }
-  return copy && copy->IsOf(files, path) ? copy : nullptr;
+  if (found.copy && !found.copy->IsOf(files, path)) found.copy.reset();
+  return found;
 }
 
 void ZREventFileCopies::Keep(const ZRFileSystem& files, std::string_view path,
                              const ZRFileSystem::tagStamp& stamp, std::string_view bytes) {
   if (bytes.size() > kMostOfFile) return;
   const std::uint64_t hash = HashOf(path);
-  {
-    const ZRMutexLock lock(state->mutex);
-    if (!state->isKeeping || !state->NoteRead(hash)) return;
-  }
   auto copy = std::make_shared<const CCopy>(files, path, stamp, bytes);
   CTable gone;
   const ZRMutexLock lock(state->mutex);

@@ -46,10 +46,13 @@ class ZREventFileCopies {
   void Begin();
   void End();
 
-  // Null if there is none.
-  [[nodiscard]] std::shared_ptr<const CCopy> Find(const ZRFileSystem& files,
-                                                  std::string_view path) const;
-  // The file was read. It replaces what is kept of it; one that is too large is left out.
+  struct tagFound {
+    std::shared_ptr<const CCopy> copy;  // null for none
+    bool isToKeep = false;              // what is read now, as it was read before
+  };
+  // What is kept of a file that is about to be read.
+  [[nodiscard]] tagFound Find(const ZRFileSystem& files, std::string_view path);
+  // Replaces what is kept of a file; one that is too large is left out.
   void Keep(const ZRFileSystem& files, std::string_view path, const ZRFileSystem::tagStamp& stamp,
             std::string_view bytes);
 

@@ -26,6 +26,7 @@ bool ZREventFile::CImplementation::OpenAnew(const wchar_t* toOpen, bool readOnly
 bool ZREventFile::CImplementation::Begin(const wchar_t* toOpen, bool readOnly) {
   files = &ZRPlatform::Get().Files();
   isReadOnly = readOnly;
+  isToKeep = false;
   return path.Set(toOpen);
 }
 
@@ -45,11 +46,11 @@ bool ZREventFile::CImplementation::OpenBegun() {
 bool ZREventFile::CImplementation::OpenCopy(const wchar_t* toOpen) {
   files = &ZRPlatform::Get().Files();
   isReadOnly = true;
+  isToKeep = false;
   if (!path.SetCopy(toOpen)) return false;
-  const ZREventFileHandle folder(*files, files->OpenFolder(path.Root()));
+  const ZREventFileHandle folder(*files, files->OpenFolder(path.Root().c_str()));
   if (!folder.IsOpen()) return false;
   file = ZREventFileHandle(*files, files->OpenStamped(folder.Get(), path.Name(), opened));
-  opened.isSettled = false;
   return file.IsOpen() && Accept();
 }
 
@@ -84,12 +85,12 @@ void ZREventFile::CImplementation::Tell(ZREventFileTrouble trouble, int error) c
 }
 
 bool ZREventFile::CImplementation::OpenHandle(bool anew) {
-  const auto month =
-      ZREventFileSync::Get().OpenMonth(*files, path.Root(), path.YearAndMonthView(), anew);
+  const auto month = ZREventFileSync::Get().OpenMonth(*files, path, anew);
   if (!month) return false;
-  const auto handle = isReadOnly
-                          ? files->OpenStamped(month->Get(), path.Name(), opened)
-                          : files->OpenAlone(month->Get(), path.Name(), isLocked, opened.size);
+  const auto handle = !isReadOnly
+                          ? files->OpenAlone(month->Get(), path.Name(), isLocked, opened.size)
+                      : isToKeep ? files->OpenStamped(month->Get(), path.Name(), opened)
+                                 : files->OpenSized(month->Get(), path.Name(), opened.size);
   file = ZREventFileHandle(*files, handle);
   return file.IsOpen();
 }
@@ -110,10 +111,11 @@ bool ZREventFile::CImplementation::Look() {
 
 // Takes the file as it was read before, if it hasn't changed.
 bool ZREventFile::CImplementation::TakeCopy() {
-  const auto copy = ZREventFileCopies::Get().Find(*files, path.Whole());
+  const ZREventFileCopies::tagFound found = ZREventFileCopies::Get().Find(*files, path.Whole());
+  isToKeep = found.isToKeep;
+  const auto& copy = found.copy;
   if (!copy) return false;
-  const auto month =
-      ZREventFileSync::Get().OpenMonth(*files, path.Root(), path.YearAndMonthView(), false);
+  const auto month = ZREventFileSync::Get().OpenMonth(*files, path, false);
   if (!month || !files->Stamp(month->Get(), path.Name(), opened) || !opened.IsSame(copy->Stamp()))
     return false;
   reason = "";
@@ -126,7 +128,7 @@ bool ZREventFile::CImplementation::TakeCopy() {
 bool ZREventFile::CImplementation::LookAtSmall() {
   const unsigned char* const bytes = blocks.Begin(file, tail.size);
   if (bytes == nullptr || !TakeSmall(bytes)) return false;
-  if (opened.isSettled) {
+  if (isToKeep && opened.isSettled) {
     ZREventFileCopies::Get().Keep(*files, path.Whole(), opened,
                                   {reinterpret_cast<const char*>(bytes), tail.size});
   }

@@ -127,8 +127,9 @@ class ZREventFile::CImplementation {
   ZRFileSystem* files = nullptr;
   ZREventFilePath path;
   ZREventFileHandle file;
-  ZRFileSystem::tagStamp opened;  // when it was opened
+  ZRFileSystem::tagStamp opened;  // when it was opened; the size alone unless it is to be kept
   bool isReadOnly = true;
+  bool isToKeep = false;  // among the copies
   bool isLocked = false;
   bool isSure = false;  // the tail was read under the lock, and nothing has failed since
   const char* reason = "";

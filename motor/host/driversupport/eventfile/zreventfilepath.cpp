@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <string_view>
 
 #include "host/tools/zrtext.h"
 
@@ -18,59 +17,66 @@ bool IsName(std::string_view text) {
 }
 
 // The same path in UTF-8; empty if it can't be said so.
-std::string Narrow(std::wstring_view path) {
-  const bool isPlain = std::all_of(path.begin(), path.end(),
-                                   [](wchar_t c) { return static_cast<unsigned>(c) < 0x80; });
-  if (isPlain) {
-    std::string narrow(path.size(), '\0');
-    std::transform(path.begin(), path.end(), narrow.begin(),
-                   [](wchar_t c) { return static_cast<char>(c); });
-    return narrow;
+void Narrow(std::wstring_view path, std::string& narrow) {
+  narrow.resize(path.size());
+  char* to = narrow.data();
+  unsigned all = 0;
+  for (const wchar_t unit : path) {
+    all |= static_cast<unsigned>(unit);
+    *to++ = static_cast<char>(unit);
   }
-  const ZRString narrow = Utf16ToUtf8(path);
-  const bool isSame = Utf8ToUtf16(narrow.View()).View() == path;
-  return isSame ? std::string(narrow.View()) : std::string();
+  if (all < 0x80) return;
+  const ZRString converted = Utf16ToUtf8(path);
+  const bool isSame = Utf8ToUtf16(converted.View()).View() == path;
+  narrow = isSame ? converted.View() : std::string_view();
+}
+
+// Where the name begins: behind the last slash.
+std::size_t NameAt(const std::string& path) {
+  return path.rfind('/') + 1;  // 0 if there is none
 }
 
 }  // namespace
 
 ZRWString ZREventFilePath::Wide() const {
-  return Utf8ToUtf16(std::string(Root()) + Below());
+  return Utf8ToUtf16(text);
 }
 
 bool ZREventFilePath::Set(const wchar_t* path) {
-  nameAt = kNameAt;
-  text = Narrow(path);
-  const std::size_t last = text.rfind('/') + 1;  // 0 if there is none
-  const bool isDeepEnough = last >= kNameAt && last < text.size();
-  const std::size_t at = isDeepEnough ? last - kNameAt : 0;
-  const std::string_view folders(text.data() + at, isDeepEnough ? kNameAt : 0);
-  const bool isMonth = isDeepEnough && IsDigits(folders.substr(0, kYear)) &&
-                       folders[kYear] == '/' && IsDigits(folders.substr(kYear + 1, kMonth)) &&
-                       (at == 0 || text[at - 1] == '/');
-  if (!isMonth || !IsName(std::string_view(text).substr(last))) return Refuse();
-  Divide(at);
+  Narrow(path, text);
+  const std::size_t name = NameAt(text);
+  constexpr std::size_t kFolders = kYearAndMonth + 1;
+  if (name < kFolders || !IsMonth(name - kFolders) || !IsName(Part(name, text.size())))
+    return Refuse();
+  Divide(name - kFolders, name);
   return true;
 }
 
 bool ZREventFilePath::SetCopy(const wchar_t* path) {
-  nameAt = 0;
-  text = Narrow(path);
-  const std::size_t last = text.rfind('/') + 1;
-  if (!IsName(std::string_view(text).substr(last))) return Refuse();
-  Divide(last);
+  Narrow(path, text);
+  const std::size_t name = NameAt(text);
+  if (!IsName(Part(name, text.size()))) return Refuse();
+  Divide(name, name);
   return true;
+}
+
+// True if the folders of a year and of a month begin there.
+bool ZREventFilePath::IsMonth(std::size_t at) const {
+  return (at == 0 || text[at - 1] == '/') && IsDigits(Part(at, kYear)) && text[at + kYear] == '/' &&
+         IsDigits(Part(at + kYear + 1, kMonth));
+}
+
+void ZREventFilePath::Divide(std::size_t folder, std::size_t name) {
+  constexpr std::string_view kHere = "./";
+  const std::size_t added = folder == 0 ? kHere.size() : 0;
+  if (added != 0) text.insert(0, kHere);
+  below = folder + added;
+  nameAt = name + added;
 }
 
 bool ZREventFilePath::Refuse() {
   errno = EINVAL;
   text.clear();
-  below = 0;
+  below = nameAt = 0;
   return false;
-}
-
-void ZREventFilePath::Divide(std::size_t at) {
-  if (at == 0) text.insert(0, "./");
-  below = (at == 0 ? 2 : at) + 1;
-  text.insert(below - 1, 1, '\0');
 }

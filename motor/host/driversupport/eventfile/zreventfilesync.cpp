@@ -158,7 +158,7 @@ bool ZREventFileSync::MayPutOff() {
   return false;
 }
 
-bool ZREventFileSync::PutOff(const ZRWString& path, const char* root,
+bool ZREventFileSync::PutOff(const ZRWString& path, const std::string& root,
                              ZREventFile::tagWritten record) {
   const ZRMutexLock lock(state->mutex);
   CState::tagBatch& waiting = state->waiting;
@@ -167,7 +167,7 @@ bool ZREventFileSync::PutOff(const ZRWString& path, const char* root,
   ZREventFileHandle& folder = waiting.roots[root];
   if (!folder.IsOpen()) {
     ZRFileSystem& files = ZRPlatform::Get().Files();
-    folder = ZREventFileHandle(files, files.OpenFolder(root));
+    folder = ZREventFileHandle(files, files.OpenFolder(root.c_str()));
     if (!folder.IsOpen()) return false;
   }
   ++waiting.records;
@@ -205,14 +205,15 @@ void ZREventFileSync::ForgetFolder(const std::string& folder) {
 }
 
 std::shared_ptr<const ZREventFileHandle> ZREventFileSync::OpenRoot(ZRFileSystem& files,
-                                                                   const char* path, bool anew) {
+                                                                   const std::string& path,
+                                                                   bool anew) {
   const std::uint32_t now = ZRPlatform::Get().TickCount();
   {
     const ZRMutexLock lock(state->mutex);
     if (!anew && state->root.IsFresh(files, now) && state->root.path == path)
       return state->root.handle;
   }
-  auto opened = std::make_shared<const ZREventFileHandle>(files, files.OpenFolder(path));
+  auto opened = std::make_shared<const ZREventFileHandle>(files, files.OpenFolder(path.c_str()));
   if (!opened->IsOpen()) return nullptr;
   const ZRMutexLock lock(state->mutex);
   if (state->isRunning) state->root = {&files, path, opened, now};
@@ -220,30 +221,26 @@ std::shared_ptr<const ZREventFileHandle> ZREventFileSync::OpenRoot(ZRFileSystem&
 }
 
 std::shared_ptr<const ZREventFileHandle> ZREventFileSync::OpenMonth(ZRFileSystem& files,
-                                                                    const char* path,
-                                                                    std::string_view below,
+                                                                    const ZREventFilePath& file,
                                                                     bool anew) {
   const std::uint32_t now = ZRPlatform::Get().TickCount();
   if (!anew) {
     const ZRMutexLock lock(state->mutex);
     for (const CState::tagFolder& known : state->months) {
-      if (!known.IsFresh(files, now) || !known.path.ends_with(below) ||
-          known.path.compare(0, known.path.size() - below.size(), path) != 0)
-        continue;
+      if (!known.IsFresh(files, now) || known.path != file.Folder()) continue;
       errno = ENOENT;
       return known.handle;
     }
   }
-  const auto root = OpenRoot(files, path, anew);
+  const auto root = OpenRoot(files, file.Root(), anew);
   if (!root) return nullptr;
-  const std::string name(below);
-  auto opened =
-      std::make_shared<const ZREventFileHandle>(files, files.OpenFolder(root->Get(), name.c_str()));
+  auto opened = std::make_shared<const ZREventFileHandle>(
+      files, files.OpenFolder(root->Get(), file.YearAndMonth().c_str()));
   const int error = errno;
   if (!opened->IsOpen()) opened.reset();
   const ZRMutexLock lock(state->mutex);
   if (state->isRunning && (opened || error == ENOENT)) {
-    state->months[state->nextMonth] = {&files, path + name, opened, now};
+    state->months[state->nextMonth] = {&files, std::string(file.Folder()), opened, now};
     state->nextMonth = (state->nextMonth + 1) % state->months.size();
   }
   errno = error;

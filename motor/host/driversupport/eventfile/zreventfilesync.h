@@ -9,6 +9,7 @@
 #include "host/tools/zrbasicstring.h"
 
 class ZREventFileHandle;
+class ZREventFilePath;
 class ZRFileSystem;
 
 // How long a power cut may take back. The end of the process, however rough, takes back nothing.
@@ -56,7 +57,7 @@ class ZREventFileSync {
   // True if a record needn't be durable at once, which is decided and counted here.
   [[nodiscard]] bool MayPutOff();
   // False if it must be, after all. `root` is the data folder.
-  [[nodiscard]] bool PutOff(const ZRWString& path, const char* root,
+  [[nodiscard]] bool PutOff(const ZRWString& path, const std::string& root,
                             ZREventFile::tagWritten record);
   // The sync of a file has failed: what was put off may have gone with it, and is written again.
   void NoteFailedSync();
@@ -66,16 +67,16 @@ class ZREventFileSync {
   // That folder may not be, and the data folder may be another one.
   void ForgetFolder(const std::string& folder);
 
-  // The folder of the month `below` ("2024/03") of a data folder, open, as OpenRoot has it; null,
-  // with ENOENT, also if it wasn't there within the last second and nobody here has made it since.
+  // The folder that a file lies in, open, as OpenRoot has it; null, with ENOENT, also if it wasn't
+  // there within the last second and nobody here has made it since.
   [[nodiscard]] std::shared_ptr<const ZREventFileHandle> OpenMonth(ZRFileSystem& files,
-                                                                   const char* path,
-                                                                   std::string_view below,
+                                                                   const ZREventFilePath& file,
                                                                    bool anew);
   // The data folder of that path, open; null if it can't be opened. One that was opened within the
   // last second, between Start and Stop, is given again, unless `anew`.
   [[nodiscard]] std::shared_ptr<const ZREventFileHandle> OpenRoot(ZRFileSystem& files,
-                                                                  const char* path, bool anew);
+                                                                  const std::string& path,
+                                                                  bool anew);
 
   const std::unique_ptr<CState> state;
 };

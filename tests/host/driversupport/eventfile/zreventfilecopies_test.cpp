@@ -4,8 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+#include <atomic>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -13,6 +17,7 @@
 #include "host/driversupport/eventfile/transitions.h"
 #include "host/driversupport/eventfile/zreventfilesync.h"
 #include "host/platform/zrsystemfilesystem.h"
+#include "host/platform/zrthread.h"
 #include "host/platform/zrvirtualtime.h"
 #include "support/text.h"
 
@@ -23,6 +28,11 @@ namespace fs = std::filesystem;
 // The system's disk, on which no file has changed lately, and which counts what is opened.
 class CSettledDisk final : public ZRSystemFileSystem {
  public:
+  [[nodiscard]] tagHandle OpenSized(tagHandle folder, const char* below,
+                                    std::int64_t& size) override {
+    ++opened;
+    return ZRSystemFileSystem::OpenSized(folder, below, size);
+  }
   [[nodiscard]] tagHandle OpenStamped(tagHandle folder, const char* below,
                                       tagStamp& stamp) override {
     ++opened;
@@ -31,7 +41,7 @@ class CSettledDisk final : public ZRSystemFileSystem {
     return handle;
   }
 
-  int opened = 0;
+  std::atomic<int> opened = 0;
   bool isSettled = true;
 };
 
@@ -96,8 +106,50 @@ TEST_F(EventFileCopies, AFileThatHasJustChangedIsReadEachTime) {
   ReadTwice();
   ExpectRead(1);
   disk.isSettled = true;
+  ExpectRead(1);
+  ExpectRead(0);
+}
+
+TEST_F(EventFileCopies, AFileThatChangedInItsPlaceIsReadAgain) {
   ReadTwice();
   ExpectRead(0);
+  ZRFileSystem::tagStamp before, after;
+  const int month = disk.OpenFolder((folder / "2024/03").c_str());
+  ASSERT_TRUE(disk.Stamp(month, "Boiler 03-2024.suc", before));
+  std::fstream file(File(), std::ios::in | std::ios::out | std::ios::binary);
+  do {  // until the clock of the file system has gone on
+    file.seekp(-1, std::ios::end);
+    file.put('x').flush();
+    ASSERT_TRUE(disk.Stamp(month, "Boiler 03-2024.suc", after));
+  } while (after.IsSame(before));
+  disk.Close(month);
+  EXPECT_EQ(after.size, before.size);
+  all.pop_back();
+  ExpectRead(1);
+}
+
+// One thread appends, and the others ask for the file meanwhile.
+TEST_F(EventFileCopies, ThreadsThatAskSeeAWholeBeginning) {
+  constexpr std::size_t kRecords = 200;
+  std::vector<tagTransition> whole = all;
+  while (whole.size() < kRecords)
+    whole.push_back({whole.size(), Date(static_cast<double>(whole.size())), 1, "text"});
+  std::atomic<std::size_t> written = all.size();
+  std::array<ZRThread, 3> readers;
+  for (ZRThread& reader : readers) {
+    ASSERT_TRUE(reader.Start([&] {
+      for (std::size_t least = 0; least < kRecords;) {
+        least = written;
+        const std::vector<tagTransition> read = Load(path);
+        ASSERT_GE(read.size(), least);
+        ASSERT_TRUE(std::equal(read.begin(), read.end(), whole.begin()));
+      }
+    }));
+  }
+  for (; written < kRecords; ++written)
+    EXPECT_TRUE(Save(path, whole[written]));
+  for (ZRThread& reader : readers)
+    reader.Join();
 }
 
 TEST_F(EventFileCopies, AnotherFileOfThatNameIsRead) {
@@ -169,12 +221,11 @@ class Copies : public testing::Test {
   void SetUp() override { copies.Begin(); }
   void TearDown() override { copies.End(); }
 
-  void KeepTwice(const std::string& path, const std::string& bytes) {
-    copies.Keep(disk, path, {}, bytes);
+  void Keep(const std::string& path, const std::string& bytes) {
     copies.Keep(disk, path, {}, bytes);
   }
-  [[nodiscard]] std::string Kept(const std::string& path) const {
-    const auto copy = copies.Find(disk, path);
+  [[nodiscard]] std::string Kept(const std::string& path) {
+    const auto copy = copies.Find(disk, path).copy;
     return copy ? std::string(copy->Bytes()) : "-";
   }
 
@@ -182,26 +233,29 @@ class Copies : public testing::Test {
   ZRSystemFileSystem disk;
 };
 
-TEST_F(Copies, AreKeptFromTheSecondReadingOn) {
-  copies.Keep(disk, "a", {}, "first");
+TEST_F(Copies, AreToBeKeptFromTheSecondReadingOn) {
+  EXPECT_FALSE(copies.Find(disk, "a").isToKeep);
+  EXPECT_FALSE(copies.Find(disk, "b").isToKeep);
+  EXPECT_TRUE(copies.Find(disk, "a").isToKeep);
   EXPECT_EQ(Kept("a"), "-");
-  copies.Keep(disk, "a", {}, "second");
+  Keep("a", "first");
+  EXPECT_EQ(Kept("a"), "first");
+  EXPECT_TRUE(copies.Find(disk, "a").isToKeep);
+  Keep("a", "second");
   EXPECT_EQ(Kept("a"), "second");
-  copies.Keep(disk, "a", {}, "third");
-  EXPECT_EQ(Kept("a"), "third");
   EXPECT_EQ(Kept("b"), "-");
 }
 
 TEST_F(Copies, BelongToTheirDisk) {
-  KeepTwice("a", "text");
+  Keep("a", "text");
   const ZRSystemFileSystem other;
-  EXPECT_EQ(copies.Find(other, "a"), nullptr);
+  EXPECT_EQ(copies.Find(other, "a").copy, nullptr);
 }
 
 TEST_F(Copies, OfManyFilesAreAllThere) {
   constexpr int kMany = 5000;
   for (int i = 0; i < kMany; ++i)
-    KeepTwice("file " + std::to_string(i), std::to_string(i));
+    Keep("file " + std::to_string(i), std::to_string(i));
   int found = 0;
   for (int i = 0; i < kMany; ++i)
     found += Kept("file " + std::to_string(i)) == std::to_string(i) ? 1 : 0;
@@ -212,31 +266,32 @@ TEST_F(Copies, AreBoundedAndThenBeginAnew) {
   const std::string large(ZREventFileCopies::kMostOfFile, 'x');
   constexpr std::size_t kFitting = ZREventFileCopies::kMostBytes / ZREventFileCopies::kMostOfFile;
   for (std::size_t i = 0; i <= kFitting; ++i)
-    KeepTwice("file " + std::to_string(i), large);
+    Keep("file " + std::to_string(i), large);
   EXPECT_EQ(Kept("file 0"), "-");
   EXPECT_EQ(Kept("file " + std::to_string(kFitting)), large);
-  KeepTwice("file 0", "small");
+  Keep("file 0", "small");
   EXPECT_EQ(Kept("file 0"), "small");
 }
 
 TEST_F(Copies, OneInPlaceOfAnotherCostsNoMore) {
   const std::string large(ZREventFileCopies::kMostOfFile, 'x');
-  KeepTwice("first", "small");
+  Keep("first", "small");
   for (std::size_t i = 0; i < 2 * ZREventFileCopies::kMostBytes / large.size(); ++i)
     copies.Keep(disk, i % 2 == 0 ? "a" : "b", {}, large);
   EXPECT_EQ(Kept("first"), "small");
 }
 
 TEST_F(Copies, ATooLargeFileIsLeftOut) {
-  KeepTwice("a", std::string(ZREventFileCopies::kMostOfFile + 1, 'x'));
+  Keep("a", std::string(ZREventFileCopies::kMostOfFile + 1, 'x'));
   EXPECT_EQ(Kept("a"), "-");
 }
 
 TEST_F(Copies, AreNotKeptBehindEnd) {
-  KeepTwice("a", "text");
+  Keep("a", "text");
   copies.End();
   EXPECT_EQ(Kept("a"), "-");
-  KeepTwice("a", "text");
+  EXPECT_FALSE(copies.Find(disk, "a").isToKeep);
+  Keep("a", "text");
   EXPECT_EQ(Kept("a"), "-");
 }
 
