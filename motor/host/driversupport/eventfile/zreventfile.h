@@ -74,8 +74,10 @@ class ZREventFile {
   void SetEventAnnotation(const ZRBasicString<char>& annotation);
   // Writes the current record behind the last one and makes it durable, as ZREventFileSync tells.
   // If the last record equals it in all four fields, a call before has failed halfway: then the
-  // same bytes are written again at their place. False if the record isn't there for sure; it can
-  // be tried again. A record has at most 16 MiB, a file 64 GiB.
+  // same bytes are written again at their place. So are those of a record behind which another
+  // writer has come meanwhile, if that call was in this process, and ZREventFileSync hasn't been
+  // stopped since. False if the record isn't there for sure; it can be tried again. A record has
+  // at most 16 MiB, a file 64 GiB.
   [[nodiscard]] bool Update();
 
   // --- reading ---

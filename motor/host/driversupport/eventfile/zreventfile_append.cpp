@@ -134,15 +134,45 @@ bool ZREventFile::CImplementation::CopyTorn(const ZREventFileHandle& to) {
 // --- records ---
 
 bool ZREventFile::CImplementation::Append(const tagFields& fields) {
-  if (!Write(fields)) return false;
-  isSure = false;
-  if (!MakeDurable()) {
-    Tell(ZREventFileTrouble::kSync, errno);
+  ZREventFileSync& sync = ZREventFileSync::Get();
+  const bool isLast = IsLast(fields);
+  const int left = isLast ? -1 : sync.HalfwayIndex(path.Whole(), fields);
+  bool isRead = true;
+  const bool isBehind = left >= 0 && IsAt(left, fields, isRead);
+  if (!isRead) {
+    Tell(ZREventFileTrouble::kWrite, errno);
     return false;
   }
-  isSure = true;
+  const int index = isBehind ? left : tail.count - int{isLast};
+  if (!(isBehind ? AppendAgain(index) : AppendLast(fields))) {
+    sync.NoteHalfway(path.Whole(), fields, index);
+    return false;
+  }
+  sync.ForgetHalfway(path.Whole(), fields);
   ZREventFileTroubles::Get().Cured();
   return true;
+}
+
+bool ZREventFile::CImplementation::AppendLast(const tagFields& fields) {
+  if (!Write(fields)) return false;
+  isSure = MakeDurable();
+  if (!isSure) Tell(ZREventFileTrouble::kSync, errno);
+  return isSure;
+}
+
+// What a call before has left, and another event of that name has written behind it.
+bool ZREventFile::CImplementation::AppendAgain(int index) {
+  isSure = Rewrite(index);
+  if (!isSure || ZREventFileSync::Get().Durability() == ZRDurability::kOff) return isSure;
+  const bool isSynced = SyncFile();
+  if (!isSynced) ZREventFileSync::Get().NoteFailedSync();
+  isSure = isSynced && SyncNames();
+  if (!isSure) Tell(ZREventFileTrouble::kSync, errno);
+  return isSure;
+}
+
+bool ZREventFile::CImplementation::IsLast(const tagFields& fields) const {
+  return tail.length != 0 && IsSame(tail.record, fields);
 }
 
 bool ZREventFile::CImplementation::Write(const tagFields& fields) {
@@ -150,8 +180,7 @@ bool ZREventFile::CImplementation::Write(const tagFields& fields) {
   Layout::tagRecord record{
       static_cast<std::uint32_t>(tail.count),       fields.id,        fields.date, fields.value,
       isHigher ? fields.date : tail.record.highest, fields.annotation};
-  const bool isAgain = tail.length != 0 && IsSame(tail.record, fields);
-  isSure = isAgain ? WriteOver() : WriteBehind(record);
+  isSure = IsLast(fields) ? WriteOver() : WriteBehind(record);
   if (!isSure) Tell(ZREventFileTrouble::kWrite, errno);
   return isSure;
 }

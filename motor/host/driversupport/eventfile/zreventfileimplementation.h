@@ -120,6 +120,9 @@ class ZREventFile::CImplementation {
   [[nodiscard]] ZREventFileHandle NewTornFile(const ZREventFileHandle& month, std::string& name);
   [[nodiscard]] bool CopyTorn(const ZREventFileHandle& to);
   [[nodiscard]] bool Blank();
+  [[nodiscard]] bool IsLast(const tagFields& fields) const;
+  [[nodiscard]] bool AppendLast(const tagFields& fields);
+  [[nodiscard]] bool AppendAgain(int index);
   [[nodiscard]] bool WriteBehind(Layout::tagRecord& record);
   [[nodiscard]] bool WriteOver();
   [[nodiscard]] bool MakeDurable();

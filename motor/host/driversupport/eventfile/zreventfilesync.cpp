@@ -2,10 +2,12 @@
 
 #include <array>
 #include <atomic>
+#include <bit>
 #include <cerrno>
 #include <iterator>
 #include <map>
 #include <set>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -39,6 +41,13 @@ class ZREventFileSync::CState {
     std::map<std::string, ZREventFileHandle> roots;
   };
 
+  // File, occurrence and value; no transition comes twice.
+  using tagHalfway = std::tuple<std::string, uuid, std::uint64_t>;
+  [[nodiscard]] static tagHalfway HalfwayOf(const std::string& file,
+                                            const ZREventFile::tagFields& record) {
+    return {file, record.id, std::bit_cast<std::uint64_t>(record.value)};
+  }
+
   void Run();
   [[nodiscard]] bool SyncAtOnce(tagBatch& batch);
   [[nodiscard]] bool WriteAgain(tagBatch& batch);
@@ -57,6 +66,8 @@ class ZREventFileSync::CState {
   tagBatch waiting ZR_GUARDED_BY(mutex);
   int underWay ZR_GUARDED_BY(mutex) = 0;
   std::set<std::string> folders ZR_GUARDED_BY(mutex);
+  std::map<tagHalfway, int> halfway ZR_GUARDED_BY(mutex);
+  std::atomic<bool> isAnyHalfway{false};
   // A folder that was looked for; without a handle if it wasn't there.
   struct tagFolder {
     const ZRFileSystem* files = nullptr;
@@ -118,6 +129,8 @@ void ZREventFileSync::Stop() {
   const ZRMutexLock lock(state->mutex);
   state->isStopping = false;
   state->folders.clear();
+  state->halfway.clear();
+  state->isAnyHalfway = false;
   state->waiting = {};
   state->ForgetOpen();
 }
@@ -184,6 +197,29 @@ void ZREventFileSync::NoteFailedSync() {
     if (state->waiting.records != 0) state->waiting.hasFailed = true;
   }
   errno = error;
+}
+
+void ZREventFileSync::NoteHalfway(const std::string& file, const ZREventFile::tagFields& record,
+                                  int index) {
+  const ZRMutexLock lock(state->mutex);
+  if (state->halfway.size() >= kMostHalfway) state->halfway.clear();
+  state->halfway[CState::HalfwayOf(file, record)] = index;
+  state->isAnyHalfway = true;
+}
+
+void ZREventFileSync::ForgetHalfway(const std::string& file, const ZREventFile::tagFields& record) {
+  if (!state->isAnyHalfway) return;
+  const ZRMutexLock lock(state->mutex);
+  state->halfway.erase(CState::HalfwayOf(file, record));
+  state->isAnyHalfway = !state->halfway.empty();
+}
+
+int ZREventFileSync::HalfwayIndex(const std::string& file,
+                                  const ZREventFile::tagFields& record) const {
+  if (!state->isAnyHalfway) return -1;
+  const ZRMutexLock lock(state->mutex);
+  const auto found = state->halfway.find(CState::HalfwayOf(file, record));
+  return found == state->halfway.end() ? -1 : found->second;
 }
 
 bool ZREventFileSync::IsDurableFolder(const std::string& folder) const {

@@ -61,6 +61,14 @@ class ZREventFileSync {
                             ZREventFile::tagWritten record);
   // The sync of a file has failed: what was put off may have gone with it, and is written again.
   void NoteFailedSync();
+  // A record whose Update has failed may be in that file, at that index. Stop forgets all of them,
+  // and so does one that is too many.
+  static constexpr std::size_t kMostHalfway = 20'000;
+  void NoteHalfway(const std::string& file, const ZREventFile::tagFields& record, int index);
+  void ForgetHalfway(const std::string& file, const ZREventFile::tagFields& record);
+  // -1 if there is none.
+  [[nodiscard]] int HalfwayIndex(const std::string& file,
+                                 const ZREventFile::tagFields& record) const;
   // Folders of a month whose names are known to be durable since Start.
   [[nodiscard]] bool IsDurableFolder(const std::string& folder) const;
   void NoteDurableFolder(const std::string& folder);

@@ -35,12 +35,15 @@ class EventFileCrash : public testing::Test {
   // A record and what is known of it.
   struct tagKnown {
     tagTransition transition;
+    std::size_t event = 0;
     bool isConfirmed = false;  // by Update, in this life
     bool isDurable = false;    // as far as the program was told, in any life
   };
 
-  void PlayAll(ZRDurability durability) {
+  // With so many events of one name.
+  void PlayAll(ZRDurability durability, std::size_t events = 1) {
     const tagSeeds seeds;
+    queues.resize(events);
     for (std::uint64_t seed = seeds.first; seed != seeds.behind && !HasFatalFailure(); ++seed)
       Play(seed, durability);
   }
@@ -87,14 +90,18 @@ class EventFileCrash : public testing::Test {
 
   // Appends as the engine does: the oldest record first, until one can't be written.
   void Live() {
-    std::deque<std::size_t> queue;
+    for (std::deque<std::size_t>& queue : queues)
+      queue.clear();
     const bool isAdaptive = ZREventFileSync::Get().Durability() == ZRDurability::kAdaptive;
     const std::uint64_t transitions = 1 + chance.Below(isAdaptive ? 100 : 20);
     for (std::uint64_t i = 0; i < transitions && !folder.disk.IsDown(); ++i) {
       const std::uint64_t number = known.size();
       const std::size_t length = chance.Happens(10) ? chance.Below(100'000) : chance.Below(120);
+      const std::size_t event = queues.size() > 1 ? chance.Below(queues.size()) : 0;
       known.push_back({{number, Date(static_cast<double>(number)), chance.Happens(500) ? 1.0 : 2.0,
-                        std::string(length, static_cast<char>('a' + number % 26))}});
+                        std::string(length, static_cast<char>('a' + number % 26))},
+                       event});
+      std::deque<std::size_t>& queue = queues[event];
       queue.push_back(number);
       while (!queue.empty() && Save(folder.path, known[queue.front()].transition)) {
         Confirm(queue.front());
@@ -127,7 +134,7 @@ class EventFileCrash : public testing::Test {
     const bool isOpen = file.Open(folder.path.Text(), true);
     ASSERT_EQ(isOpen, folder.disk.Content(DataFolder::kFile) != nullptr);
     std::vector<int> times(known.size());
-    std::uint64_t last = 0;
+    std::vector<std::uint64_t> last(queues.size());
     for (int i = 0; i < file.numRecords; ++i) {
       // One that nobody confirmed: its sync failed, its process died, another one followed.
       if (!file.GoRecord(i)) continue;
@@ -135,10 +142,11 @@ class EventFileCrash : public testing::Test {
       ASSERT_LT(found.occurrence, known.size());
       ASSERT_EQ(found, known[found.occurrence].transition);
       ASSERT_EQ(++times[found.occurrence], 1) << "record " << found.occurrence;
+      std::uint64_t& before = last[known[found.occurrence].event];
       if (IsInOrder()) {
-        ASSERT_GE(found.occurrence, last);
+        ASSERT_GE(found.occurrence, before);
       }
-      last = found.occurrence;
+      before = found.occurrence;
     }
     for (std::size_t i = 0; i < known.size(); ++i) {
       const bool isToldDurable = known[i].isDurable;
@@ -167,6 +175,7 @@ class EventFileCrash : public testing::Test {
   LogCapture log;
   Chance chance{1};
   std::vector<tagKnown> known;
+  std::vector<std::deque<std::size_t>> queues;  // of each event
   bool diedByPower = false;
   // Records whose sync has failed, and that still waited for another one when the process died:
   // the disk hasn't got them, and the memory that kept them has gone.
@@ -183,6 +192,14 @@ TEST_F(EventFileCrash, AdaptiveLosesNothingThatWasMadeDurable) {
 
 TEST_F(EventFileCrash, OffLosesNothingWithTheProcess) {
   PlayAll(ZRDurability::kOff);
+}
+
+TEST_F(EventFileCrash, StrictLosesAndDoublesNothingOfTwoEventsOfOneName) {
+  PlayAll(ZRDurability::kStrict, 2);
+}
+
+TEST_F(EventFileCrash, AdaptiveLosesNothingOfTwoEventsOfOneName) {
+  PlayAll(ZRDurability::kAdaptive, 2);
 }
 
 }  // namespace

@@ -172,6 +172,37 @@ TEST_F(EventFileSync, WhatAFailedSyncOfAFileMayHaveLostIsWrittenAgain) {
   EXPECT_EQ(WholeOnes(), all) << "each once";
 }
 
+// Whether the disk has kept it or not, and whether that can be read or not.
+TEST_F(EventFileSync, ARecordIsNotDoubledWhenAnotherEventOfThatNameWritesBeforeItIsTriedAgain) {
+  sync.SetDurability(ZRDurability::kStrict);
+  const tagTransition first{2, Date(2), 1, "first"};
+  const tagTransition second{3, Date(3), 1, "second"};
+  int refused = 0;
+  for (std::uint64_t seed = 1; seed <= 40; ++seed) {
+    SCOPED_TRACE(seed);
+    folder.disk.Reset(seed);
+    all.clear();
+    SaveNext(2);
+    folder.disk.Fail(tagCall::kSync, 1, EIO);
+    ASSERT_FALSE(Save(path, first));
+    ASSERT_TRUE(Save(path, second));
+    folder.disk.Fail(tagCall::kRead, 1 + seed % 4, EIO);
+    bool isSaved = Save(path, first);
+    refused += isSaved ? 0 : 1;
+    folder.disk.Heal();
+    folder.disk.Fail(tagCall::kSync, 1, EIO);
+    isSaved = isSaved || Save(path, first);
+    folder.disk.Heal();
+    EXPECT_TRUE(isSaved || Save(path, first));
+    folder.disk.PowerCut();
+    all.insert(all.end(), {first, second});
+    EXPECT_EQ(WholeOnes(), all) << "each once";
+    sync.Stop();
+    sync.Start();
+  }
+  EXPECT_GT(refused, 10);
+}
+
 TEST_F(EventFileSync, WhatAFailedSyncOfATornFileMayHaveLostIsWrittenAgain) {
   SaveNext(50);
   for (int i = 0; i < 4; ++i) {
