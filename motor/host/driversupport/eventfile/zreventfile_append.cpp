@@ -70,17 +70,17 @@ bool ZREventFile::CImplementation::SetAside() {
       root ? ZREventFileHandle(*files, files->OpenFolder(root->Get(), path.YearAndMonth().c_str()))
            : ZREventFileHandle();
   std::string name;
-  bool isAside = false;
-  if (month.IsOpen()) {
-    ZREventFileHandle torn = NewTornFile(month, name);
-    isAside = torn.IsOpen() && CopyTorn(torn) && files->Sync(torn.Get()) &&
-              files->SyncFolder(month.Get());
-    const int error = errno;
-    if (torn.IsOpen() && !isAside) (void)files->Remove(month.Get(), name.c_str());
-    errno = error;
-  }
-  if (!isAside || !Blank() || !files->Truncate(file.Get(), tail.end)) {
+  const ZREventFileHandle torn = month.IsOpen() ? NewTornFile(month, name) : ZREventFileHandle();
+  bool hasContent = false;
+  const bool isAside = torn.IsOpen() && CopyTorn(torn, hasContent) && files->Sync(torn.Get()) &&
+                       files->SyncFolder(month.Get());
+  const bool isCut = isAside && Blank() && files->Truncate(file.Get(), tail.end);
+  if (!isCut) {
     Tell(ZREventFileTrouble::kWrite, errno);
+    // Half of them, or the zeros of an attempt before, which are still in their place.
+    const int error = errno;
+    if (torn.IsOpen() && !(isAside && hasContent)) (void)files->Remove(month.Get(), name.c_str());
+    errno = error;
     return false;
   }
   tail.size = tail.end;
@@ -116,7 +116,7 @@ bool ZREventFile::CImplementation::Blank() {
   return false;
 }
 
-bool ZREventFile::CImplementation::CopyTorn(const ZREventFileHandle& to) {
+bool ZREventFile::CImplementation::CopyTorn(const ZREventFileHandle& to, bool& hasContent) {
   const auto piece = std::make_unique_for_overwrite<unsigned char[]>(kPiece);
   for (std::uint64_t at = tail.end; at < tail.size;) {
     const std::size_t wanted = std::min<std::uint64_t>(kPiece, tail.size - at);
@@ -126,6 +126,8 @@ bool ZREventFile::CImplementation::CopyTorn(const ZREventFileHandle& to) {
       return false;
     }
     if (!to.Write(piece.get(), static_cast<std::size_t>(got), at - tail.end)) return false;
+    hasContent = hasContent || std::any_of(piece.get(), piece.get() + got,
+                                           [](unsigned char byte) { return byte != 0; });
     at += static_cast<std::uint64_t>(got);
   }
   return true;

@@ -118,7 +118,7 @@ class ZREventFile::CImplementation {
   [[nodiscard]] std::shared_ptr<const ZREventFileHandle> OpenRoot() const;
   [[nodiscard]] bool SetAside();
   [[nodiscard]] ZREventFileHandle NewTornFile(const ZREventFileHandle& month, std::string& name);
-  [[nodiscard]] bool CopyTorn(const ZREventFileHandle& to);
+  [[nodiscard]] bool CopyTorn(const ZREventFileHandle& to, bool& hasContent);
   [[nodiscard]] bool Blank();
   [[nodiscard]] bool IsLast(const tagFields& fields) const;
   [[nodiscard]] bool AppendLast(const tagFields& fields);

@@ -178,6 +178,14 @@ TEST_F(EventFileDamage, AFailureWhileTornBytesAreBlankedIsTriedAgain) {
     EXPECT_FALSE(Save(path, next));
     EXPECT_EQ(folder.Bytes().size(), original.size()) << "not cut";
     EXPECT_EQ(folder.Bytes(std::string(DataFolder::kFile) + ".torn-1"), tagBytes(40, 0xAB));
+    tagBytes blanked = original;
+    std::fill(blanked.end() - 40, blanked.end(), 0);
+    Put(blanked);
+    for (int i = 0; i < 3; ++i) {
+      folder.disk.Fail(call, 2, EIO);
+      EXPECT_FALSE(Save(path, next));
+      EXPECT_EQ(folder.Files().size(), 2u) << "what zeros are left isn't set aside again";
+    }
     EXPECT_TRUE(Save(path, next));
     EXPECT_EQ(Load(path), (std::vector{before[0], before[1], next}));
   }
