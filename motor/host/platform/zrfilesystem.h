@@ -52,7 +52,7 @@ class ZRFileSystem {
   [[nodiscard]] virtual tagHandle OpenFile(tagHandle folder, const char* below,
                                            tagAccess access) = 0;
   // Opens a file to read it, and tells its size, -1 if that fails. What isn't a regular file may be
-  // opened, and fails when it is read.
+  // opened too; a folder then fails when it is read.
   [[nodiscard]] virtual tagHandle OpenSized(tagHandle folder, const char* below,
                                             std::int64_t& size) {
     const tagHandle opened = OpenFile(folder, below, tagAccess::kRead);

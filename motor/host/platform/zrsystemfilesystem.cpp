@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -166,8 +167,9 @@ ZRFileSystem::tagHandle ZRSystemFileSystem::OpenFile(tagHandle folder, const cha
 ZRFileSystem::tagHandle ZRSystemFileSystem::OpenSized(tagHandle folder, const char* below,
                                                       std::int64_t& size) {
   const tagHandle handle = OpenQuietly(folder, below, O_RDONLY);
-  // Much cheaper than to ask what it is.
+  // Much cheaper than to ask what it is. A folder may tell that it has no end.
   size = handle == kNone ? -1 : ::lseek(handle, 0, SEEK_END);
+  if (size >= INT32_MAX) size = Size(handle);
   return handle == kNone || size >= 0 ? handle : Closed(handle);
 }
 

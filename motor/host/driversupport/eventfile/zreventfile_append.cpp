@@ -35,6 +35,7 @@ bool ZREventFile::CImplementation::Prepare() {
   if (!isSure) {
     if (!isLocked && !LockWithin(kLockWait)) return false;
     tail = {};
+    blocks.Detach();  // another one may have appended since
     const std::int64_t size = files->Size(file.Get());
     tail.size = size < 0 ? 0 : static_cast<std::uint64_t>(size);
     isSure = tail.size >= Layout::kHead && tail.size <= Layout::kLargestFile && FindTail();
@@ -71,15 +72,13 @@ bool ZREventFile::CImplementation::SetAside() {
            : ZREventFileHandle();
   std::string name;
   const ZREventFileHandle torn = month.IsOpen() ? NewTornFile(month, name) : ZREventFileHandle();
-  bool hasContent = false;
-  const bool isAside = torn.IsOpen() && CopyTorn(torn, hasContent) && files->Sync(torn.Get()) &&
-                       files->SyncFolder(month.Get());
-  const bool isCut = isAside && Blank() && files->Truncate(file.Get(), tail.end);
-  if (!isCut) {
-    Tell(ZREventFileTrouble::kWrite, errno);
-    // Half of them, or the zeros of an attempt before, which are still in their place.
+  const bool isAside =
+      torn.IsOpen() && CopyTorn(torn) && files->Sync(torn.Get()) && files->SyncFolder(month.Get());
+  if (!isAside || !Blank() || !files->Truncate(file.Get(), tail.end)) {
     const int error = errno;
-    if (torn.IsOpen() && !(isAside && hasContent)) (void)files->Remove(month.Get(), name.c_str());
+    Tell(ZREventFileTrouble::kWrite, error);
+    if (torn.IsOpen() && (!isAside || IsStillThere(torn)))
+      (void)files->Remove(month.Get(), name.c_str());
     errno = error;
     return false;
   }
@@ -116,7 +115,25 @@ bool ZREventFile::CImplementation::Blank() {
   return false;
 }
 
-bool ZREventFile::CImplementation::CopyTorn(const ZREventFileHandle& to, bool& hasContent) {
+bool ZREventFile::CImplementation::CopyTorn(const ZREventFileHandle& to) {
+  return ForEachTorn([&](const unsigned char* bytes, std::size_t count, std::uint64_t at) {
+    return to.Write(bytes, count, at);
+  });
+}
+
+// True if the bytes that were copied are still in their place.
+bool ZREventFile::CImplementation::IsStillThere(const ZREventFileHandle& copy) {
+  const auto copied = std::make_unique_for_overwrite<unsigned char[]>(kPiece);
+  return ForEachTorn([&](const unsigned char* bytes, std::size_t count, std::uint64_t at) {
+    return copy.Read(copied.get(), count, at) == static_cast<std::int64_t>(count) &&
+           std::equal(bytes, bytes + count, copied.get());
+  });
+}
+
+// Calls `use(bytes, count, at)` for the bytes behind the last whole record, piece by piece, while
+// it gives true; `at` counts from there. False if they can't be read, or it gives false.
+template <typename Use>
+bool ZREventFile::CImplementation::ForEachTorn(Use use) {
   const auto piece = std::make_unique_for_overwrite<unsigned char[]>(kPiece);
   for (std::uint64_t at = tail.end; at < tail.size;) {
     const std::size_t wanted = std::min<std::uint64_t>(kPiece, tail.size - at);
@@ -125,9 +142,7 @@ bool ZREventFile::CImplementation::CopyTorn(const ZREventFileHandle& to, bool& h
       if (got == 0) errno = EIO;
       return false;
     }
-    if (!to.Write(piece.get(), static_cast<std::size_t>(got), at - tail.end)) return false;
-    hasContent = hasContent || std::any_of(piece.get(), piece.get() + got,
-                                           [](unsigned char byte) { return byte != 0; });
+    if (!use(piece.get(), static_cast<std::size_t>(got), at - tail.end)) return false;
     at += static_cast<std::uint64_t>(got);
   }
   return true;
@@ -142,6 +157,7 @@ bool ZREventFile::CImplementation::Append(const tagFields& fields) {
   bool isRead = true;
   const bool isBehind = left >= 0 && IsAt(left, fields, isRead);
   if (!isRead) {
+    isSure = false;
     Tell(ZREventFileTrouble::kWrite, errno);
     return false;
   }
@@ -234,7 +250,7 @@ bool ZREventFile::CImplementation::MakeDurable() {
     sync.NoteFailedSync();
     return false;
   }
-  const bool isNamed = last.index != 0 && sync.IsDurableFolder(std::string(path.Folder()));
+  const bool isNamed = last.index != 0 && sync.HasDurableName(path);
   if (isNamed || SyncNames()) return true;
   // Without its name the file would take other records with it.
   const int error = errno;
@@ -259,7 +275,7 @@ bool ZREventFile::CImplementation::SyncNames() const {
   sync.ForgetFolder(whole);
   if (!syncFolder(month)) return false;
   if (!isKnown && !(syncFolder(path.Year()) && files->SyncFolder(root->Get()))) return false;
-  sync.NoteDurableFolder(whole);
+  sync.NoteDurableNames(path);
   return true;
 }
 

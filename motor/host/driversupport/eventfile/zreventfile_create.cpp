@@ -85,8 +85,11 @@ bool ZREventFile::Create(const wchar_t* path, const CNewFileTemplate& newFile) {
   }
   if (isMade) {
     const ZREventFileHandle month = OpenMonth(files, place, isFolderMade);
-    isMade = month.IsOpen() && IsFree(files, month, place.Name()) &&
-             MakeFile(files, month, place.Name(), newFile);
+    isMade = month.IsOpen() && IsFree(files, month, place.Name());
+    if (isMade) {
+      ZREventFileSync::Get().NoteNewFile(place.Whole());
+      isMade = MakeFile(files, month, place.Name(), newFile);
+    }
   }
   const int error = errno;
   if (isFolderMade) ZREventFileSync::Get().ForgetFolder(std::string(place.Folder()));

@@ -10,8 +10,8 @@
 
 // What questions about many events read of their files again and again: to ask the system whether
 // a file has changed costs less than half of opening, reading and closing it. A file is kept when
-// it is read for the second time. Keeps nothing before Begin and behind End, and at most kMostBytes
-// of the process: with more it begins anew.
+// it is asked for again. Keeps nothing before Begin and behind End, and at most kMostBytes of the
+// process: with more it begins anew.
 //
 // Threads   any.
 // Order     its mutex is a leaf.

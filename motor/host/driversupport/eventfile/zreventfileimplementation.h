@@ -75,7 +75,8 @@ class ZREventFile::CImplementation {
   // bytes.
   [[nodiscard]] bool Prepare();
   // Behind Prepare: write a record behind the last one, or the last one once more if it is the
-  // same; Append makes it durable too.
+  // same. Append makes it durable too, and doesn't write it again behind others if a call before
+  // has left it there.
   [[nodiscard]] bool Append(const tagFields& fields);
   [[nodiscard]] bool Write(const tagFields& fields);
   // True if that record is there, and `isRead` false if nobody knows; and write its bytes at their
@@ -118,7 +119,10 @@ class ZREventFile::CImplementation {
   [[nodiscard]] std::shared_ptr<const ZREventFileHandle> OpenRoot() const;
   [[nodiscard]] bool SetAside();
   [[nodiscard]] ZREventFileHandle NewTornFile(const ZREventFileHandle& month, std::string& name);
-  [[nodiscard]] bool CopyTorn(const ZREventFileHandle& to, bool& hasContent);
+  [[nodiscard]] bool CopyTorn(const ZREventFileHandle& to);
+  [[nodiscard]] bool IsStillThere(const ZREventFileHandle& copy);
+  template <typename Use>
+  [[nodiscard]] bool ForEachTorn(Use use);
   [[nodiscard]] bool Blank();
   [[nodiscard]] bool IsLast(const tagFields& fields) const;
   [[nodiscard]] bool AppendLast(const tagFields& fields);

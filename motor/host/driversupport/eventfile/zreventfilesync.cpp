@@ -26,6 +26,7 @@ constexpr std::uint32_t kGather = 900;   // ms from the first record that is put
 constexpr int kMostRecords = 100'000;
 constexpr std::size_t kMostBytes = std::size_t{64} << 20;  // of annotations
 constexpr std::size_t kMostFolders = 1000;
+constexpr std::size_t kMostNewFiles = 100'000;
 
 }  // namespace
 
@@ -66,6 +67,7 @@ class ZREventFileSync::CState {
   tagBatch waiting ZR_GUARDED_BY(mutex);
   int underWay ZR_GUARDED_BY(mutex) = 0;
   std::set<std::string> folders ZR_GUARDED_BY(mutex);
+  std::set<std::string> newFiles ZR_GUARDED_BY(mutex);  // made here; their names may not be durable
   std::map<tagHalfway, int> halfway ZR_GUARDED_BY(mutex);
   std::atomic<bool> isAnyHalfway{false};
   // A folder that was looked for; without a handle if it wasn't there.
@@ -129,6 +131,7 @@ void ZREventFileSync::Stop() {
   const ZRMutexLock lock(state->mutex);
   state->isStopping = false;
   state->folders.clear();
+  state->newFiles.clear();
   state->halfway.clear();
   state->isAnyHalfway = false;
   state->waiting = {};
@@ -201,10 +204,14 @@ void ZREventFileSync::NoteFailedSync() {
 
 void ZREventFileSync::NoteHalfway(const std::string& file, const ZREventFile::tagFields& record,
                                   int index) {
-  const ZRMutexLock lock(state->mutex);
-  if (state->halfway.size() >= kMostHalfway) state->halfway.clear();
-  state->halfway[CState::HalfwayOf(file, record)] = index;
-  state->isAnyHalfway = true;
+  const int error = errno;
+  {
+    const ZRMutexLock lock(state->mutex);
+    if (state->halfway.size() >= kMostHalfway) state->halfway.clear();
+    state->halfway[CState::HalfwayOf(file, record)] = index;
+    state->isAnyHalfway = true;
+  }
+  errno = error;
 }
 
 void ZREventFileSync::ForgetHalfway(const std::string& file, const ZREventFile::tagFields& record) {
@@ -227,11 +234,27 @@ bool ZREventFileSync::IsDurableFolder(const std::string& folder) const {
   return state->folders.count(folder) != 0;
 }
 
-void ZREventFileSync::NoteDurableFolder(const std::string& folder) {
+void ZREventFileSync::NoteNewFile(const std::string& file) {
   const ZRMutexLock lock(state->mutex);
+  if (state->newFiles.size() >= kMostNewFiles) {
+    state->newFiles.clear();
+    state->folders.clear();  // so the names of all are made durable once more
+  }
+  state->newFiles.insert(file);
+}
+
+bool ZREventFileSync::HasDurableName(const ZREventFilePath& file) const {
+  const ZRMutexLock lock(state->mutex);
+  return state->folders.count(std::string(file.Folder())) != 0 &&
+         state->newFiles.count(file.Whole()) == 0;
+}
+
+void ZREventFileSync::NoteDurableNames(const ZREventFilePath& file) {
+  const ZRMutexLock lock(state->mutex);
+  state->newFiles.erase(file.Whole());
   if (!state->isRunning) return;
   if (state->folders.size() >= kMostFolders) state->folders.clear();
-  state->folders.insert(folder);
+  state->folders.emplace(file.Folder());
 }
 
 void ZREventFileSync::ForgetFolder(const std::string& folder) {

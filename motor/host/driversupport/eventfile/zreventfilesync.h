@@ -69,11 +69,16 @@ class ZREventFileSync {
   // -1 if there is none.
   [[nodiscard]] int HalfwayIndex(const std::string& file,
                                  const ZREventFile::tagFields& record) const;
-  // Folders of a month whose names are known to be durable since Start.
+  // Folders of a month whose names are known to be durable since Start, and with them those of the
+  // files that were there then.
   [[nodiscard]] bool IsDurableFolder(const std::string& folder) const;
-  void NoteDurableFolder(const std::string& folder);
   // That folder may not be, and the data folder may be another one.
   void ForgetFolder(const std::string& folder);
+  // A file is about to be made here: its name is another matter.
+  void NoteNewFile(const std::string& file);
+  // True if a file that isn't empty has a durable name.
+  [[nodiscard]] bool HasDurableName(const ZREventFilePath& file) const;
+  void NoteDurableNames(const ZREventFilePath& file);
 
   // The folder that a file lies in, open, as OpenRoot has it; null, with ENOENT, also if it wasn't
   // there within the last second and nobody here has made it since.

@@ -123,6 +123,40 @@ TEST_F(EventFileAppend, OneObjectTriesAgainTheSameWay) {
   EXPECT_EQ(Load(path), std::vector{all[1]});
 }
 
+TEST_F(EventFileAppend, OneObjectTriesAgainWhenItCouldNotReadWhatItHasLeft) {
+  const std::vector<tagTransition> all = Some();
+  ASSERT_TRUE(Save(path, all[0]));
+  folder.disk.Fail(tagCall::kSync, 1, EIO);
+  ASSERT_FALSE(Save(path, all[1]));
+  ASSERT_TRUE(Save(path, all[2]));
+  ZREventFile file(true);
+  ASSERT_TRUE(file.Open(path.Text(), false) && file.NewRecord());
+  Fill(file, all[1]);
+  folder.disk.Fail(tagCall::kRead, 1, EIO, ZRCrashingDisk::tagLasting::kForEver);
+  EXPECT_FALSE(file.Update());
+  folder.disk.Heal();
+  EXPECT_TRUE(file.Update());
+  EXPECT_EQ(Load(path), (std::vector{all[0], all[1], all[2]}));
+}
+
+TEST_F(EventFileAppend, WhatWasReadBeforeTheFileWasTakenIsReadAgain) {
+  const std::vector<tagTransition> all = Some();
+  ASSERT_TRUE(Save(path, all[0]));
+  ZREventFile other(true);
+  ASSERT_TRUE(other.Open(path.Text(), false));
+  ZREventFile file(true);
+  ASSERT_TRUE(file.Open(path.Text(), false));
+  ASSERT_TRUE(file.GoRecord(0));
+  ASSERT_TRUE(other.NewRecord());
+  Fill(other, all[1]);
+  ASSERT_TRUE(other.Update());
+  other.Close();
+  ASSERT_TRUE(file.NewRecord());
+  ASSERT_EQ(file.numRecords, 2);
+  ASSERT_TRUE(file.GoRecord(1));
+  EXPECT_EQ(Current(file), all[1]);
+}
+
 TEST_F(EventFileAppend, ARecordThatDiffersInOneFieldIsAnotherOne) {
   const tagTransition first{1, Date(1), 1, "text"};
   const std::vector<tagTransition> all = {first,

@@ -171,23 +171,42 @@ TEST_F(EventFileDamage, AFailureWhileTornBytesAreBlankedIsTriedAgain) {
   const std::vector<tagTransition> before = all;
   original.resize(original.size() + 40, 0xAB);
   const tagTransition next{7, Date(7), 2, ""};
-  for (const auto call : {ZRCrashingDisk::tagCall::kSync, ZRCrashingDisk::tagCall::kWrite}) {
+  for (const auto call : {ZRCrashingDisk::tagCall::kSync, ZRCrashingDisk::tagCall::kWrite,
+                          ZRCrashingDisk::tagCall::kTruncate}) {
     folder.disk.Reset(1);
     Put(original);
-    folder.disk.Fail(call, 2, EIO);
+    folder.disk.Fail(call, call == ZRCrashingDisk::tagCall::kTruncate ? 1 : 2, EIO);
     EXPECT_FALSE(Save(path, next));
     EXPECT_EQ(folder.Bytes().size(), original.size()) << "not cut";
-    EXPECT_EQ(folder.Bytes(std::string(DataFolder::kFile) + ".torn-1"), tagBytes(40, 0xAB));
-    tagBytes blanked = original;
-    std::fill(blanked.end() - 40, blanked.end(), 0);
-    Put(blanked);
-    for (int i = 0; i < 3; ++i) {
-      folder.disk.Fail(call, 2, EIO);
-      EXPECT_FALSE(Save(path, next));
-      EXPECT_EQ(folder.Files().size(), 2u) << "what zeros are left isn't set aside again";
+    if (folder.Bytes() != original) {
+      EXPECT_EQ(folder.Bytes(std::string(DataFolder::kFile) + ".torn-1"), tagBytes(40, 0xAB));
     }
     EXPECT_TRUE(Save(path, next));
     EXPECT_EQ(Load(path), (std::vector{before[0], before[1], next}));
+  }
+}
+
+TEST_F(EventFileDamage, BytesThatStayInTheirPlaceLeaveNoFileBehindForEachAttempt) {
+  Make(2);
+  for (const unsigned char torn : tagBytes{0xAB, 0}) {
+    tagBytes spoiled = original;
+    spoiled.resize(original.size() + 40, torn);
+    folder.disk.Reset(1);
+    Put(spoiled);
+    ZREventFileSync::Get().SetDurability(ZRDurability::kOff);
+    folder.disk.Fail(ZRCrashingDisk::tagCall::kTruncate, 1, EIO,
+                     ZRCrashingDisk::tagLasting::kForEver);
+    for (int i = 0; i < 3; ++i)
+      EXPECT_FALSE(Save(path, {7, Date(7), 2, ""}));
+    EXPECT_EQ(folder.Files().size(), 1u);
+    folder.disk.Heal();
+    ZREventFileSync::Get().SetDurability(ZRDurability::kStrict);
+    folder.disk.Fail(ZRCrashingDisk::tagCall::kTruncate, 1, EIO,
+                     ZRCrashingDisk::tagLasting::kForEver);
+    for (int i = 0; i < 3; ++i)
+      EXPECT_FALSE(Save(path, {7, Date(7), 2, ""}));
+    EXPECT_EQ(folder.Files().size(), torn == 0 ? 1u : 2u) << "only of what isn't there any more";
+    folder.disk.Heal();
   }
 }
 

@@ -36,12 +36,14 @@ class CSettledDisk final : public ZRSystemFileSystem {
   [[nodiscard]] tagHandle OpenStamped(tagHandle folder, const char* below,
                                       tagStamp& stamp) override {
     ++opened;
+    ++stamped;
     const tagHandle handle = ZRSystemFileSystem::OpenStamped(folder, below, stamp);
     stamp.isSettled = isSettled;
     return handle;
   }
 
   std::atomic<int> opened = 0;
+  std::atomic<int> stamped = 0;  // of those
   bool isSettled = true;
 };
 
@@ -89,7 +91,10 @@ class EventFileCopies : public testing::Test {
 };
 
 TEST_F(EventFileCopies, AThirdReadingOpensNothing) {
-  ReadTwice();
+  ExpectRead(1);
+  EXPECT_EQ(disk.stamped, 0) << "most files are read once";
+  ExpectRead(1);
+  EXPECT_EQ(disk.stamped, 1);
   ExpectRead(0);
   ExpectRead(0);
 }

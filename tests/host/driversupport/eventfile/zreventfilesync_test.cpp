@@ -203,6 +203,104 @@ TEST_F(EventFileSync, ARecordIsNotDoubledWhenAnotherEventOfThatNameWritesBeforeI
   EXPECT_GT(refused, 10);
 }
 
+// The folder is known; the file in it is new.
+TEST_F(EventFileSync, ARecordBehindOneThatIsPutOffHasADurableName) {
+  const ZRWString other = L"/data/2024/03/Pump 03-2024.suc";
+  for (std::uint64_t seed = 1; seed <= 40; ++seed) {
+    SCOPED_TRACE(seed);
+    folder.disk.Reset(seed);
+    folder.time.Advance(1000);
+    for (std::uint64_t i = 0; i < 40; ++i)
+      ASSERT_TRUE(Save(other, {i, Date(0), 1, ""}));
+    folder.time.Advance(500);
+    for (std::uint64_t i = 40; i < 50; ++i)
+      ASSERT_TRUE(Save(other, {i, Date(0), 1, ""}));
+    ASSERT_TRUE(Save(path, {0, Date(0), 1, ""}));
+    ASSERT_EQ(sync.Pending(), 1);
+    folder.time.Advance(600);
+    ASSERT_TRUE(Save(path, {1, Date(1), 1, ""}));
+    ASSERT_EQ(sync.Pending(), 1) << "this one is durable";
+    folder.disk.PowerCut();
+    EXPECT_NE(folder.disk.Content(DataFolder::kFile), nullptr);
+    sync.Stop();
+    sync.Start();
+  }
+}
+
+TEST_F(EventFileSync, ARecordBehindOneWhoseSyncFailedHasADurableName) {
+  sync.SetDurability(ZRDurability::kStrict);
+  for (std::uint64_t seed = 1; seed <= 40; ++seed) {
+    SCOPED_TRACE(seed);
+    folder.disk.Reset(seed);
+    ASSERT_TRUE(Save(L"/data/2024/03/Pump 03-2024.suc", {0, Date(0), 1, ""}));
+    folder.disk.Fail(tagCall::kSync, 2, EIO);  // behind the one of the new file
+    ASSERT_FALSE(Save(path, {0, Date(0), 1, "first"}));
+    ASSERT_TRUE(Save(path, {1, Date(1), 1, "of another event of that name"}));
+    folder.disk.PowerCut();
+    EXPECT_NE(folder.disk.Content(DataFolder::kFile), nullptr);
+    sync.Stop();
+    sync.Start();
+  }
+}
+
+TEST_F(EventFileSync, ARecordThatIsTriedAgainHasADurableName) {
+  for (std::uint64_t seed = 1; seed <= 40; ++seed) {
+    SCOPED_TRACE(seed);
+    folder.disk.Reset(seed);
+    sync.SetDurability(ZRDurability::kStrict);
+    ASSERT_TRUE(Save(L"/data/2024/03/Pump 03-2024.suc", {0, Date(0), 1, ""}));
+    folder.disk.Fail(tagCall::kSync, 2, EIO);  // behind the one of the new file
+    ASSERT_FALSE(Save(path, {0, Date(0), 1, "first"}));
+    sync.SetDurability(ZRDurability::kOff);
+    ASSERT_TRUE(Save(path, {1, Date(1), 1, "of another event of that name"}));
+    sync.SetDurability(ZRDurability::kStrict);
+    ASSERT_TRUE(Save(path, {0, Date(0), 1, "first"}));
+    folder.disk.PowerCut();
+    EXPECT_NE(folder.disk.Content(DataFolder::kFile), nullptr);
+    sync.Stop();
+    sync.Start();
+  }
+}
+
+TEST_F(EventFileSync, NamesAreMadeDurableOnce) {
+  sync.SetDurability(ZRDurability::kStrict);
+  SaveNext(1);
+  folder.disk.Fail(tagCall::kSyncFolder, 1, EIO, tagLasting::kForEver);
+  SaveNext(2);
+  folder.disk.PowerCut();
+  EXPECT_EQ(Load(path), all);
+}
+
+TEST_F(EventFileSync, WhatAFailedSyncOfARecordThatIsTriedAgainMayHaveLostIsWrittenAgain) {
+  const tagTransition first{1000, Date(0), 1, "first"};
+  for (std::uint64_t seed = 1; seed <= 20; ++seed) {
+    SCOPED_TRACE(seed);
+    folder.disk.Reset(seed);
+    all.clear();
+    sync.SetDurability(ZRDurability::kStrict);
+    folder.disk.Fail(tagCall::kSync, 2, EIO);  // behind the one of the new file
+    ASSERT_FALSE(Save(path, first));
+    sync.SetDurability(ZRDurability::kAdaptive);
+    folder.time.Advance(1000);
+    SaveNext(50);
+    for (int i = 0; i < 4; ++i) {
+      all.push_back({all.size(), Date(static_cast<double>(all.size())), 1, std::string(5000, 'x')});
+      ASSERT_TRUE(Save(path, all.back()));
+    }
+    ASSERT_EQ(sync.Pending(), 4);
+    sync.SetDurability(ZRDurability::kStrict);
+    folder.disk.Fail(tagCall::kSync, 1, EIO);
+    EXPECT_FALSE(Save(path, first));
+    EXPECT_TRUE(Save(path, first));
+    EXPECT_TRUE(sync.Flush());
+    folder.disk.PowerCut();
+    all.push_back(first);
+    EXPECT_EQ(WholeOnes(), all) << "each once";
+    sync.Stop();
+    sync.Start();
+  }
+}
+
 TEST_F(EventFileSync, WhatAFailedSyncOfATornFileMayHaveLostIsWrittenAgain) {
   SaveNext(50);
   for (int i = 0; i < 4; ++i) {
