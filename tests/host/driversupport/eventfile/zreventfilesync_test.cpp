@@ -29,6 +29,32 @@ class EventFileSync : public testing::Test {
       ASSERT_TRUE(Save(path, all.back()));
     }
   }
+  // Four of more than a page each.
+  void SaveLarge() {
+    for (int i = 0; i < 4; ++i) {
+      all.push_back({all.size(), Date(static_cast<double>(all.size())), 1, std::string(5000, 'x')});
+      ASSERT_TRUE(Save(path, all.back()));
+    }
+  }
+  // Each disk decides otherwise what a failure and a power cut leave.
+  template <typename Live>
+  void OnManyDisks(Live live) {
+    for (std::uint64_t seed = 1; seed <= 40 && !HasFatalFailure(); ++seed) {
+      SCOPED_TRACE(seed);
+      folder.disk.Reset(seed);
+      all.clear();
+      live(seed);
+      sync.Stop();
+      sync.Start();
+    }
+  }
+  // A new file, in a folder whose name is durable, has a record whose sync has failed.
+  void FailFirst() {
+    sync.SetDurability(ZRDurability::kStrict);
+    ASSERT_TRUE(Save(otherPath, {0, Date(0), 1, ""}));
+    folder.disk.Fail(tagCall::kSync, 2, EIO);  // behind the one of the new file
+    ASSERT_FALSE(Save(path, first));
+  }
   // Leaves bytes behind the last record, as a process that dies does.
   void Tear() {
     const int data = folder.disk.OpenFolder("/data");
@@ -53,6 +79,9 @@ class EventFileSync : public testing::Test {
 
   DataFolder folder;
   const ZRWString& path = folder.path;
+  const ZRWString otherPath = L"/data/2024/03/Pump 03-2024.suc";
+  const tagTransition first{1000, Date(0), 1, "first"};
+  const tagTransition second{1001, Date(1), 1, "of another event of that name"};
   LogCapture log;
   ZREventFileSync& sync = ZREventFileSync::Get();
   std::vector<tagTransition> all;
@@ -157,10 +186,7 @@ TEST_F(EventFileSync, ARecordIsNotDoubledWhenReadingFailsBeforeItIsWrittenAgain)
 
 TEST_F(EventFileSync, WhatAFailedSyncOfAFileMayHaveLostIsWrittenAgain) {
   SaveNext(50);
-  for (int i = 0; i < 4; ++i) {
-    all.push_back({all.size(), Date(static_cast<double>(all.size())), 1, std::string(5000, 'x')});
-    ASSERT_TRUE(Save(path, all.back()));
-  }
+  SaveLarge();
   ASSERT_EQ(sync.Pending(), 4);
   sync.SetDurability(ZRDurability::kStrict);
   folder.disk.Fail(tagCall::kSync, 1, EIO);
@@ -175,13 +201,8 @@ TEST_F(EventFileSync, WhatAFailedSyncOfAFileMayHaveLostIsWrittenAgain) {
 // Whether the disk has kept it or not, and whether that can be read or not.
 TEST_F(EventFileSync, ARecordIsNotDoubledWhenAnotherEventOfThatNameWritesBeforeItIsTriedAgain) {
   sync.SetDurability(ZRDurability::kStrict);
-  const tagTransition first{2, Date(2), 1, "first"};
-  const tagTransition second{3, Date(3), 1, "second"};
   int refused = 0;
-  for (std::uint64_t seed = 1; seed <= 40; ++seed) {
-    SCOPED_TRACE(seed);
-    folder.disk.Reset(seed);
-    all.clear();
+  OnManyDisks([&](std::uint64_t seed) {
     SaveNext(2);
     folder.disk.Fail(tagCall::kSync, 1, EIO);
     ASSERT_FALSE(Save(path, first));
@@ -197,69 +218,46 @@ TEST_F(EventFileSync, ARecordIsNotDoubledWhenAnotherEventOfThatNameWritesBeforeI
     folder.disk.PowerCut();
     all.insert(all.end(), {first, second});
     EXPECT_EQ(WholeOnes(), all) << "each once";
-    sync.Stop();
-    sync.Start();
-  }
+  });
   EXPECT_GT(refused, 10);
 }
 
-// The folder is known; the file in it is new.
 TEST_F(EventFileSync, ARecordBehindOneThatIsPutOffHasADurableName) {
-  const ZRWString other = L"/data/2024/03/Pump 03-2024.suc";
-  for (std::uint64_t seed = 1; seed <= 40; ++seed) {
-    SCOPED_TRACE(seed);
-    folder.disk.Reset(seed);
+  OnManyDisks([&](std::uint64_t /*seed*/) {
     folder.time.Advance(1000);
-    for (std::uint64_t i = 0; i < 40; ++i)
-      ASSERT_TRUE(Save(other, {i, Date(0), 1, ""}));
-    folder.time.Advance(500);
-    for (std::uint64_t i = 40; i < 50; ++i)
-      ASSERT_TRUE(Save(other, {i, Date(0), 1, ""}));
-    ASSERT_TRUE(Save(path, {0, Date(0), 1, ""}));
+    for (std::uint64_t i = 0; i < 50; ++i) {
+      ASSERT_TRUE(Save(otherPath, {i, Date(0), 1, ""}));
+      if (i == 40) folder.time.Advance(500);
+    }
+    ASSERT_TRUE(Save(path, first));
     ASSERT_EQ(sync.Pending(), 1);
     folder.time.Advance(600);
-    ASSERT_TRUE(Save(path, {1, Date(1), 1, ""}));
+    ASSERT_TRUE(Save(path, second));
     ASSERT_EQ(sync.Pending(), 1) << "this one is durable";
     folder.disk.PowerCut();
     EXPECT_NE(folder.disk.Content(DataFolder::kFile), nullptr);
-    sync.Stop();
-    sync.Start();
-  }
+  });
 }
 
 TEST_F(EventFileSync, ARecordBehindOneWhoseSyncFailedHasADurableName) {
-  sync.SetDurability(ZRDurability::kStrict);
-  for (std::uint64_t seed = 1; seed <= 40; ++seed) {
-    SCOPED_TRACE(seed);
-    folder.disk.Reset(seed);
-    ASSERT_TRUE(Save(L"/data/2024/03/Pump 03-2024.suc", {0, Date(0), 1, ""}));
-    folder.disk.Fail(tagCall::kSync, 2, EIO);  // behind the one of the new file
-    ASSERT_FALSE(Save(path, {0, Date(0), 1, "first"}));
-    ASSERT_TRUE(Save(path, {1, Date(1), 1, "of another event of that name"}));
+  OnManyDisks([&](std::uint64_t /*seed*/) {
+    FailFirst();
+    ASSERT_TRUE(Save(path, second));
     folder.disk.PowerCut();
     EXPECT_NE(folder.disk.Content(DataFolder::kFile), nullptr);
-    sync.Stop();
-    sync.Start();
-  }
+  });
 }
 
 TEST_F(EventFileSync, ARecordThatIsTriedAgainHasADurableName) {
-  for (std::uint64_t seed = 1; seed <= 40; ++seed) {
-    SCOPED_TRACE(seed);
-    folder.disk.Reset(seed);
-    sync.SetDurability(ZRDurability::kStrict);
-    ASSERT_TRUE(Save(L"/data/2024/03/Pump 03-2024.suc", {0, Date(0), 1, ""}));
-    folder.disk.Fail(tagCall::kSync, 2, EIO);  // behind the one of the new file
-    ASSERT_FALSE(Save(path, {0, Date(0), 1, "first"}));
+  OnManyDisks([&](std::uint64_t /*seed*/) {
+    FailFirst();
     sync.SetDurability(ZRDurability::kOff);
-    ASSERT_TRUE(Save(path, {1, Date(1), 1, "of another event of that name"}));
+    ASSERT_TRUE(Save(path, second));
     sync.SetDurability(ZRDurability::kStrict);
-    ASSERT_TRUE(Save(path, {0, Date(0), 1, "first"}));
+    ASSERT_TRUE(Save(path, first));
     folder.disk.PowerCut();
     EXPECT_NE(folder.disk.Content(DataFolder::kFile), nullptr);
-    sync.Stop();
-    sync.Start();
-  }
+  });
 }
 
 TEST_F(EventFileSync, NamesAreMadeDurableOnce) {
@@ -272,21 +270,12 @@ TEST_F(EventFileSync, NamesAreMadeDurableOnce) {
 }
 
 TEST_F(EventFileSync, WhatAFailedSyncOfARecordThatIsTriedAgainMayHaveLostIsWrittenAgain) {
-  const tagTransition first{1000, Date(0), 1, "first"};
-  for (std::uint64_t seed = 1; seed <= 20; ++seed) {
-    SCOPED_TRACE(seed);
-    folder.disk.Reset(seed);
-    all.clear();
-    sync.SetDurability(ZRDurability::kStrict);
-    folder.disk.Fail(tagCall::kSync, 2, EIO);  // behind the one of the new file
-    ASSERT_FALSE(Save(path, first));
+  OnManyDisks([&](std::uint64_t /*seed*/) {
+    FailFirst();
     sync.SetDurability(ZRDurability::kAdaptive);
     folder.time.Advance(1000);
     SaveNext(50);
-    for (int i = 0; i < 4; ++i) {
-      all.push_back({all.size(), Date(static_cast<double>(all.size())), 1, std::string(5000, 'x')});
-      ASSERT_TRUE(Save(path, all.back()));
-    }
+    SaveLarge();
     ASSERT_EQ(sync.Pending(), 4);
     sync.SetDurability(ZRDurability::kStrict);
     folder.disk.Fail(tagCall::kSync, 1, EIO);
@@ -296,17 +285,12 @@ TEST_F(EventFileSync, WhatAFailedSyncOfARecordThatIsTriedAgainMayHaveLostIsWritt
     folder.disk.PowerCut();
     all.push_back(first);
     EXPECT_EQ(WholeOnes(), all) << "each once";
-    sync.Stop();
-    sync.Start();
-  }
+  });
 }
 
 TEST_F(EventFileSync, WhatAFailedSyncOfATornFileMayHaveLostIsWrittenAgain) {
   SaveNext(50);
-  for (int i = 0; i < 4; ++i) {
-    all.push_back({all.size(), Date(static_cast<double>(all.size())), 1, std::string(5000, 'x')});
-    ASSERT_TRUE(Save(path, all.back()));
-  }
+  SaveLarge();
   ASSERT_EQ(sync.Pending(), 4);
   Tear();
   folder.disk.Fail(tagCall::kSync, 2, EIO);  // behind the one of what is set aside
