@@ -225,6 +225,24 @@ TEST_F(EventHistory, EventWithRecordLeavesItsTransitionsAndTheirTexts) {
   EXPECT_EQ(Values("2026/01/Pump 01-2026.suc"), "12");
 }
 
+TEST_F(EventHistory, AcknowledgementLiesBeforeOrBehindTheEndAsItCame) {
+  Serve(Pump().Notify().Record());
+  ZREventDriver& pump = **ZREventSystem::Get().EventsBegin();
+  for (const bool endsFirst : {false, true}) {
+    Set("RUN", 1);
+    Passes(2);
+    if (endsFirst) {
+      Set("RUN", 0);
+      Passes(2);
+    }
+    EXPECT_TRUE(pump.ProcessHttpServiceAck(pump.Id()));
+    Set("RUN", 0);
+    Passes(2);
+  }
+  StopServer();
+  EXPECT_EQ(Values("2026/01/Pump 01-2026.suc"), "142124");
+}
+
 TEST_F(EventHistory, EventWithoutRecordLeavesNothing) {
   Serve(Pump());
   Set("RUN", 1);
